@@ -1,0 +1,112 @@
+#pragma once
+
+#include <windows.h>
+
+#include <boost/shared_ptr.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Interface.h"
+#include "Interface/InitOptions.h"
+#include "basicslib/ComString.h"
+#include "basicslib/StatusCode.h"
+#include "comserver/DispatchObject.h"
+#include "pipeutils/MacrosClient.h"
+#include "process/IProcessFactory.h"
+
+namespace tvn
+{
+
+/// The scripting object behind the coclass `App`. Serves one client and is attached to at most one
+/// browser instance: `tvnInit` attaches it, `tvnExit` and its destruction detach it; a browser that
+/// was not sent `tvnExit` keeps running.
+///
+/// Every method runs on the caller's thread and returns S_OK; the outcome is the Status, and a
+/// failure's text what `tvnGetLastError` gives. Methods take no lock: a client that shares an
+/// object between threads serialises its calls. While a method waits, the thread's window messages
+/// are dispatched, and any method may be called by one of them, also the last Release.
+class CApp : public comserver::DispatchObject<IApp>
+{
+  public:
+    HRESULT STDMETHODCALLTYPE tvnInit(VARIANT commandLine, VARIANT_BOOL openNewBrowser,
+                                      VARIANT user, VARIANT password, VARIANT domain, LONG timeout,
+                                      Status* status) override;
+    HRESULT STDMETHODCALLTYPE tvnDisplay(BSTR text, LONG timeout, Status* status) override;
+    HRESULT STDMETHODCALLTYPE tvnPlay(BSTR inText, LONG timeout, Status* status) override;
+    HRESULT STDMETHODCALLTYPE tvnExit(LONG timeout, Status* status) override;
+    HRESULT STDMETHODCALLTYPE tvnSet(BSTR sVariable, BSTR sValue, Status* status) override;
+    HRESULT STDMETHODCALLTYPE tvnGetLastError(BSTR* value) override;
+    HRESULT STDMETHODCALLTYPE tvnGetLastExtract(VARIANT index, BSTR* value) override;
+    HRESULT STDMETHODCALLTYPE tvnGetInterfaceVersion(LONG* version) override;
+
+  protected:
+    explicit CApp(comserver::Module& module);
+    ~CApp() override;
+
+    /// Cuts a reply into its error part, completed with `code`, and its extract part.
+    static void ParseReply(std::wstring_view reply, int code, std::wstring& errorText,
+                           std::wstring& extractText);
+
+    /// Cuts `text` at every `separator`; an empty text has no pieces. Without `keepEmpty`, empty
+    /// pieces are left out.
+    static void SplitExtracts(std::wstring_view text, std::wstring_view separator,
+                              std::vector<std::wstring>& list, bool keepEmpty);
+
+    /// `text` with blanks, line feeds and carriage returns written as the instance expects them.
+    static std::wstring EncodeArg(std::wstring_view text);
+
+  private:
+    // The frame that every method runs in.
+    template <class Body>
+    HRESULT RunMethod(::Status* status, Body body) noexcept;
+    template <class Body>
+    HRESULT RunGetter(BSTR* value, Body body) noexcept;
+    void RecordUnexpected(int line) noexcept;
+
+    // State.
+    void ResetOptions();
+    void Cleanup() noexcept;
+
+    /// A client's time-out as the milliseconds that everything inside works with, modulo 2^32: a
+    /// negative one is a very long one.
+    static DWORD Milliseconds(LONG seconds);
+
+    // Commands to the attached instance. Time-outs in milliseconds, INFINITE for none.
+    void RunCommand(DWORD timeoutMs, const ComString& command, const ComString& argument,
+                    ComString& reply, int& status);
+    int Play(BSTR inText, LONG timeout);
+    int Exit(LONG timeout);
+
+    // Attaching to an instance that runs.
+    void ParseCommandLine(const ComString& text);
+    ComString BrowserExeName() const;
+    boost::shared_ptr<IProcessFactory> NewProcessFactory() const;
+    static std::vector<boost::shared_ptr<Instance>> ListInstances(
+        const ComString& exeName, const boost::shared_ptr<IProcessFactory>& factory,
+        DWORD timeoutMs);
+    int AttachToFree(DWORD timeoutMs);
+    int AttachIfFree(DWORD timeoutMs, const boost::shared_ptr<IProcess>& process, DWORD pipeHwnd,
+                     ComString creatorUuid);
+
+    // Starting an instance.
+    int Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VARIANT& user,
+             const VARIANT& password, const VARIANT& domain, LONG timeout);
+    int CreateAndAttach(DWORD timeoutMs, const ComString& args);
+    int createProcess(DWORD timeoutMs, const ComString& pipeUuid, const ComString& creatorUuid,
+                      const ComString& args, boost::shared_ptr<IProcess>& process);
+    ComString BrowserPath() const;
+    ComString BuildBrowserCmdLine(const ComString& args, const ComString& pipeUuid,
+                                  const ComString& creatorUuid) const;
+
+    bool m_attached = false;
+    std::wstring m_pendingArgs;
+    std::wstring m_lastExtract;
+    std::wstring m_lastError;
+    std::vector<std::wstring> m_extracts;
+    InitOptions m_options;
+    boost::shared_ptr<MacrosClient> m_client;
+    boost::shared_ptr<IProcess> m_process;
+};
+
+}  // namespace tvn

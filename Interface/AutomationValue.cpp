@@ -1,0 +1,68 @@
+#include "Interface/AutomationValue.h"
+
+#include <oleauto.h>
+
+namespace tvn
+{
+namespace
+{
+
+const VARIANT& Follow(const VARIANT& value) noexcept
+{
+    // One level is what hosts pass; the limit keeps a VARIANT that refers to itself from being
+    // followed for ever.
+    constexpr int kMostLevels = 8;
+    const VARIANT* current = &value;
+    for (int level = 0; level < kMostLevels && V_VT(current) == (VT_VARIANT | VT_BYREF) &&
+                        V_VARIANTREF(current) != nullptr;
+         ++level) {
+        current = V_VARIANTREF(current);
+    }
+    return *current;
+}
+
+bool IsLeftOut(const VARIANT& value) noexcept
+{
+    return V_VT(&value) == VT_EMPTY ||
+           (V_VT(&value) == VT_ERROR && V_ERROR(&value) == DISP_E_PARAMNOTFOUND);
+}
+
+}  // namespace
+
+bool TextOf(const VARIANT& value, ComString& text)
+{
+    const VARIANT& plain = Follow(value);
+    switch (V_VT(&plain)) {
+        case VT_BSTR:
+            text = ComString(V_BSTR(&plain), true);
+            return true;
+        case VT_BSTR | VT_BYREF:
+            if (V_BSTRREF(&plain) == nullptr) {
+                _com_issue_error(E_POINTER);
+            }
+            text = ComString(*V_BSTRREF(&plain), true);
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool IndexOf(const VARIANT& value, LONG& number) noexcept
+{
+    const VARIANT& plain = Follow(value);
+    if (IsLeftOut(plain)) {
+        number = 0;
+        return true;
+    }
+    if ((V_VT(&plain) & VT_BYREF) != 0 && V_BYREF(&plain) == nullptr) {
+        return false;
+    }
+    _variant_t converted;
+    if (FAILED(VariantChangeType(&converted, const_cast<VARIANT*>(&plain), 0, VT_I4))) {
+        return false;
+    }
+    number = V_I4(&converted);
+    return true;
+}
+
+}  // namespace tvn

@@ -1,0 +1,109 @@
+#include "basicslib/ComString.h"
+
+#include <cstring>
+#include <limits>
+#include <memory>
+
+namespace tvn
+{
+namespace
+{
+
+/// Lengths cross into Win32 as int; a longer text could not be held by a BSTR of this process
+/// either.
+int CheckedLength(std::size_t length)
+{
+    if (length > static_cast<std::size_t>(std::numeric_limits<int>::max()) / sizeof(wchar_t)) {
+        _com_issue_error(E_OUTOFMEMORY);
+    }
+    return static_cast<int>(length);
+}
+
+ComString AttachNew(BSTR bstr)
+{
+    if (bstr == nullptr) {
+        _com_issue_error(E_OUTOFMEMORY);
+    }
+    return {bstr, false};
+}
+
+/// Bytes that `text` takes in the ANSI code page.
+int NarrowSize(std::wstring_view text)
+{
+    return text.empty() ? 0
+                        : WideCharToMultiByte(CP_ACP, 0, text.data(), CheckedLength(text.size()),
+                                              nullptr, 0, nullptr, nullptr);
+}
+
+void CopyNarrow(std::wstring_view text, char* buffer, int size)
+{
+    if (size > 0) {
+        WideCharToMultiByte(CP_ACP, 0, text.data(), CheckedLength(text.size()), buffer, size,
+                            nullptr, nullptr);
+    }
+}
+
+}  // namespace
+
+ComString ToComString(std::wstring_view text)
+{
+    return AttachNew(SysAllocStringLen(text.data(), static_cast<UINT>(CheckedLength(text.size()))));
+}
+
+ComString ToComString(std::string_view text)
+{
+    const int length = CheckedLength(text.size());
+    const int size =
+        length == 0 ? 0 : MultiByteToWideChar(CP_ACP, 0, text.data(), length, nullptr, 0);
+    ComString result = AttachNew(SysAllocStringLen(nullptr, static_cast<UINT>(size)));
+    if (size > 0) {
+        MultiByteToWideChar(CP_ACP, 0, text.data(), length, result, size);
+    }
+    return result;
+}
+
+std::wstring_view ToView(const ComString& text) noexcept
+{
+    return ToView(static_cast<const wchar_t*>(text));
+}
+
+std::wstring_view ToView(const wchar_t* bstr) noexcept
+{
+    return bstr == nullptr ? std::wstring_view()
+                           : std::wstring_view(bstr, SysStringLen(const_cast<BSTR>(bstr)));
+}
+
+std::string ToNarrow(std::wstring_view text)
+{
+    const int size = NarrowSize(text);
+    std::string result(static_cast<std::size_t>(size), '\0');
+    CopyNarrow(text, result.data(), size);
+    return result;
+}
+
+}  // namespace tvn
+
+// The platform's string class leaves its two conversions to the program. They take and give raw
+// pointers because that class owns what passes through them.
+namespace _com_util  // NOLINT(bugprone-reserved-identifier)
+{
+
+BSTR WINAPI ConvertStringToBSTR(const char* pSrc)
+{
+    return pSrc == nullptr ? nullptr : tvn::ToComString(std::string_view(pSrc)).Detach();
+}
+
+char* WINAPI ConvertBSTRToString(BSTR pSrc)
+{
+    if (pSrc == nullptr) {
+        return nullptr;
+    }
+    const std::wstring_view text = tvn::ToView(pSrc);
+    const int size = tvn::NarrowSize(text);
+    std::unique_ptr<char[]> result(new char[static_cast<std::size_t>(size) + 1]);
+    tvn::CopyNarrow(text, result.get(), size);
+    result[static_cast<std::size_t>(size)] = '\0';
+    return result.release();
+}
+
+}  // namespace _com_util

@@ -1,0 +1,131 @@
+#pragma once
+
+#include <windows.h>
+
+#include "basicslib/ComString.h"
+
+namespace tvn
+{
+
+/// Root of the exceptions through which every failure inside the system travels. They are thrown by
+/// value, caught by reference, and hold their texts in fixed arrays, so that making and copying one
+/// allocates nothing. The methods of the scripting object turn them into status codes.
+class BaseException
+{
+  public:
+    /// No source position.
+    BaseException() noexcept;
+
+    /// `file` and `line` are the position of the throwing statement; a name longer than 511 bytes
+    /// is cut.
+    BaseException(const char* file, int line) noexcept;
+
+    BaseException(const BaseException&) noexcept = default;
+    BaseException& operator=(const BaseException&) noexcept = default;
+
+    /// What happened and where, for a person to read. Throws when there is no memory for the text.
+    virtual ComString GetDescription() const;
+
+    virtual ~BaseException() = default;
+
+  protected:
+    char m_file[512];
+    int m_line;
+};
+
+/// An internal check that failed; made by `TVN_ASSERT`.
+class AssertException : public BaseException
+{
+  public:
+    /// `expression` is the checked expression as written in the source. Expressions longer than 255
+    /// and file names longer than 1023 bytes are cut.
+    AssertException(const char* expression, const char* file, int line) noexcept;
+
+    ComString GetDescription() const override;
+
+  private:
+    char m_expression[256];
+    char m_file[1024];
+    int m_line;
+};
+
+/// A system call that failed.
+class Win32Exception : public BaseException
+{
+  public:
+    /// `error` is the code that GetLastError gave for the call.
+    Win32Exception(DWORD error, const char* file, int line) noexcept;
+
+    ComString GetDescription() const override;
+
+    DWORD GetError() const noexcept { return m_error; }
+
+  protected:
+    /// The text that the pipe exceptions share with this class but for the name in front.
+    ComString Describe(const char* name) const;
+
+  private:
+    DWORD m_error;
+};
+
+/// An operation that the object's state does not allow.
+class InvalidOperationException : public BaseException
+{
+  public:
+    ComString GetDescription() const override;
+};
+
+/// Any failure on a pipe. Those who answer with status codes catch this class.
+class PipeException : public Win32Exception
+{
+  public:
+    using Win32Exception::Win32Exception;
+
+    ComString GetDescription() const override;
+
+    /// The name of the exception's own class, a constant.
+    virtual const char* GetName() const noexcept;
+};
+
+/// No message came within the time-out.
+class ReadPipeTimeout : public PipeException
+{
+  public:
+    using PipeException::PipeException;
+    const char* GetName() const noexcept override;
+};
+
+/// The interrupt event was signalled while a read waited.
+class PipeInterrupted : public PipeException
+{
+  public:
+    using PipeException::PipeException;
+    const char* GetName() const noexcept override;
+};
+
+/// A read failed, or a message does not hold what it should.
+class ReadPipeError : public PipeException
+{
+  public:
+    using PipeException::PipeException;
+    const char* GetName() const noexcept override;
+};
+
+/// A write failed, was short, or was not taken by the other side in time.
+class WritePipeError : public PipeException
+{
+  public:
+    using PipeException::PipeException;
+    const char* GetName() const noexcept override;
+};
+
+}  // namespace tvn
+
+/// Throws AssertException with the text of `expression` when it is false. An unconditional failure
+/// is a negated text: TVN_ASSERT(!"Unexpected return code").
+#define TVN_ASSERT(expression)                                           \
+    do {                                                                 \
+        if (!(expression)) {                                             \
+            throw tvn::AssertException(#expression, __FILE__, __LINE__); \
+        }                                                                \
+    } while (false)

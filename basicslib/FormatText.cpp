@@ -1,0 +1,140 @@
+#include "basicslib/FormatText.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <cwchar>
+
+namespace tvn
+{
+namespace
+{
+
+constexpr const char* kNullText = "(null)";
+
+/// The part of the caller's buffer that is still free.
+class Output
+{
+  public:
+    Output(char* buffer, std::size_t size) noexcept : m_buffer(buffer), m_room(size - 1) {}
+
+    void Append(const char* text, std::size_t length) noexcept
+    {
+        const std::size_t fits = std::min(length, m_room - m_used);
+        std::memcpy(m_buffer + m_used, text, fits);
+        m_used += fits;
+    }
+
+    void AppendNarrow(const char* text) noexcept
+    {
+        const char* shown = text == nullptr ? kNullText : text;
+        Append(shown, strnlen(shown, m_room - m_used));
+    }
+
+    /// Converts in pieces of a size that a stack buffer holds, and no more of the text than fits: a
+    /// macro of many megabytes costs a log line no more than a short one.
+    void AppendWide(const wchar_t* text) noexcept
+    {
+        if (text == nullptr) {
+            AppendNarrow(kNullText);
+            return;
+        }
+        constexpr std::size_t kPiece = 256;
+        constexpr int kBytesPerUnit = 4;
+        char narrow[kPiece * kBytesPerUnit];
+        while (m_used < m_room) {
+            std::size_t units = wcsnlen(text, kPiece);
+            if (units == kPiece && IS_HIGH_SURROGATE(text[units - 1])) {
+                --units;  // its other half opens the next piece
+            }
+            if (units == 0) {
+                return;
+            }
+            const int bytes =
+                WideCharToMultiByte(CP_ACP, 0, text, static_cast<int>(units), narrow,
+                                    static_cast<int>(sizeof narrow), nullptr, nullptr);
+            Append(narrow, static_cast<std::size_t>(bytes));
+            text += units;
+        }
+    }
+
+    std::size_t Finish() noexcept
+    {
+        m_buffer[m_used] = '\0';
+        return m_used;
+    }
+
+  private:
+    char* m_buffer;
+    std::size_t m_room;
+    std::size_t m_used = 0;
+};
+
+}  // namespace
+
+std::size_t FormatText(char* buffer, std::size_t size, const char* format, ...) noexcept
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::size_t length = FormatTextV(buffer, size, format, arguments);
+    va_end(arguments);
+    return length;
+}
+
+std::size_t FormatTextV(char* buffer, std::size_t size, const char* format,
+                        std::va_list arguments) noexcept
+{
+    Output output(buffer, size);
+    while (*format != '\0') {
+        const std::size_t plain = std::strcspn(format, "%");
+        output.Append(format, plain);
+        format += plain;
+        if (*format == '\0') {
+            break;
+        }
+        // One conversion: '%', flags and width, and the letter that names the argument's type.
+        const std::size_t prefix = 1 + std::strspn(format + 1, "-+ #0123456789");
+        const char letter = format[prefix];
+        switch (letter) {
+            case 's':
+                output.AppendNarrow(va_arg(arguments, const char*));
+                break;
+            case 'S':
+                output.AppendWide(va_arg(arguments, const wchar_t*));
+                break;
+            case '%':
+                output.Append("%", 1);
+                break;
+            case 'd':
+            case 'i':
+            case 'u':
+            case 'x':
+            case 'X': {
+                char conversion[16];
+                char digits[64];
+                if (prefix + 2 > sizeof conversion) {
+                    return output.Finish();
+                }
+                std::memcpy(conversion, format, prefix + 1);
+                conversion[prefix + 1] = '\0';
+                const unsigned int value = va_arg(arguments, unsigned int);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+                std::snprintf(digits, sizeof digits, conversion, value);
+#pragma GCC diagnostic pop
+                output.AppendNarrow(digits);
+                break;
+            }
+            default:
+                // Without the type of this argument those behind it cannot be reached either.
+                output.AppendNarrow(format);
+                return output.Finish();
+        }
+        format += prefix + 1;
+    }
+    return output.Finish();
+}
+
+}  // namespace tvn

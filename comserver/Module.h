@@ -1,0 +1,95 @@
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstddef>
+#include <string>
+
+#include <oaidl.h>
+
+namespace comserver
+{
+
+class Module;
+
+/// One class that the server offers. Entries are static and outlive the module.
+struct ClassEntry
+{
+    const CLSID& clsid;
+
+    /// Makes an object, aggregated by `outer` when that is not null, and gives its interface `iid`.
+    HRESULT (*create)(Module& module, IUnknown* outer, REFIID iid, void** object);
+};
+
+/// The identity of the type library that is embedded in the server.
+struct TypeLibraryId
+{
+    const GUID& libid;
+    WORD major;
+    WORD minor;
+    LCID lcid;
+
+    /// The dual interface that the server's classes offer for automation.
+    const IID& dispatchInterface;
+};
+
+/// An in-process COM server: what its exports and its objects share. One static object for each
+/// DLL. Every operation but `Init` and `Term` may be called from any thread.
+class Module
+{
+  public:
+    template <std::size_t Count>
+    Module(const ClassEntry (&classes)[Count], const TypeLibraryId& typeLibrary) noexcept
+        : m_classes(classes), m_classCount(Count), m_typeLibrary(typeLibrary)
+    {}
+
+    Module(const Module&) = delete;
+    Module& operator=(const Module&) = delete;
+
+    /// To be called when the DLL is loaded; `instance` is the DLL's own handle.
+    void Init(HINSTANCE instance) noexcept;
+
+    /// To be called when the DLL is unloaded, not when the process ends: what the module holds may
+    /// then be gone before it.
+    void Term() noexcept;
+
+    /// Counts objects, class factories and server locks.
+    void Lock() noexcept { ++m_locks; }
+    void Unlock() noexcept { --m_locks; }
+
+    /// S_OK when nothing is counted, else S_FALSE.
+    HRESULT CanUnloadNow() const noexcept;
+
+    /// Gives the interface `iid` of the class factory of `clsid`, or CLASS_E_CLASSNOTAVAILABLE.
+    HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** object) noexcept;
+
+    /// Applies the registry script (resource "REGISTRY", 101) and registers the embedded type
+    /// library for all users. Stops at the first failure and gives its HRESULT.
+    HRESULT RegisterServer() noexcept;
+
+    /// Takes back what `RegisterServer` has done; what is not there is no failure. Goes on after a
+    /// failure and gives the first one's HRESULT.
+    HRESULT UnregisterServer() noexcept;
+
+    /// Gives the type information of the dual interface, referenced for the caller. It is read from
+    /// the embedded library on first need and kept until `Term`.
+    HRESULT GetTypeInfo(ITypeInfo** typeInfo) noexcept;
+
+  private:
+    HRESULT GetPath(std::wstring& path) const;
+    HRESULT LoadOwnTypeLib(const std::wstring& path, ITypeLib** typeLib) const;
+    HRESULT UnregisterOwnTypeLib() const;
+
+    template <class Step>
+    static HRESULT Guarded(Step step) noexcept;
+
+    const ClassEntry* m_classes;
+    std::size_t m_classCount;
+    TypeLibraryId m_typeLibrary;
+    HINSTANCE m_instance = nullptr;
+    std::atomic<long> m_locks{0};
+    std::atomic<ITypeInfo*> m_typeInfo{nullptr};
+};
+
+}  // namespace comserver

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace comserver
+{
+
+/// Registers and unregisters a server as a registry script says:
+///
+///     HKCR
+///     {
+///         Name = s 'default value' { val 'Value name' = s 'text'  Subkey ... }
+///         NoRemove Name { ... }       kept when the server is unregistered
+///         ForceRemove Name { ... }    deleted and written afresh when it exists
+///     }
+///
+/// Names and texts may stand in single quotes, with '' for a quote inside. %MODULE% in a text is
+/// replaced by the module's path. Everything goes under HKEY_CLASSES_ROOT. The operations give an
+/// HRESULT and throw only std::bad_alloc; a script that cannot be read gives E_INVALIDARG before
+/// anything is touched. Used by one thread.
+class RegistryScript
+{
+  public:
+    RegistryScript(std::string_view script, std::wstring_view modulePath);
+
+    /// Writes the keys; stops at the first failure.
+    HRESULT Register() const;
+
+    /// Deletes the keys with all that is below them; those that are not there are no failure.
+    HRESULT Unregister() const;
+
+  private:
+    enum class Keep { Remove, NoRemove, ForceRemove };
+
+    struct Value
+    {
+        std::wstring name;  ///< empty for the key's default value
+        std::wstring text;
+    };
+
+    struct Key
+    {
+        Keep keep = Keep::Remove;
+        std::wstring name;
+        std::vector<Value> values;
+        std::vector<Key> subkeys;
+    };
+
+    class Parser;
+
+    static HRESULT RegisterKey(HKEY parent, const Key& key);
+    static HRESULT UnregisterKey(HKEY parent, const Key& key);
+
+    std::vector<Key> m_keys;
+    bool m_valid;
+};
+
+}  // namespace comserver

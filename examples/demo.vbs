@@ -1,0 +1,37 @@
+' Plays one macro and prints every answer.
+'
+'     cscript //nologo demo.vbs [COMMAND LINE OF tvnInit]
+
+Option Explicit
+
+Dim commandLine
+If WScript.Arguments.Count > 0 Then commandLine = WScript.Arguments(0)
+
+Dim app
+Set app = CreateObject("talvern")
+WScript.Echo "tvnGetInterfaceVersion:", app.tvnGetInterfaceVersion()
+
+Dim status
+status = app.tvnInit(commandLine)
+WScript.Echo "tvnInit:", status
+If status <> 1 Then
+    WScript.Echo "The browser did not come up. " & app.tvnGetLastError()
+    WScript.Quit 1
+End If
+
+WScript.Echo "tvnSet city:", app.tvnSet("city", "New York")
+WScript.Echo "tvnSet nights:", app.tvnSet("nights", "3")
+
+WScript.Echo "tvnPlay:", app.tvnPlay("Hotel Search", 20)
+WScript.Echo "tvnGetLastError: [" & app.tvnGetLastError() & "]"
+WScript.Echo "tvnGetLastExtract: [" & app.tvnGetLastExtract() & "]"
+
+Dim i, piece
+For i = 1 To 100
+    piece = app.tvnGetLastExtract(i)
+    If piece = "NODATA" Then Exit For
+    WScript.Echo "tvnGetLastExtract " & i & ": [" & piece & "]"
+Next
+
+WScript.Echo "tvnDisplay:", app.tvnDisplay("Found " & (i - 1) & " pieces.")
+WScript.Echo "tvnExit:", app.tvnExit()

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+
+#include "basicslib/ComString.h"
+#include "pipeutils/MessageBuffer.h"
+
+namespace tvn
+{
+
+/// Reads the fields of one received message in the order in which the protocol defines them. Kinds
+/// are not verified, because none is on the wire, but no read goes past the fields received: it
+/// throws ReadPipeError with ERROR_INVALID_DATA instead. Used by one thread.
+class Deserializer
+{
+  public:
+    /// `size` is the length field of the message, which counts its own four bytes; `buffer` holds
+    /// the fields behind it, at least `size` - 4 bytes.
+    Deserializer(std::uint32_t size, const MessageBuffer& buffer);
+
+    void ReadUInt(unsigned int& value);
+    void ReadInt(int& value);
+
+    /// Replaces `text` by a new string of exactly the bytes received, an odd number included.
+    /// Throws an out-of-memory exception.
+    void ReadString(ComString& text);
+
+  private:
+    /// The next `count` bytes, which are then behind the position.
+    const unsigned char* Take(std::uint32_t count);
+
+    std::uint32_t m_size;
+    MessageBuffer m_buffer;
+    std::uint32_t m_pos = 0;
+};
+
+}  // namespace tvn

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <windows.h>
+
+#include <boost/shared_ptr.hpp>
+
+#include "basicslib/ComString.h"
+#include "pipeutils/CommandClient.h"
+
+namespace tvn
+{
+
+/// The connection of a scripting object to its browser instance: a `CommandClient` and the two
+/// auxiliary commands that every instance knows. A running command keeps what it needs alive, so
+/// the object may be released by a message that is dispatched meanwhile.
+class MacrosClient
+{
+  public:
+    /// The arguments are those of `CommandClient`.
+    MacrosClient(const ComString& pipeName, const boost::shared_ptr<Handle>& hInterrupt,
+                 bool waitForPipe);
+    virtual ~MacrosClient() = default;
+    MacrosClient(const MacrosClient&) = delete;
+    MacrosClient& operator=(const MacrosClient&) = delete;
+
+    /// Runs one command; see `CommandClient::Execute`.
+    void Execute(DWORD timeout, const ComString& command, const ComString& arguments,
+                 ComString& reply, int& status);
+
+    /// Asks the instance to attach itself to this client. `creatorUuid` tells an instance that was
+    /// started by the caller who started it; otherwise it is empty. Gives `sOk` when the instance
+    /// has accepted, any other status when it has not.
+    int AuxAttachIfFree(DWORD timeout, const ComString& creatorUuid);
+
+    /// The instance's own account of the clients attached to it, an empty text on any failure.
+    ComString AuxAttachedCount(DWORD timeout);
+
+  private:
+    boost::shared_ptr<CommandClient> m_commandClient;
+};
+
+}  // namespace tvn

@@ -1,0 +1,88 @@
+#include "pipeutils/Overlapped.h"
+
+#include "basicslib/ErrorReportManager.h"
+#include "basicslib/Exceptions.h"
+#include "basicslib/Handle.h"
+#include "basicslib/HandleToDuplicate.h"
+#include "pipeutils/WaitPumping.h"
+
+namespace tvn
+{
+
+Overlapped::Overlapped(HANDLE h)
+    : m_tid(GetCurrentThreadId()), m_hFile(HandleToDuplicate(h).Duplicate()), m_ov()
+{
+    m_ov.hEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    if (!Handle::IsValid(m_ov.hEvent)) {
+        const DWORD error = GetLastError();
+        const Handle duplicate(m_hFile);  // the destructor does not run for a failed construction
+        throw Win32Exception(error, __FILE__, __LINE__);
+    }
+}
+
+Overlapped::~Overlapped()
+{
+    try {
+        CheckThread();
+        const Handle file(m_hFile);
+        const Handle event(m_ov.hEvent);
+        if (file.IsValid()) {
+            CancelIo(file.Get());
+        }
+        if (m_pending) {
+            // The cancellation is a request: until it has come through, the system may still write
+            // to the block and to the buffer of the operation.
+            DWORD transferred = 0;
+            GetOverlappedResult(file.Get(), &m_ov, &transferred, TRUE);
+        }
+    } catch (const BaseException& exception) {
+        ErrorReportManager::ReportError(exception, __LINE__, __FILE__);
+    } catch (...) {
+        ErrorReportManager::ReportError(__LINE__, __FILE__);
+    }
+}
+
+void Overlapped::CheckThread() const
+{
+    TVN_ASSERT(GetCurrentThreadId() == m_tid);
+}
+
+OVERLAPPED* Overlapped::GetOverlapped()
+{
+    CheckThread();
+    return &m_ov;
+}
+
+void Overlapped::SetPending()
+{
+    CheckThread();
+    m_pending = true;
+}
+
+bool Overlapped::Wait(DWORD timeout, HANDLE hInterrupt)
+{
+    CheckThread();
+    const HANDLE handles[] = {m_ov.hEvent, hInterrupt};
+    const DWORD count = Handle::IsValid(hInterrupt) ? 2 : 1;
+    const DWORD result = WaitPumping(count, handles, timeout);
+    const DWORD error = GetLastError();
+    switch (result) {
+        case WAIT_OBJECT_0:
+            return true;
+        case WAIT_OBJECT_0 + 1:
+        case WAIT_TIMEOUT:
+            return false;
+        case WAIT_FAILED:
+            throw Win32Exception(error, __FILE__, __LINE__);
+        default:
+            TVN_ASSERT(!"Unexpected return code");
+            return false;
+    }
+}
+
+bool Overlapped::Wait(DWORD timeout)
+{
+    return Wait(timeout, nullptr);
+}
+
+}  // namespace tvn

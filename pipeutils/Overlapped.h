@@ -1,0 +1,54 @@
+#pragma once
+
+#include <windows.h>
+
+namespace tvn
+{
+
+/// The block of one overlapped I/O operation, bound to the thread that makes it. Made just before
+/// the operation, destroyed by the same thread just after it, and held through a shared pointer.
+/// The operation itself is started on the caller's own handle with `GetOverlapped`.
+///
+/// Every operation throws AssertException when it is called on another thread.
+class Overlapped
+{
+  public:
+    /// `h` is the file or pipe that the block will serve; it stays the caller's. Throws
+    /// Win32Exception when it cannot be duplicated or no event can be made.
+    explicit Overlapped(HANDLE h);
+
+    /// Cancels what is still pending and returns only when the system has let go of the block and
+    /// of the operation's buffer. Throws nothing; on another thread it does nothing but report.
+    virtual ~Overlapped();
+
+    Overlapped(const Overlapped&) = delete;
+    Overlapped& operator=(const Overlapped&) = delete;
+
+    /// Throws AssertException on any thread but the one that made the block.
+    void CheckThread() const;
+
+    /// The block for the I/O call; valid as long as this object lives.
+    OVERLAPPED* GetOverlapped();
+
+    /// To be called whenever an I/O call on this block has given ERROR_IO_PENDING: only then does
+    /// the system hold the block. (A call that fails at once leaves the block looking as if it
+    /// were pending, so the block itself does not tell.)
+    void SetPending();
+
+    /// Waits up to `timeout` milliseconds (INFINITE: no limit) for the end of the operation, while
+    /// the thread's window messages are dispatched. `hInterrupt`, borrowed and optional, is an
+    /// event that ends the wait. True when the operation has ended, false on time-out or
+    /// interrupt. Throws Win32Exception when the wait fails.
+    bool Wait(DWORD timeout, HANDLE hInterrupt);
+
+    /// The same without an interrupt event.
+    bool Wait(DWORD timeout);
+
+  private:
+    DWORD m_tid;
+    HANDLE m_hFile;
+    OVERLAPPED m_ov;
+    bool m_pending = false;
+};
+
+}  // namespace tvn

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <windows.h>
+
+#include "basicslib/ComString.h"
+
+namespace tvn
+{
+
+/// Name of the one-time pipe on which the instance that was started with `pipeUuid` reports itself.
+/// Names are cut at 511 characters. All operations here throw when there is no memory.
+ComString CallbackPipeName(const ComString& pipeUuid);
+
+/// Name of the command pipe of the instance whose window handle has this 32-bit value. The name
+/// holds it as a signed number.
+ComString InstancePipeName(DWORD pipeHwnd);
+
+/// Name of the runner service's pipe.
+ComString RunnerPipeName();
+
+/// A fresh identifier that may stand in a pipe name: a new UUID in its usual text form, in lower
+/// case, with underscores for hyphens.
+ComString CreateUuidString();
+
+}  // namespace tvn

@@ -1,0 +1,81 @@
+#include "pipeutils/PipeServerBase.h"
+
+#include <boost/make_shared.hpp>
+
+#include "basicslib/Exceptions.h"
+#include "basicslib/Log.h"
+
+namespace tvn
+{
+
+HANDLE PipeServerBase::CreatePipe(const char* name, BOOL allowAllToAccessPipe, DWORD& error)
+{
+    constexpr DWORD kBufferSize = 1024;
+    constexpr DWORD kDefaultTimeout = 5000;
+
+    error = 0;
+    SECURITY_DESCRIPTOR descriptor;
+    if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION)) {
+        error = GetLastError();
+        LogDebug("InitializeSecurityDescriptor failed");
+        return INVALID_HANDLE_VALUE;
+    }
+    // A list that is present but null grants everything to everybody: a browser that runs under
+    // another account has to reach the pipe too.
+    if (!SetSecurityDescriptorDacl(&descriptor, TRUE, nullptr, FALSE)) {
+        error = GetLastError();
+        LogDebug("SetSecurityDescriptorDacl failed");
+        return INVALID_HANDLE_VALUE;
+    }
+    SECURITY_ATTRIBUTES attributes = {sizeof attributes, &descriptor, TRUE};
+    HANDLE pipe = CreateNamedPipeA(name, PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED,
+                                   PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT,
+                                   PIPE_UNLIMITED_INSTANCES, kBufferSize, kBufferSize,
+                                   kDefaultTimeout, allowAllToAccessPipe ? &attributes : nullptr);
+    error = GetLastError();
+    LogDebug("CreateNamedPipe, %s, allowAllToAccessPipe = %d", name, allowAllToAccessPipe);
+    return pipe;
+}
+
+bool PipeServerBase::ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlapped>& overlapped,
+                                 DWORD& error)
+{
+    try {
+        error = 0;
+        overlapped->CheckThread();
+        const BOOL connected = ConnectNamedPipe(hPipe, overlapped->GetOverlapped());
+        error = GetLastError();
+        if (connected) {
+            throw Win32Exception(error, __FILE__, __LINE__);  // not what an overlapped connect does
+        }
+        switch (error) {
+            case ERROR_PIPE_CONNECTED:
+                // The client came before the connect was started, which then has nothing to signal.
+                SetEvent(overlapped->GetOverlapped()->hEvent);
+                return true;
+            case ERROR_IO_PENDING:
+                overlapped->SetPending();
+                return true;
+            default:
+                LogDebug("[PipeServerBase::ConnectPipe ConnectNamedPipe] FAILED (%08X)",
+                         static_cast<unsigned int>(error));
+                return false;
+        }
+    } catch (const Win32Exception& exception) {
+        error = exception.GetError();
+        return false;
+    }
+}
+
+bool PipeServerBase::ConnectPipe(HANDLE hPipe, DWORD timeout, HANDLE hInterrupt, DWORD& error)
+{
+    try {
+        const auto overlapped = boost::make_shared<Overlapped>(hPipe);
+        return ConnectPipe(hPipe, overlapped, error) && overlapped->Wait(timeout, hInterrupt);
+    } catch (const Win32Exception& exception) {
+        error = exception.GetError();
+        return false;
+    }
+}
+
+}  // namespace tvn

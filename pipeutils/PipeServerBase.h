@@ -1,0 +1,37 @@
+#pragma once
+
+#include <windows.h>
+
+#include <boost/shared_ptr.hpp>
+
+#include "pipeutils/Overlapped.h"
+
+namespace tvn
+{
+
+/// Makes the server ends of the system's named pipes, which all have the same modes and sizes, and
+/// starts overlapped connects on them.
+class PipeServerBase
+{
+  public:
+    virtual ~PipeServerBase() = default;
+
+  protected:
+    /// Makes one server end of the pipe `name` and gives it to the caller, or INVALID_HANDLE_VALUE.
+    /// With `allowAllToAccessPipe` any account may open the pipe; the handle is then inheritable.
+    /// `error` receives the last error of the last system call, also after success.
+    static HANDLE CreatePipe(const char* name, BOOL allowAllToAccessPipe, DWORD& error);
+
+    /// Starts waiting for a client on `hPipe` with a block made for it. True when a client is there
+    /// already or the connect is pending: the block's event is, or will be, signalled. False on
+    /// failure, with its code in `error`. Throws AssertException on a foreign thread.
+    static bool ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlapped>& overlapped,
+                            DWORD& error);
+
+    /// Waits up to `timeout` milliseconds (INFINITE: no limit) for a client; `hInterrupt`,
+    /// optional, is an event that ends the wait. True once a client is connected, false on
+    /// time-out, interrupt or failure; `error` is the code of a failure.
+    static bool ConnectPipe(HANDLE hPipe, DWORD timeout, HANDLE hInterrupt, DWORD& error);
+};
+
+}  // namespace tvn

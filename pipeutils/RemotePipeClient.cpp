@@ -1,0 +1,67 @@
+#include "pipeutils/RemotePipeClient.h"
+
+#include <algorithm>
+#include <boost/make_shared.hpp>
+
+#include "basicslib/Exceptions.h"
+#include "basicslib/Log.h"
+#include "basicslib/TimeBudget.h"
+
+namespace tvn
+{
+
+RemotePipeClient::RemotePipeClient(const ComString& pipeName)
+    : m_pipeName(pipeName), m_hPipe(boost::make_shared<Handle>(INVALID_HANDLE_VALUE))
+{}
+
+HANDLE RemotePipeClient::OpenPipe(const char* name)
+{
+    LogDebug("[RemotePipeClient::OpenPipe] %s", name);
+    HANDLE pipe = CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                              FILE_FLAG_OVERLAPPED, nullptr);
+    if (!Handle::IsValid(pipe)) {
+        const DWORD error = GetLastError();
+        LogDebug("[RemotePipeClient::OpenPipe] CreateFile failed with code 0x%08X",
+                 static_cast<unsigned int>(error));
+        throw PipeException(error, __FILE__, __LINE__);
+    }
+    DWORD mode = PIPE_READMODE_MESSAGE;
+    if (!SetNamedPipeHandleState(pipe, &mode, nullptr, nullptr)) {
+        const DWORD error = GetLastError();
+        LogDebug("[RemotePipeClient::OpenPipe] SetNamedPipeHandleState failed with code 0x%08X",
+                 static_cast<unsigned int>(error));
+        CloseHandle(pipe);
+        throw PipeException(error, __FILE__, __LINE__);
+    }
+    return pipe;
+}
+
+boost::shared_ptr<Handle> RemotePipeClient::OpenPipe()
+{
+    if (!m_hPipe->IsValid()) {
+        m_hPipe = boost::make_shared<Handle>(OpenPipe(static_cast<const char*>(m_pipeName)));
+    }
+    return m_hPipe;
+}
+
+boost::shared_ptr<Handle> RemotePipeClient::OpenPipe(DWORD timeout)
+{
+    // A browser that has just called back may not serve its pipe yet, and a busy pipe becomes free
+    // without telling: both are waited for by asking again.
+    constexpr DWORD kPause = 100;
+    const TimeBudget budget(timeout);
+    for (;;) {
+        DWORD left = INFINITE;
+        try {
+            return OpenPipe();
+        } catch (const PipeException&) {
+            left = budget.Remaining();
+            if (left == 0) {
+                throw;
+            }
+        }
+        Sleep(std::min(left, kPause));
+    }
+}
+
+}  // namespace tvn

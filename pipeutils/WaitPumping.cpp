@@ -1,0 +1,95 @@
+#include "pipeutils/WaitPumping.h"
+
+namespace tvn
+{
+namespace
+{
+
+/// Input that wakes the wait: keys, mouse moves and buttons, posted and sent messages, timers,
+/// paints and hot keys.
+constexpr DWORD kWakeMask = QS_KEY | QS_MOUSEMOVE | QS_MOUSEBUTTON | QS_POSTMESSAGE | QS_TIMER |
+                            QS_PAINT | QS_SENDMESSAGE | QS_HOTKEY;
+static_assert(kWakeMask == 0xFF);
+
+/// Takes WM_QUIT out of the wait's way and gives it back at the end: posted again at once, it would
+/// be found again at once.
+class QuitKeeper
+{
+  public:
+    QuitKeeper() = default;
+    ~QuitKeeper()
+    {
+        if (m_seen) {
+            const DWORD error = GetLastError();  // the caller reads the wait's own error
+            PostQuitMessage(m_exitCode);
+            SetLastError(error);
+        }
+    }
+    QuitKeeper(const QuitKeeper&) = delete;
+    QuitKeeper& operator=(const QuitKeeper&) = delete;
+
+    void Keep(const MSG& quit)
+    {
+        m_seen = true;
+        m_exitCode = static_cast<int>(quit.wParam);
+    }
+
+  private:
+    bool m_seen = false;
+    int m_exitCode = 0;
+};
+
+bool IsSpent(DWORD start, DWORD timeout)
+{
+    return GetTickCount() - start > timeout;  // unsigned: right across the wrap of the counter
+}
+
+}  // namespace
+
+DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
+{
+    // Somebody who posts faster than this thread dispatches would otherwise keep it from ever
+    // looking at the handles again.
+    constexpr unsigned int kMessagesPerLook = 256;
+
+    QuitKeeper quit;
+    const DWORD start = GetTickCount();
+    DWORD remaining = timeout;
+    for (;;) {
+        const DWORD result = MsgWaitForMultipleObjects(count, handles, FALSE, remaining, kWakeMask);
+        if (result != WAIT_OBJECT_0 + count) {
+            return result;
+        }
+        MSG message;
+        for (unsigned int dispatched = 1; PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE);
+             ++dispatched) {
+            if (message.message == WM_QUIT) {
+                quit.Keep(message);
+                continue;
+            }
+            TranslateMessage(&message);
+            DispatchMessageA(&message);
+            if (IsSpent(start, timeout)) {
+                return WAIT_TIMEOUT;
+            }
+            if (dispatched % kMessagesPerLook == 0) {
+                const DWORD look = WaitForMultipleObjects(count, handles, FALSE, 0);
+                if (look != WAIT_TIMEOUT) {
+                    return look;
+                }
+            }
+        }
+        const DWORD elapsed = GetTickCount() - start;
+        if (elapsed > timeout) {
+            return WAIT_TIMEOUT;
+        }
+        remaining = timeout - elapsed;
+    }
+}
+
+DWORD WaitPumping(HANDLE handle, DWORD timeout)
+{
+    return WaitPumping(1, &handle, timeout);
+}
+
+}  // namespace tvn

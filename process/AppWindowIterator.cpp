@@ -1,0 +1,100 @@
+#include "process/AppWindowIterator.h"
+
+#include <mbstring.h>
+
+#include "basicslib/Handle.h"
+#include "process/ProcessFileName.h"
+#include "process/WindowIterator.h"
+
+namespace tvn
+{
+namespace
+{
+
+constexpr DWORD kCapacity = 1024;
+
+std::string LowerCase(std::string text)
+{
+    _mbslwr(reinterpret_cast<unsigned char*>(text.data()));
+    return text;
+}
+
+std::string WindowText(HWND hwnd)
+{
+    const int size = GetWindowTextLengthA(hwnd) + 1;
+    std::string text(static_cast<std::size_t>(size), '\0');
+    const int length = GetWindowTextA(hwnd, text.data(), size);
+    text.resize(static_cast<std::size_t>(length));
+    return text;
+}
+
+}  // namespace
+
+CAppWindowIterator::CAppWindowIterator(const ComString& processName, const ComString& windowTitle,
+                                       bool visible)
+    : m_processName(LowerCase(ToNarrow(ToView(processName)))),
+      m_windowTitle(LowerCase(ToNarrow(ToView(windowTitle)))),
+      m_visible(visible)
+{}
+
+HWND CAppWindowIterator::First()
+{
+    m_found.clear();
+    CWindowIterator topLevel(kCapacity);
+    for (HWND window = topLevel.First(); window != nullptr; window = topLevel.Next()) {
+        if (Matches(window)) {
+            m_found.push_back(window);
+            continue;
+        }
+        CWindowIterator descendants(window, kCapacity);
+        for (HWND child = descendants.First(); child != nullptr; child = descendants.Next()) {
+            if (Matches(child)) {
+                m_found.push_back(child);
+            }
+        }
+    }
+    m_cursor = 0;
+    return Current();
+}
+
+HWND CAppWindowIterator::Next()
+{
+    if (m_cursor < m_found.size()) {
+        ++m_cursor;
+    }
+    return Current();
+}
+
+HWND CAppWindowIterator::Current() const
+{
+    return m_cursor < m_found.size() ? m_found[m_cursor] : nullptr;
+}
+
+bool CAppWindowIterator::Matches(HWND hwnd) const
+{
+    return MatchTitle(hwnd) && MatchVisibility(hwnd) && MatchProcess(hwnd);
+}
+
+bool CAppWindowIterator::MatchTitle(HWND hwnd) const
+{
+    return m_windowTitle.empty() || LowerCase(WindowText(hwnd)) == m_windowTitle;
+}
+
+bool CAppWindowIterator::MatchVisibility(HWND hwnd) const
+{
+    return ((GetWindowLongA(hwnd, GWL_STYLE) & WS_VISIBLE) != 0) == m_visible;
+}
+
+bool CAppWindowIterator::MatchProcess(HWND hwnd) const
+{
+    DWORD pid = 0;
+    GetWindowThreadProcessId(hwnd, &pid);
+    const Handle process(OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, pid));
+    if (!process.IsValid()) {
+        return false;
+    }
+    const ComString fileName = GetProcessFileName(process.Get());
+    return m_processName.empty() || LowerCase(ToNarrow(ToView(fileName))) == m_processName;
+}
+
+}  // namespace tvn

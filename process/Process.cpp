@@ -1,0 +1,81 @@
+#include "process/Process.h"
+
+#include <psapi.h>
+
+#include <boost/make_shared.hpp>
+
+#include "basicslib/StatusCode.h"
+#include "process/ProcessCreator.h"
+#include "process/ProcessFileName.h"
+
+namespace tvn
+{
+
+Process::Process(const boost::shared_ptr<Handle>& handle, DWORD pid) noexcept
+    : m_handle(handle), m_pid(pid)
+{}
+
+int Process::Start(ComString appPath, ComString cmdLine, ComString user, ComString domain,
+                   ComString password, DWORD timeoutMs)
+{
+    PROCESS_INFORMATION processInfo = {};
+    ProcessCreator creator;
+    const int result =
+        creator.Create(appPath, cmdLine, user, domain, password, timeoutMs, processInfo);
+    if (result != sOk) {
+        return result;
+    }
+    const Handle thread(processInfo.hThread);
+    m_handle = boost::make_shared<Handle>(processInfo.hProcess);
+    m_pid = processInfo.dwProcessId;
+    return sOk;
+}
+
+int Process::Terminate(DWORD /*timeoutMs*/)
+{
+    constexpr UINT kExitCode = 0xFFFFFFFF;
+    return m_handle && TerminateProcess(m_handle->Get(), kExitCode) ? sOk : sFail;
+}
+
+int Process::GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IProcess>>& processes,
+                                DWORD /*timeoutMs*/)
+{
+    constexpr DWORD kMaxProcesses = 1024;
+
+    processes.clear();
+    DWORD pids[kMaxProcesses];
+    DWORD bytes = 0;
+    if (!EnumProcesses(pids, sizeof pids, &bytes)) {
+        return sFail;
+    }
+    for (DWORD index = 0; index < bytes / sizeof pids[0]; ++index) {
+        const auto handle =
+            boost::make_shared<Handle>(OpenProcess(kProcessAccess, FALSE, pids[index]));
+        if (handle->IsValid() && HasProcessFileName(handle->Get(), name)) {
+            processes.push_back(boost::make_shared<Process>(handle, pids[index]));
+        }
+    }
+    return sOk;
+}
+
+DWORD Process::GetPid()
+{
+    return m_handle ? m_pid : 0;
+}
+
+int Process::WaitForExit(DWORD timeoutMs)
+{
+    if (!m_handle) {
+        return sFail;
+    }
+    switch (WaitForSingleObject(m_handle->Get(), timeoutMs)) {
+        case WAIT_OBJECT_0:
+            return sOk;
+        case WAIT_TIMEOUT:
+            return sTimeout;
+        default:
+            return sFail;
+    }
+}
+
+}  // namespace tvn

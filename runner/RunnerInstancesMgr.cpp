@@ -1,0 +1,43 @@
+#include "runner/RunnerInstancesMgr.h"
+
+#include <boost/make_shared.hpp>
+
+#include "basicslib/Exceptions.h"
+#include "basicslib/StatusCode.h"
+#include "runner/RunnerMessages.h"
+#include "runner/RunnerProcess.h"
+#include "runner/RunnerRequest.h"
+
+namespace tvn
+{
+
+int RunnerInstancesMgr::GetInstancesByName(std::vector<boost::shared_ptr<Instance>>& instances,
+                                           ComString processName, DWORD timeoutMs)
+{
+    instances.clear();
+    const auto request = boost::make_shared<MsgGetInstancesByName>();
+    request->processName = processName;
+    try {
+        RunnerRequest exchange;
+        exchange.Open();
+        const auto reply = exchange.Exchange<MsgGetInstancesByNameComplete>(request, timeoutMs);
+        if (!reply) {
+            return sFail;
+        }
+        if (reply->result == sOk) {
+            for (std::size_t index = 0; index < reply->pids.size(); ++index) {
+                const auto process = boost::make_shared<RunnerProcess>(reply->processKeys[index],
+                                                                       reply->pids[index]);
+                // A window handle crosses processes as 32 bits, widened with zeros.
+                const ULONG_PTR hwnd = reply->windows[index];
+                instances.push_back(
+                    boost::make_shared<Instance>(process, reinterpret_cast<HWND>(hwnd)));
+            }
+        }
+        return reply->result;
+    } catch (const PipeException&) {
+        return sFail;
+    }
+}
+
+}  // namespace tvn

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "process/IInstancesMgr.h"
+
+namespace tvn
+{
+
+/// Finds instances through the runner service, in the order in which it lists them. `sFail` on any
+/// pipe failure; another result of the service is passed on, with an empty list unless it is `sOk`.
+class RunnerInstancesMgr : public IInstancesMgr
+{
+  public:
+    int GetInstancesByName(std::vector<boost::shared_ptr<Instance>>& instances,
+                           ComString processName, DWORD timeoutMs) override;
+    virtual ~RunnerInstancesMgr() = default;
+};
+
+}  // namespace tvn

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+
+#include "process/IProcess.h"
+
+namespace tvn
+{
+
+/// A process that the runner service handles on the system's behalf and names by a key. Every
+/// operation is one request on a connection of its own; a pipe failure ends as a status code, and
+/// the service's own result codes are passed on unchanged.
+class RunnerProcess : public IProcess
+{
+  public:
+    /// Holds no process.
+    RunnerProcess() = default;
+
+    /// Holds the process that the service names `processKey`.
+    RunnerProcess(const ComString& processKey, std::uint32_t pid);
+
+    /// Tries to reach the service for two thirds of `timeoutMs`. `sRunnerNotReachable` on any pipe
+    /// failure. The key and the id that the service answers with are kept whatever its result.
+    int Start(ComString appPath, ComString cmdLine, ComString user, ComString domain,
+              ComString password, DWORD timeoutMs) override;
+
+    /// Tries again as long as all pipe instances of the service are busy; `sTimeout` when the time
+    /// is spent.
+    int Terminate(DWORD timeoutMs) override;
+
+    int GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IProcess>>& processes,
+                           DWORD timeoutMs) override;
+    DWORD GetPid() override;
+
+    /// The service waits as long as this side does, so either may be the one to tell `sTimeout`.
+    int WaitForExit(DWORD timeoutMs) override;
+
+    virtual ~RunnerProcess() = default;
+    RunnerProcess(const RunnerProcess&) = delete;
+    RunnerProcess& operator=(const RunnerProcess&) = delete;
+
+  private:
+    ComString m_processKey;
+    std::uint32_t m_pid = 0;
+};
+
+}  // namespace tvn

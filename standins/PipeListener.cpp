@@ -1,0 +1,43 @@
+#include "standins/PipeListener.h"
+
+#include <boost/make_shared.hpp>
+#include <thread>
+#include <utility>
+
+namespace standins
+{
+
+PipeListener::PipeListener(std::string name, Session session)
+    : m_name(std::move(name)), m_session(std::move(session))
+{}
+
+bool PipeListener::Start()
+{
+    const auto first = NewEnd();
+    if (!first->IsValid()) {
+        return false;
+    }
+    std::thread([this, first] { Listen(first); }).detach();
+    return true;
+}
+
+boost::shared_ptr<tvn::Handle> PipeListener::NewEnd() const
+{
+    DWORD error = 0;
+    return boost::make_shared<tvn::Handle>(CreatePipe(m_name.c_str(), TRUE, error));
+}
+
+void PipeListener::Listen(boost::shared_ptr<tvn::Handle> pipe) const
+{
+    while (pipe->IsValid()) {
+        DWORD error = 0;
+        const bool connected = ConnectPipe(pipe->Get(), INFINITE, nullptr, error);
+        const auto next = NewEnd();  // before the client is served: others may be waiting already
+        if (connected) {
+            std::thread([this, pipe] { m_session(pipe); }).detach();
+        }
+        pipe = next;
+    }
+}
+
+}  // namespace standins
