@@ -68,6 +68,7 @@ bool Overlapped::Wait(DWORD timeout, HANDLE hInterrupt)
     const DWORD error = GetLastError();
     switch (result) {
         case WAIT_OBJECT_0:
+            m_pending = false;  // the block may be used for a further call, which may fail at once
             return true;
         case WAIT_OBJECT_0 + 1:
         case WAIT_TIMEOUT:

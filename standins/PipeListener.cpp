@@ -13,11 +13,11 @@ PipeListener::PipeListener(std::string name, Session session)
 
 bool PipeListener::Start()
 {
-    const auto first = NewEnd();
+    auto first = NewEnd();
     if (!first->IsValid()) {
         return false;
     }
-    std::thread([this, first] { Listen(first); }).detach();
+    std::thread([this, pipe = std::move(first)]() mutable { Listen(std::move(pipe)); }).detach();
     return true;
 }
 
@@ -32,11 +32,11 @@ void PipeListener::Listen(boost::shared_ptr<tvn::Handle> pipe) const
     while (pipe->IsValid()) {
         DWORD error = 0;
         const bool connected = ConnectPipe(pipe->Get(), INFINITE, nullptr, error);
-        const auto next = NewEnd();  // before the client is served: others may be waiting already
+        auto next = NewEnd();  // before the client is served: others may be waiting already
         if (connected) {
-            std::thread([this, pipe] { m_session(pipe); }).detach();
+            std::thread([this, client = std::move(pipe)] { m_session(client); }).detach();
         }
-        pipe = next;
+        pipe = std::move(next);
     }
 }
 

@@ -1,3 +1,6 @@
+#!/usr/bin/env bash
+# shellcheck disable=SC2034 # the lists of packages are for those who source this
+#
 # What the commands in this folder share: packages, builds and Wine prefixes. To be sourced.
 # Everything that is made lies below build/; nothing else is written.
 
@@ -104,6 +107,8 @@ start_wine() { # name
         touch "$WINEPREFIX/ready"
     fi
     "$(wine_tool wineserver64)" -p >/dev/null 2>&1 || true
+    # The first program brings Wine's own services up, which keep what it has for an output open.
+    wine cmd /c exit >/dev/null 2>&1 </dev/null || true
 }
 
 # Ends the server of the prefix in use, and with it every program that still runs in it.
