@@ -38,7 +38,7 @@ bool TextOf(const VARIANT& value, ComString& text)
             return true;
         case VT_BSTR | VT_BYREF:
             if (V_BSTRREF(&plain) == nullptr) {
-                _com_issue_error(E_POINTER);
+                throw _com_error(E_POINTER);
             }
             text = ComString(*V_BSTRREF(&plain), true);
             return true;

@@ -11,7 +11,7 @@ namespace
 
 boost::shared_ptr<ErrorReport> NewReport(const ComString& msg, unsigned int line, const char* file)
 {
-    const auto report = boost::make_shared<ErrorReport>();
+    auto report = boost::make_shared<ErrorReport>();
     report->msg = msg;
     report->line = line;
     report->file = file;

@@ -15,7 +15,8 @@ namespace
 constexpr std::size_t kTextSize = 1024;
 
 template <std::size_t TagSize>
-void WriteLine(const char (&tag)[TagSize], const char* format, std::va_list arguments) noexcept
+__attribute__((format(printf, 2, 0))) void WriteLine(const char (&tag)[TagSize], const char* format,
+                                                     std::va_list arguments) noexcept
 {
     char line[TagSize - 1 + kTextSize];
     std::memcpy(line, tag, TagSize - 1);

@@ -88,7 +88,7 @@ class ComObject final : public Base
         : Base(module), m_inner(*this), m_outer(outer == nullptr ? &m_inner : outer)
     {}
 
-    virtual ~ComObject() = default;
+    ~ComObject() override = default;
 
     std::atomic<ULONG> m_references{0};
     Inner m_inner;

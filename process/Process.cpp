@@ -52,7 +52,7 @@ int Process::GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IP
         const auto handle =
             boost::make_shared<Handle>(OpenProcess(kProcessAccess, FALSE, pids[index]));
         if (handle->IsValid() && HasProcessFileName(handle->Get(), name)) {
-            processes.push_back(boost::make_shared<Process>(handle, pids[index]));
+            processes.emplace_back(boost::make_shared<Process>(handle, pids[index]));
         }
     }
     return sOk;

@@ -11,7 +11,7 @@ CWindowIterator::CWindowIterator(HWND parent, DWORD capacity)
 
 HWND CWindowIterator::First()
 {
-    const LPARAM context = reinterpret_cast<LPARAM>(this);
+    const auto context = reinterpret_cast<LPARAM>(this);
     m_count = 0;
     if (m_parent == nullptr) {
         EnumWindows(&EnumProc, context);

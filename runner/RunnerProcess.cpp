@@ -76,8 +76,8 @@ int RunnerProcess::GetProcessesByName(ComString name,
         }
         if (reply->result == sOk) {
             for (std::size_t index = 0; index < reply->pids.size(); ++index) {
-                processes.push_back(boost::make_shared<RunnerProcess>(reply->processKeys[index],
-                                                                      reply->pids[index]));
+                processes.emplace_back(boost::make_shared<RunnerProcess>(reply->processKeys[index],
+                                                                         reply->pids[index]));
             }
         }
         return reply->result;
