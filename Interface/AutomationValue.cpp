@@ -2,23 +2,35 @@
 
 #include <oleauto.h>
 
+#include <cstring>
+
 namespace tvn
 {
 namespace
 {
 
-const VARIANT& Follow(const VARIANT& value) noexcept
+/// What a reference leads to. Hosts keep their variables where it suits them, so the value is
+/// copied out byte by byte rather than read in place. What it points to stays the host's.
+template <class Value>
+Value Referred(const Value* reference) noexcept
+{
+    Value value;
+    std::memcpy(&value, reference, sizeof value);
+    return value;
+}
+
+VARIANT Follow(const VARIANT& value) noexcept
 {
     // One level is what hosts pass; the limit keeps a VARIANT that refers to itself from being
     // followed for ever.
     constexpr int kMostLevels = 8;
-    const VARIANT* current = &value;
-    for (int level = 0; level < kMostLevels && V_VT(current) == (VT_VARIANT | VT_BYREF) &&
-                        V_VARIANTREF(current) != nullptr;
+    VARIANT current = value;
+    for (int level = 0; level < kMostLevels && V_VT(&current) == (VT_VARIANT | VT_BYREF) &&
+                        V_VARIANTREF(&current) != nullptr;
          ++level) {
-        current = V_VARIANTREF(current);
+        current = Referred(V_VARIANTREF(&current));
     }
-    return *current;
+    return current;
 }
 
 bool IsLeftOut(const VARIANT& value) noexcept
@@ -31,7 +43,7 @@ bool IsLeftOut(const VARIANT& value) noexcept
 
 bool TextOf(const VARIANT& value, ComString& text)
 {
-    const VARIANT& plain = Follow(value);
+    const VARIANT plain = Follow(value);
     switch (V_VT(&plain)) {
         case VT_BSTR:
             text = ComString(V_BSTR(&plain), true);
@@ -40,7 +52,7 @@ bool TextOf(const VARIANT& value, ComString& text)
             if (V_BSTRREF(&plain) == nullptr) {
                 throw _com_error(E_POINTER);
             }
-            text = ComString(*V_BSTRREF(&plain), true);
+            text = ComString(Referred(V_BSTRREF(&plain)), true);
             return true;
         default:
             return false;
@@ -49,7 +61,7 @@ bool TextOf(const VARIANT& value, ComString& text)
 
 bool IndexOf(const VARIANT& value, LONG& number) noexcept
 {
-    const VARIANT& plain = Follow(value);
+    const VARIANT plain = Follow(value);
     if (IsLeftOut(plain)) {
         number = 0;
         return true;
@@ -57,8 +69,10 @@ bool IndexOf(const VARIANT& value, LONG& number) noexcept
     if ((V_VT(&plain) & VT_BYREF) != 0 && V_BYREF(&plain) == nullptr) {
         return false;
     }
+    _variant_t held;  // with references of its own: an object's default property may run anything
     _variant_t converted;
-    if (FAILED(VariantChangeType(&converted, const_cast<VARIANT*>(&plain), 0, VT_I4))) {
+    if (FAILED(VariantCopyInd(&held, const_cast<VARIANT*>(&plain))) ||
+        FAILED(VariantChangeType(&converted, &held, 0, VT_I4))) {
         return false;
     }
     number = V_I4(&converted);

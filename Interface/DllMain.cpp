@@ -9,6 +9,11 @@ using tvn::g_module;
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds)
 {
+    // The runtime's thread-local storage makes DisableThreadLibraryCalls fail: the notifications
+    // that should not come any more are not taken.
+    if (reason == DLL_THREAD_ATTACH || reason == DLL_THREAD_DETACH) {
+        return TRUE;
+    }
     tvn::LogDebug("in DLLMain");
     if (reason == DLL_PROCESS_ATTACH) {
         g_module.Init(instance);

@@ -21,7 +21,7 @@ void CopyText(char (&target)[Size], const char* source) noexcept
 
 BaseException::BaseException() noexcept : m_file(), m_line(0) {}
 
-BaseException::BaseException(const char* file, int line) noexcept : m_line(line)
+BaseException::BaseException(const char* file, int line) noexcept : m_file(), m_line(line)
 {
     CopyText(m_file, file);
 }
@@ -32,7 +32,7 @@ ComString BaseException::GetDescription() const
 }
 
 AssertException::AssertException(const char* expression, const char* file, int line) noexcept
-    : m_line(line)
+    : m_expression(), m_file(), m_line(line)
 {
     CopyText(m_expression, expression);
     CopyText(m_file, file);

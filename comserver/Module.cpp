@@ -171,7 +171,7 @@ HRESULT Module::GetTypeInfo(ITypeInfo** typeInfo) noexcept
 HRESULT Module::GetPath(std::wstring& path) const
 {
     constexpr std::size_t kLongestPath = 0x8000;
-    for (std::size_t size = MAX_PATH; size <= kLongestPath; size *= 2) {
+    for (std::size_t size = MAX_PATH; size < 2 * kLongestPath; size *= 2) {
         path.resize(size);
         const DWORD length = GetModuleFileNameW(m_instance, path.data(), static_cast<DWORD>(size));
         if (length == 0) {

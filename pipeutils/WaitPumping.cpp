@@ -57,6 +57,15 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
     DWORD remaining = timeout;
     for (;;) {
         const DWORD result = MsgWaitForMultipleObjects(count, handles, FALSE, remaining, kWakeMask);
+        if (result == WAIT_TIMEOUT && timeout != INFINITE) {
+            // The wait's clock may be some milliseconds ahead of the one that budgets are read
+            // from: a time-out must not leave time over there.
+            const DWORD waited = GetTickCount() - start;
+            if (waited < timeout) {
+                remaining = timeout - waited;
+                continue;
+            }
+        }
         if (result != WAIT_OBJECT_0 + count) {
             return result;
         }

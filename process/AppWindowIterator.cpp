@@ -72,6 +72,13 @@ HWND CAppWindowIterator::Current() const
 
 bool CAppWindowIterator::Matches(HWND hwnd) const
 {
+    // Reading the text of a window of this very process waits for its thread, which may be waiting
+    // for this one. Such a window is of no interest unless this program is the one looked for.
+    DWORD pid = 0;
+    const DWORD tid = GetWindowThreadProcessId(hwnd, &pid);
+    if (pid == GetCurrentProcessId() && tid != GetCurrentThreadId() && !MatchProcess(hwnd)) {
+        return false;
+    }
     return MatchTitle(hwnd) && MatchVisibility(hwnd) && MatchProcess(hwnd);
 }
 
