@@ -1,4 +1,6 @@
-' Attaches to Firefox instances that run, as long as one of them is free, and then starts another.
+' Two Firefox instances run. The first object takes one of them, the second finds the other one, and
+' for the third one a new browser is started.
+'
 ' What each one was started with tells them apart: a new one was given a start page.
 
 Option Explicit

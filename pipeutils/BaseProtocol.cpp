@@ -109,6 +109,13 @@ void BaseProtocol::ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeout
     // (A message that ends with its length must not make this read take the next one.)
     const DWORD count = rest == 0 ? 0 : static_cast<DWORD>(whole);
     const ReadResult fields = ReadPipe(buffer.get(), count, budget.Remaining());
+
+    // A writer that gives up in between takes the rest away, and the read gets the next message:
+    // whatever does not fit is taken out with it.
+    for (bool rests = fields.moreData; rests;) {
+        unsigned char dropped[256];
+        rests = ReadPipe(dropped, sizeof dropped, budget.Remaining()).moreData;
+    }
     if (length.bytes != sizeof size || fields.bytes != rest || whole != size) {
         throw ReadPipeError(ERROR_INVALID_DATA, __FILE__, __LINE__);
     }

@@ -10,10 +10,13 @@ namespace tvn
 {
 
 Overlapped::Overlapped(HANDLE h)
-    : m_tid(GetCurrentThreadId()), m_hFile(HandleToDuplicate(h).Duplicate()), m_ov()
+    : m_tid(GetCurrentThreadId()),
+      m_hFile(INVALID_HANDLE_VALUE),
+      m_ov(std::make_unique<OVERLAPPED>())
 {
-    m_ov.hEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    if (!Handle::IsValid(m_ov.hEvent)) {
+    m_hFile = HandleToDuplicate(h).Duplicate();
+    m_ov->hEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    if (!Handle::IsValid(m_ov->hEvent)) {
         const DWORD error = GetLastError();
         const Handle duplicate(m_hFile);  // the destructor does not run for a failed construction
         throw Win32Exception(error, __FILE__, __LINE__);
@@ -24,8 +27,8 @@ Overlapped::~Overlapped()
 {
     try {
         CheckThread();
-        const Handle file(m_hFile);
-        const Handle event(m_ov.hEvent);
+        const Handle event(m_ov->hEvent);
+        const Handle file(m_hFile);  // closed first
         if (file.IsValid()) {
             CancelIo(file.Get());
         }
@@ -33,12 +36,22 @@ Overlapped::~Overlapped()
             // The cancellation is a request: until it has come through, the system may still write
             // to the block and to the buffer of the operation.
             DWORD transferred = 0;
-            GetOverlappedResult(file.Get(), &m_ov, &transferred, TRUE);
+            GetOverlappedResult(file.Get(), m_ov.get(), &transferred, TRUE);
         }
     } catch (const BaseException& exception) {
+        ReleaseBlockInUse();
         ErrorReportManager::ReportError(exception, __LINE__, __FILE__);
     } catch (...) {
+        ReleaseBlockInUse();
         ErrorReportManager::ReportError(__LINE__, __FILE__);
+    }
+}
+
+void Overlapped::ReleaseBlockInUse() noexcept
+{
+    if (m_pending) {
+        // Better a leak than memory that is written to after it was freed.
+        static_cast<void>(m_ov.release());
     }
 }
 
@@ -50,7 +63,7 @@ void Overlapped::CheckThread() const
 OVERLAPPED* Overlapped::GetOverlapped()
 {
     CheckThread();
-    return &m_ov;
+    return m_ov.get();
 }
 
 void Overlapped::SetPending()
@@ -62,7 +75,7 @@ void Overlapped::SetPending()
 bool Overlapped::Wait(DWORD timeout, HANDLE hInterrupt)
 {
     CheckThread();
-    const HANDLE handles[] = {m_ov.hEvent, hInterrupt};
+    const HANDLE handles[] = {m_ov->hEvent, hInterrupt};
     const DWORD count = Handle::IsValid(hInterrupt) ? 2 : 1;
     const DWORD result = WaitPumping(count, handles, timeout);
     const DWORD error = GetLastError();

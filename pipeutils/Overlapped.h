@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <memory>
+
 namespace tvn
 {
 
@@ -45,9 +47,12 @@ class Overlapped
     bool Wait(DWORD timeout);
 
   private:
+    /// Gives up a block that cannot be cancelled any more and that the system still writes to.
+    void ReleaseBlockInUse() noexcept;
+
     DWORD m_tid;
     HANDLE m_hFile;
-    OVERLAPPED m_ov;
+    std::unique_ptr<OVERLAPPED> m_ov;  // outlives this object where it is still in use
     bool m_pending = false;
 };
 

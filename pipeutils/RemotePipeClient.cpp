@@ -39,7 +39,7 @@ HANDLE RemotePipeClient::OpenPipe(const char* name)
 boost::shared_ptr<Handle> RemotePipeClient::OpenPipe()
 {
     if (!m_hPipe->IsValid()) {
-        m_hPipe = boost::make_shared<Handle>(OpenPipe(static_cast<const char*>(m_pipeName)));
+        m_hPipe = ShareHandle(OpenPipe(static_cast<const char*>(m_pipeName)));
     }
     return m_hPipe;
 }

@@ -2,6 +2,8 @@
 
 #include <mbstring.h>
 
+#include <iterator>
+
 #include "basicslib/Handle.h"
 #include "process/ProcessFileName.h"
 #include "process/WindowIterator.h"
@@ -21,6 +23,16 @@ std::string LowerCase(std::string text)
 
 std::string WindowText(HWND hwnd)
 {
+    // A window of this very process would be asked by a message and waited for as long as its
+    // thread is busy, which may be waiting for this one; what the system itself knows is good
+    // enough.
+    DWORD owner = 0;
+    GetWindowThreadProcessId(hwnd, &owner);
+    if (owner == GetCurrentProcessId()) {
+        wchar_t own[512];
+        const int units = InternalGetWindowText(hwnd, own, static_cast<int>(std::size(own)));
+        return ToNarrow(std::wstring_view(own, static_cast<std::size_t>(units)));
+    }
     const int size = GetWindowTextLengthA(hwnd) + 1;
     std::string text(static_cast<std::size_t>(size), '\0');
     const int length = GetWindowTextA(hwnd, text.data(), size);
@@ -72,13 +84,6 @@ HWND CAppWindowIterator::Current() const
 
 bool CAppWindowIterator::Matches(HWND hwnd) const
 {
-    // Reading the text of a window of this very process waits for its thread, which may be waiting
-    // for this one. Such a window is of no interest unless this program is the one looked for.
-    DWORD pid = 0;
-    const DWORD tid = GetWindowThreadProcessId(hwnd, &pid);
-    if (pid == GetCurrentProcessId() && tid != GetCurrentThreadId() && !MatchProcess(hwnd)) {
-        return false;
-    }
     return MatchTitle(hwnd) && MatchVisibility(hwnd) && MatchProcess(hwnd);
 }
 

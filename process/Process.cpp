@@ -26,7 +26,7 @@ int Process::Start(ComString appPath, ComString cmdLine, ComString user, ComStri
         return result;
     }
     const Handle thread(processInfo.hThread);
-    m_handle = boost::make_shared<Handle>(processInfo.hProcess);
+    m_handle = ShareHandle(processInfo.hProcess);
     m_pid = processInfo.dwProcessId;
     return sOk;
 }
@@ -49,8 +49,7 @@ int Process::GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IP
         return sFail;
     }
     for (DWORD index = 0; index < bytes / sizeof pids[0]; ++index) {
-        const auto handle =
-            boost::make_shared<Handle>(OpenProcess(kProcessAccess, FALSE, pids[index]));
+        const auto handle = ShareHandle(OpenProcess(kProcessAccess, FALSE, pids[index]));
         if (handle->IsValid() && HasProcessFileName(handle->Get(), name)) {
             processes.emplace_back(boost::make_shared<Process>(handle, pids[index]));
         }

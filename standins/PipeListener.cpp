@@ -29,14 +29,15 @@ boost::shared_ptr<tvn::Handle> PipeListener::NewEnd() const
 
 void PipeListener::Listen(boost::shared_ptr<tvn::Handle> pipe) const
 {
+    // One end more than there are clients: one of them may come the moment another is connected.
+    auto spare = NewEnd();
     while (pipe->IsValid()) {
         DWORD error = 0;
-        const bool connected = ConnectPipe(pipe->Get(), INFINITE, nullptr, error);
-        auto next = NewEnd();  // before the client is served: others may be waiting already
-        if (connected) {
+        if (ConnectPipe(pipe->Get(), INFINITE, nullptr, error)) {
             std::thread([this, client = std::move(pipe)] { m_session(client); }).detach();
         }
-        pipe = std::move(next);
+        pipe = std::move(spare);
+        spare = NewEnd();
     }
 }
 

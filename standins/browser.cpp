@@ -233,7 +233,7 @@ class BrowserInstance
                 Send(protocol, id, reply);
                 goOn = reply.goOn;
             }
-        } catch (const tvn::PipeException&) {
+        } catch (const tvn::BaseException&) {
             // The client has gone, or does not read.
         }
         m_attachment.Detach(&pipe);
@@ -370,10 +370,10 @@ int WINAPI WinMain(HINSTANCE module, HINSTANCE /*previous*/, LPSTR /*arguments*/
     if (window == nullptr) {
         return 1;
     }
+    BrowserInstance instance(window, misbehaviour, IdAfter(commandLine, L"creatorUuid="));
     try {
-        BrowserInstance instance(window, misbehaviour, IdAfter(commandLine, L"creatorUuid="));
         if (!instance.Start(IdAfter(commandLine, L"pipeUuid="))) {
-            return 1;
+            ExitProcess(1);
         }
         MSG message;
         while (GetMessageW(&message, nullptr, 0, 0) > 0) {
@@ -381,7 +381,7 @@ int WINAPI WinMain(HINSTANCE module, HINSTANCE /*previous*/, LPSTR /*arguments*/
             DispatchMessageW(&message);
         }
         ExitProcess(0);  // the threads that wait for commands end with the process
-    } catch (const tvn::PipeException&) {
+    } catch (const tvn::BaseException&) {
         ExitProcess(1);  // whoever started this instance is no longer there
     }
 }

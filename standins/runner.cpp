@@ -35,17 +35,6 @@ constexpr DWORD kReplyTime = 10000;
 class KnownProcesses
 {
   public:
-    explicit KnownProcesses(std::size_t limit) : m_limit(limit) {}
-
-    bool IsFull()
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        const auto running = std::count_if(m_processes.begin(), m_processes.end(), [](auto& entry) {
-            return entry.second->WaitForExit(0) == tvn::sTimeout;
-        });
-        return static_cast<std::size_t>(running) >= m_limit;
-    }
-
     /// The key of a process, a new one when it has none yet. Ids are used again by the system, so
     /// one that names an ended process does not name this one.
     tvn::ComString KeyOf(const boost::shared_ptr<tvn::IProcess>& process)
@@ -71,7 +60,6 @@ class KnownProcesses
 
   private:
     std::mutex m_mutex;
-    std::size_t m_limit;
     std::map<std::wstring, boost::shared_ptr<tvn::IProcess>> m_processes;
 };
 
@@ -79,7 +67,7 @@ class RunnerService
 {
   public:
     explicit RunnerService(std::size_t limit)
-        : m_processes(limit),
+        : m_limit(limit),
           m_listener(static_cast<const char*>(tvn::RunnerPipeName()),
                      [this](const boost::shared_ptr<tvn::Handle>& pipe) { Serve(pipe->Get()); })
     {}
@@ -102,7 +90,7 @@ class RunnerService
                 }
                 protocol.WriteMsg(reply, nullptr, kReplyTime);
             }
-        } catch (const tvn::PipeException&) {
+        } catch (const tvn::BaseException&) {
             // The client has gone, or sent nothing that can be read.
         }
     }
@@ -129,7 +117,12 @@ class RunnerService
     boost::shared_ptr<tvn::BaseMsg> Start(const tvn::MsgStart& request)
     {
         auto reply = boost::make_shared<tvn::MsgStartComplete>(request.msgId);
-        if (m_processes.IsFull()) {
+        const std::lock_guard<std::mutex> lock(m_startMutex);
+        const auto ended = [](const auto& process) {
+            return process->WaitForExit(0) == tvn::sOk;
+        };
+        m_started.erase(std::remove_if(m_started.begin(), m_started.end(), ended), m_started.end());
+        if (m_started.size() >= m_limit) {
             reply->result = tvn::sInstancesCountLimitReached;
             return reply;
         }
@@ -137,6 +130,7 @@ class RunnerService
         reply->result = process->Start(request.appPath, request.cmdLine, request.user,
                                        request.domain, request.password, INFINITE);
         if (reply->result == tvn::sOk) {
+            m_started.push_back(process);
             reply->pid = process->GetPid();
             reply->processKey = m_processes.KeyOf(process);
         }
@@ -186,6 +180,9 @@ class RunnerService
         return reply;
     }
 
+    std::size_t m_limit;
+    std::mutex m_startMutex;
+    std::vector<boost::shared_ptr<tvn::IProcess>> m_started;
     KnownProcesses m_processes;
     standins::PipeListener m_listener;
 };
