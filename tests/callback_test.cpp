@@ -1,35 +1,24 @@
 // The one-shot pipe server on which a new instance reports itself.
 
-#include <gmock/gmock.h>
-
-#include <thread>
-
-#include "basicslib/Exceptions.h"
 #include "pipeutils/CallbackProtocol.h"
 #include "pipeutils/RemotePipeClient.h"
 #include "pipeutils/SimplePipeServer.h"
-#include "tests/log_capture.h"
-#include "tests/replaced_imports.h"
-#include "tests/surroundings.h"
-#include "tests/test_pipe.h"
+#include "tests/support.h"
 
-using namespace tvn;
-
-namespace
+namespace tvn::tests
 {
 
 constexpr const char* kName = "\\\\.\\pipe\\Talvern_callback_test";
 
 /// Times out twice, hands one client over and follows it to its end.
-void ServeOneClient()
+static void ServeOneClient()
 {
-    const tests::LogCapture log;
+    const LogCapture log;
     SimplePipeServer server;
     EXPECT_THROW(server.WaitForClient(0), InvalidOperationException);
     server.Create(kName, true);
-    EXPECT_FALSE(server.WaitForClient(0));
-    EXPECT_FALSE(server.WaitForClient(50));
-    EXPECT_TRUE(log.Has("[tvn::debug] SimplePipeServer, Timeout 50"));
+    EXPECT_FALSE(server.WaitForClient(0) || server.WaitForClient(50));
+    EXPECT_EQ(log.Count(kDebug + "SimplePipeServer, Timeout 50"), 1);
     std::thread instance([] {
         Sleep(100);
         RemotePipeClient client(kName);
@@ -39,7 +28,7 @@ void ServeOneClient()
     const auto pipe = server.WaitForClient(5000);
     ASSERT_TRUE(pipe);
     EXPECT_THROW(server.WaitForClient(0), InvalidOperationException);
-    EXPECT_TRUE(log.Has("[tvn::debug] SimplePipeServer, m_hPipe == INVALID_HANDLE_VALUE"));
+    EXPECT_EQ(log.Count(kDebug + "SimplePipeServer, m_hPipe == INVALID_HANDLE_VALUE"), 2);
     CallbackProtocol protocol(pipe->Get(), nullptr);
     DWORD hwnd = 0;
     protocol.ReceiveHwnd(hwnd, 5000);
@@ -49,60 +38,48 @@ void ServeOneClient()
     EXPECT_THROW(protocol.ReceiveHwnd(hwnd, 1000), ReadPipeError) << "the instance has gone";
 }
 
-}  // namespace
-
 TEST(Callback, AClientIsWaitedForAgainAndHandedOverOnce)
 {
     ServeOneClient();
-    const int before = tests::CountHandles();
+    const auto before = CountHandles();
     ServeOneClient();
-    EXPECT_EQ(tests::CountHandles(), before);
+    EXPECT_EQ(CountHandles(), before);
+    EXPECT_THROW(SimplePipeServer().Create("not a pipe's name", true), Win32Exception);
 }
 
-TEST(Callback, AClientThatComesBeforeTheConnectIsSeen)
+TEST(Callback, AConnectSeesAnEarlierClientOrEndsOnTimeOrWithTheInterrupt)
 {
-    const auto pipe = tests::PipeServer::NewEnd(kName);
+    const auto pipe = PipeServer::NewEnd(kName);
+    const auto interrupt = NewEvent();
+    DWORD error = 0;
+    EXPECT_FALSE(PipeServer::ConnectPipe(pipe->Get(), 50, interrupt->Get(), error));
+    SetEvent(interrupt->Get());
+    EXPECT_FALSE(PipeServer::ConnectPipe(pipe->Get(), INFINITE, interrupt->Get(), error));
     const auto client = RemotePipeClient(kName).OpenPipe();
     const auto block = boost::make_shared<Overlapped>(pipe->Get());
-    DWORD error = 0;
-    EXPECT_TRUE(tests::PipeServer::ConnectPipe(pipe->Get(), block, error));
+    EXPECT_TRUE(PipeServer::ConnectPipe(pipe->Get(), block, error));
     EXPECT_EQ(error, static_cast<DWORD>(ERROR_PIPE_CONNECTED));
     EXPECT_TRUE(block->Wait(0));
-    EXPECT_TRUE(tests::PipeServer::ConnectPipe(pipe->Get(), 1000, nullptr, error));
-}
+    EXPECT_TRUE(PipeServer::ConnectPipe(pipe->Get(), 1000, nullptr, error));
 
-TEST(Callback, AConnectEndsOnTimeOrWithTheInterrupt)
-{
-    const auto pipe = tests::PipeServer::NewEnd(kName);
-    const Handle interrupt(CreateEventA(nullptr, TRUE, FALSE, nullptr));
-    DWORD error = 0;
-    EXPECT_FALSE(tests::PipeServer::ConnectPipe(pipe->Get(), 50, interrupt.Get(), error));
-    SetEvent(interrupt.Get());
-    EXPECT_FALSE(tests::PipeServer::ConnectPipe(pipe->Get(), INFINITE, interrupt.Get(), error));
-    const tests::LogCapture log;
-    const Handle notAPipe(CreateEventA(nullptr, TRUE, FALSE, nullptr));
-    EXPECT_FALSE(tests::PipeServer::ConnectPipe(notAPipe.Get(), 50, nullptr, error));
+    const LogCapture log;
+    EXPECT_FALSE(PipeServer::ConnectPipe(interrupt->Get(), 50, nullptr, error)) << "no pipe";
     EXPECT_NE(error, 0U);
-    EXPECT_EQ(
-        log.Starting("[tvn::debug] [PipeServerBase::ConnectPipe ConnectNamedPipe] FAILED (").size(),
-        1U);
+    const std::string failed = kDebug + "[PipeServerBase::ConnectPipe ConnectNamedPipe] FAILED (";
+    EXPECT_EQ(log.Lines(failed).size(), 1U);
 }
 
 TEST(Callback, AllowingAllMakesThePipeInheritableAndOpenToEverybody)
 {
-    const tests::LogCapture log;
-    for (const BOOL allowAll : {FALSE, TRUE}) {
-        DWORD error = 0;
-        const Handle pipe(tests::PipeServer::CreatePipe(kName, allowAll, error));
-        ASSERT_TRUE(pipe.IsValid());
-        DWORD flags = 0;
-        GetHandleInformation(pipe.Get(), &flags);
-        EXPECT_EQ((flags & HANDLE_FLAG_INHERIT) != 0, allowAll == TRUE);
-        const std::string security = allowAll ? "inheritable, null list" : "default";
-        EXPECT_EQ(tests::g_imports.newPipe, "40000003 6 255 1024 1024 5000 " + security);
-    }
-    EXPECT_TRUE(log.Has("[tvn::debug] CreateNamedPipe, " + std::string(kName) +
-                        ", allowAllToAccessPipe = 1"));
-    SimplePipeServer server;
-    EXPECT_THROW(server.Create("not a pipe's name", true), Win32Exception);
+    const LogCapture log;
+    DWORD error = 0;
+    const Handle own(PipeServer::CreatePipe(kName, FALSE, error));
+    EXPECT_EQ(g_imports.newPipe, "40000003 6 255 1024 1024 5000 default");
+    const Handle open(PipeServer::CreatePipe(kName, TRUE, error));
+    EXPECT_EQ(g_imports.newPipe, "40000003 6 255 1024 1024 5000 inheritable, null list");
+    EXPECT_TRUE(own.IsValid() && open.IsValid());
+    const std::string line = kDebug + "CreateNamedPipe, " + kName + ", allowAllToAccessPipe = ";
+    EXPECT_THAT(log.Lines(), ElementsAre(line + "0", line + "1"));
 }
+
+}  // namespace tvn::tests

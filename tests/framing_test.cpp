@@ -1,159 +1,98 @@
 // Messages on a pipe: one write and two timed reads, and what becomes of malformed ones.
 
-#include <gmock/gmock.h>
+#include "tests/support.h"
 
-#include <thread>
-
-#include "basicslib/Exceptions.h"
-#include "pipeutils/BaseProtocol.h"
-#include "pipeutils/PipeNames.h"
-#include "tests/log_capture.h"
-#include "tests/surroundings.h"
-#include "tests/test_pipe.h"
-
-using namespace tvn;
-using tests::Bytes;
-using tests::Elapsed;
-using tests::PipePair;
-using tests::Words;
-
-namespace
+namespace tvn::tests
 {
 
 class Framing : public testing::Test
 {
   protected:
-    PipePair pipe;
-    BaseProtocol protocol{pipe.client->Get(), nullptr};
-    DWORD size = 0;
-    MessageBuffer buffer;
-};
-
-}  // namespace
-
-TEST(PipeNames, AreThoseThatTheOtherSidesKnow)
-{
-    EXPECT_EQ(ToView(CallbackPipeName(L"a_b")), L"\\\\.\\pipe\\Talvern_a_b");
-    EXPECT_EQ(ToView(InstancePipeName(0x10040)), L"\\\\.\\pipe\\Talvern_65600");
-    EXPECT_EQ(ToView(InstancePipeName(0x80000001)), L"\\\\.\\pipe\\Talvern_-2147483647");
-    EXPECT_EQ(ToView(RunnerPipeName()), L"\\\\.\\pipe\\tvnRunner");
-    EXPECT_EQ(CallbackPipeName(std::wstring(600, L'u').c_str()).length(), 511U);
-}
-
-TEST(PipeNames, IdentifiersAreFreshAndHoldNoHyphen)
-{
-    const std::string id = tests::Narrow(CreateUuidString());
-    EXPECT_THAT(id, testing::MatchesRegex("\\w+"));
-    for (std::size_t at = 0; at < id.size(); ++at) {
-        EXPECT_EQ(id[at] == '_', at == 8 || at == 13 || at == 18 || at == 23) << at;
+    /// The next message, put together again.
+    Bytes Read(DWORD timeout = 1000)
+    {
+        DWORD size = 0;
+        MessageBuffer buffer;
+        protocol.ReadMessage(size, buffer, timeout);
+        Bytes bytes = Words({size});
+        bytes.insert(bytes.end(), buffer.get(), buffer.get() + size - 4);
+        return bytes;
     }
-    EXPECT_EQ(id.size(), 36U);
-    EXPECT_NE(id, tests::Narrow(CreateUuidString()));
-}
+
+    PipePair pipe;
+    boost::shared_ptr<Handle> interrupt = NewEvent();
+    BaseProtocol protocol{pipe.client->Get(), interrupt->Get()};
+    Bytes large = Bytes(16 << 20, 0);
+};
 
 TEST_F(Framing, AMessageIsReadInTwoPartsAndLeavesNothingBehind)
 {
-    const tests::LogCapture log;
+    const LogCapture log;
     pipe.Send(Words({16, 1, 2, 3}));
     pipe.Send(Words({8, 4}));
-    protocol.ReadMessage(size, buffer, 1000);
-    EXPECT_EQ(size, 16U);
-    EXPECT_EQ(Bytes(buffer.get(), buffer.get() + 12), Words({1, 2, 3}));
-    protocol.ReadMessage(size, buffer, 0);
-    EXPECT_EQ(size, 8U);
-    EXPECT_EQ(Bytes(buffer.get(), buffer.get() + 4), Words({4}));
-    EXPECT_TRUE(log.Has("[tvn::debug] [BaseProtocol::WritePipe] cbBuf = 10, cbWritten = 10 "));
-    EXPECT_TRUE(
-        log.Has("[tvn::debug] [BaseProtocol::ReadPipe] fSuccess = 1, cbBuf = 4, cbBytesRead = 4"));
-    EXPECT_TRUE(
-        log.Has("[tvn::debug] [BaseProtocol::ReadPipe] fSuccess = 1, cbBuf = 10, cbBytesRead = c"));
-    EXPECT_EQ(protocol.ReadPipe(&size, 0, INFINITE).bytes, 0U) << "no bytes asked, nothing waited";
-}
+    EXPECT_EQ(Read(), Words({16, 1, 2, 3}));
+    EXPECT_EQ(Read(0), Words({8, 4}));
+    const std::string write = kDebug + "[BaseProtocol::WritePipe] cbBuf = ";
+    const std::string read = kDebug + "[BaseProtocol::ReadPipe] fSuccess = 1, cbBuf = ";
+    EXPECT_THAT(log.Lines(), ElementsAre(write + "10, cbWritten = 10 ", write + "8, cbWritten = 8 ",
+                                         read + "4, cbBytesRead = 4", read + "10, cbBytesRead = c",
+                                         read + "4, cbBytesRead = 4", read + "8, cbBytesRead = 4"));
+    EXPECT_EQ(protocol.ReadPipe(nullptr, 0, INFINITE).bytes, 0U) << "nothing asked, nothing waited";
+    pipe.Send(Words({4}));
+    EXPECT_EQ(Read(0), Words({4})) << "a length alone, which takes nothing of the next message";
 
-TEST_F(Framing, AMessageThatArrivesLateOrIsLargerThanThePipeIsReadWhole)
-{
-    Bytes large = Words({0x400000});
-    large.resize(0x400000, 0x5A);
-    std::thread writer([&] {
+    std::fill_n(large.begin(), 4, '\0');
+    large[3] = 1;  // the length field says 16 MiB
+    const std::jthread writer([&] {
         Sleep(200);
         pipe.Send(large);
     });
-    protocol.ReadMessage(size, buffer, 5000);
-    writer.join();
-    EXPECT_EQ(size, large.size());
-    EXPECT_TRUE(std::equal(large.begin() + 4, large.end(), buffer.get()));
-}
-
-TEST_F(Framing, AReadThatGetsNothingEndsOnTime)
-{
-    EXPECT_THROW(protocol.ReadMessage(size, buffer, 0), ReadPipeTimeout);
-    const auto elapsed =
-        Elapsed([&] { EXPECT_THROW(protocol.ReadMessage(size, buffer, 300), ReadPipeTimeout); });
-    EXPECT_GE(elapsed, 250);
-    EXPECT_LT(elapsed, 2000);
-    pipe.Send(Words({8, 9}));
-    protocol.ReadMessage(size, buffer, 0);
-    EXPECT_EQ(size, 8U) << "the reads that timed out have taken nothing";
+    EXPECT_TRUE(Read(5000) == large) << "late, and larger than the pipe";
 }
 
 TEST_F(Framing, MalformedMessagesAreTakenOutAndReported)
 {
-    const Bytes malformed[] = {
-        Words({0xFFFFFFFF, 1}), Words({16, 1}), Words({8, 1, 2}), Words({0, 1}), {1, 2}, {},
-    };
-    for (const Bytes& bytes : malformed) {
+    for (const Bytes& bytes : {Words({0xFFFFFFFF, 1}), Words({16, 1}), Words({8, 1, 2}),
+                               Words({0, 1}), Bytes{1, 2}, Bytes()}) {
         SCOPED_TRACE(testing::PrintToString(bytes));
         pipe.Send(bytes);
-        const auto elapsed =
-            Elapsed([&] { EXPECT_THROW(protocol.ReadMessage(size, buffer, 5000), ReadPipeError); });
-        EXPECT_LT(elapsed, 3000) << "it does not wait for what was claimed";
+        g_largestAllocation = 0;
+        EXPECT_THAT(Elapsed([&] { EXPECT_THROW(Read(5000), ReadPipeError); }), Within(0, 3000))
+            << "it does not wait for what was claimed";
+        EXPECT_LT(g_largestAllocation, 0x10000U) << "nor make room for it";
         pipe.Send(Words({8, 7}));
-        protocol.ReadMessage(size, buffer, 1000);
-        EXPECT_EQ(Bytes(buffer.get(), buffer.get() + 4), Words({7}));
+        EXPECT_EQ(Read(), Words({8, 7}));
     }
-    boost::shared_ptr<Deserializer> message;
-    pipe.Send(Words({4}));
-    protocol.ReadMessage(message, 0);
-    unsigned int value = 0;
-    EXPECT_THROW(message->ReadUInt(value), ReadPipeError) << "a length alone has no fields";
 }
 
-TEST_F(Framing, AnInterruptEndsAWaitButNotAReadOfWhatIsThere)
+TEST_F(Framing, AReadEndsOnTimeOrWithTheInterruptAndTakesNothing)
 {
-    const Handle interrupt(CreateEventA(nullptr, TRUE, TRUE, nullptr));
-    BaseProtocol interruptible(pipe.client->Get(), interrupt.Get());
-    EXPECT_THROW(interruptible.ReadMessage(size, buffer, INFINITE), PipeInterrupted);
+    EXPECT_THROW(Read(0), ReadPipeTimeout);
+    EXPECT_THAT(Elapsed([&] { EXPECT_THROW(Read(300), ReadPipeTimeout); }), Within(250, 2000));
+    SetEvent(interrupt->Get());
+    EXPECT_THROW(Read(INFINITE), PipeInterrupted);
     pipe.Send(Words({8, 1}));
-    interruptible.ReadMessage(size, buffer, INFINITE);
-    EXPECT_EQ(size, 8U);
-    ResetEvent(interrupt.Get());
-    EXPECT_THROW(interruptible.ReadMessage(size, buffer, 50), ReadPipeTimeout);
-
-    std::vector<char> large(1 << 20);
-    SetEvent(interrupt.Get());
-    EXPECT_THROW(interruptible.WritePipe(large.data(), 1 << 20, INFINITE), WritePipeError);
+    EXPECT_EQ(Read(INFINITE), Words({8, 1})) << "what is there is read all the same";
 }
 
-TEST_F(Framing, AWriteThatIsNotTakenEndsOnTimeAndLeavesNothingPending)
+TEST_F(Framing, AWriteEndsOnTimeOrWithTheInterruptAndLeavesNothingPending)
 {
-    const int before = tests::CountHandles();
-    std::vector<char> large(16 << 20);
-    const auto elapsed = Elapsed([&] {
+    const auto before = CountHandles();
+    const auto error = [&](DWORD timeout) -> DWORD {
         try {
-            protocol.WritePipe(large.data(), static_cast<DWORD>(large.size()), 300);
-            FAIL();
-        } catch (const WritePipeError& error) {
-            EXPECT_EQ(error.GetError(), static_cast<DWORD>(WAIT_TIMEOUT));
+            protocol.WritePipe(large.data(), static_cast<DWORD>(large.size()), timeout);
+            return 0;
+        } catch (const WritePipeError& exception) {
+            return exception.GetError();
         }
-    });
-    EXPECT_GE(elapsed, 250);
-    EXPECT_LT(elapsed, 3000);
-    EXPECT_EQ(tests::CountHandles(), before);
+    };
+    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(error(300), 258U); }), Within(250, 3000));
+    SetEvent(interrupt->Get());
+    EXPECT_EQ(error(INFINITE), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+    EXPECT_EQ(CountHandles(), before);
+    pipe.server.reset();
+    EXPECT_NE(error(1000), 0U);
+    EXPECT_THROW(Read(), ReadPipeError) << "a closed pipe fails both ways";
 }
 
-TEST_F(Framing, AClosedPipeFailsBothWays)
-{
-    pipe.server.reset();
-    EXPECT_THROW(protocol.WritePipe("x", 1, 1000), WritePipeError);
-    EXPECT_THROW(protocol.ReadMessage(size, buffer, 1000), ReadPipeError);
-}
+}  // namespace tvn::tests

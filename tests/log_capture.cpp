@@ -1,19 +1,19 @@
 #include "tests/log_capture.h"
 
+#include <algorithm>
 #include <mutex>
 
-namespace tests
+namespace tvn::tests
 {
 namespace
 {
-
-constexpr DWORD kPrintException = 0x40010006;  // what OutputDebugStringA raises
 
 std::mutex g_mutex;
 std::vector<std::string> g_lines;
 
 LONG CALLBACK SeeLine(EXCEPTION_POINTERS* exception)
 {
+    constexpr DWORD kPrintException = 0x40010006;  // what OutputDebugStringA raises
     const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
     if (record.ExceptionCode == kPrintException) {
         const std::lock_guard<std::mutex> lock(g_mutex);
@@ -24,30 +24,25 @@ LONG CALLBACK SeeLine(EXCEPTION_POINTERS* exception)
 
 }  // namespace
 
-LogCapture::LogCapture() : m_handler(AddVectoredExceptionHandler(1, &SeeLine))
+LogCapture::LogCapture()
+    : m_handler(AddVectoredExceptionHandler(1, &SeeLine), &RemoveVectoredExceptionHandler)
 {
     const std::lock_guard<std::mutex> lock(g_mutex);
     g_lines.clear();
 }
 
-LogCapture::~LogCapture()
-{
-    RemoveVectoredExceptionHandler(m_handler);
-}
-
-std::vector<std::string> LogCapture::Lines() const
+std::vector<std::string> LogCapture::Lines(const std::string& start) const
 {
     const std::lock_guard<std::mutex> lock(g_mutex);
-    return g_lines;
-}
-
-std::vector<std::string> LogCapture::Starting(const std::string& start) const
-{
-    auto lines = Lines();
-    lines.erase(std::remove_if(lines.begin(), lines.end(),
-                               [&](const std::string& line) { return line.rfind(start, 0) != 0; }),
-                lines.end());
+    auto lines = g_lines;
+    std::erase_if(lines, [&](const std::string& line) { return line.rfind(start, 0) != 0; });
     return lines;
 }
 
-}  // namespace tests
+std::ptrdiff_t LogCapture::Count(const std::string& line) const
+{
+    const auto lines = Lines(line);
+    return std::count(lines.begin(), lines.end(), line);
+}
+
+}  // namespace tvn::tests

@@ -2,11 +2,11 @@
 
 #include <windows.h>
 
-#include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
-namespace tests
+namespace tvn::tests
 {
 
 /// Sees every line that this process writes to the Windows debug output, from construction to
@@ -15,24 +15,15 @@ class LogCapture
 {
   public:
     LogCapture();
-    ~LogCapture();
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
 
-    std::vector<std::string> Lines() const;
+    /// The lines seen so far that begin with `start`.
+    std::vector<std::string> Lines(const std::string& start = "") const;
 
-    bool Has(const std::string& line) const { return Count(line) > 0; }
-    std::ptrdiff_t Count(const std::string& line) const
-    {
-        const auto lines = Lines();
-        return std::count(lines.begin(), lines.end(), line);
-    }
-
-    /// The lines that begin with `start`.
-    std::vector<std::string> Starting(const std::string& start) const;
+    /// How often exactly this line has been seen.
+    std::ptrdiff_t Count(const std::string& line) const;
 
   private:
-    void* m_handler;
+    std::shared_ptr<void> m_handler;
 };
 
-}  // namespace tests
+}  // namespace tvn::tests

@@ -1,105 +1,67 @@
 // Processes: started, under other credentials too, waited for, ended, listed.
 
-#include <gmock/gmock.h>
+#include "tests/support.h"
 
-#include "basicslib/StatusCode.h"
-#include "process/Process.h"
-#include "process/ProcessFactory.h"
-#include "tests/log_capture.h"
-#include "tests/replaced_imports.h"
-#include "tests/surroundings.h"
-
-using namespace tvn;
-using testing::ElementsAre;
-using tests::g_imports;
-
-namespace
+namespace tvn::tests
 {
-
-const ComString kNone;
-
-ComString Browser()
-{
-    return (tests::StandinFolder() + "\\iexplore.exe").c_str();
-}
-
-}  // namespace
-
-TEST(Processes, AnObjectWithoutAProcessAnswersSo)
-{
-    const auto process = ProcessFactory().NewProcess();
-    EXPECT_EQ(process->GetPid(), 0U);
-    EXPECT_EQ(process->WaitForExit(INFINITE), sFail);
-    EXPECT_EQ(process->Terminate(INFINITE), sFail);
-}
 
 TEST(Processes, AStartedOneIsAwaitedAndEnded)
 {
-    const int before = tests::CountHandles();
+    const auto before = CountHandles();
     {
         Process process;
-        ASSERT_EQ(process.Start(Browser(), L"-free", kNone, L"D", L"P", INFINITE), sOk);
+        EXPECT_EQ(process.GetPid(), 0U);
+        EXPECT_EQ(process.WaitForExit(INFINITE), sFail);
+        EXPECT_EQ(process.Terminate(INFINITE), sFail);
+        const std::string path = StandinFolder() + "\\iexplore.exe";
+        ASSERT_EQ(process.Start(path.c_str(), L"-free", kNone, L"D", L"P", INFINITE), sOk);
         EXPECT_TRUE(g_imports.logon.empty()) << "domain and password alone ask for no logon";
         const Handle opened(OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, process.GetPid()));
         EXPECT_TRUE(opened.IsValid());
         EXPECT_EQ(process.WaitForExit(0), sTimeout);
         EXPECT_EQ(process.Terminate(0), sOk);
         EXPECT_EQ(process.WaitForExit(5000), sOk);
-        EXPECT_EQ(process.WaitForExit(0), sOk);
         EXPECT_NE(process.GetPid(), 0U);
         DWORD code = 0;
         GetExitCodeProcess(opened.Get(), &code);
         EXPECT_EQ(code, 0xFFFFFFFF);
     }
-    EXPECT_EQ(tests::CountHandles(), before);
+    EXPECT_EQ(CountHandles(), before);
 }
 
-TEST(Processes, AStartThatFailsLogsTheSystemsCodeAndLeavesTheObjectEmpty)
+TEST(Processes, AStartThatFailsLogsTheSystemsCodeAndOtherCredentialsGoToTheLogonCall)
 {
-    const tests::LogCapture log;
+    const LogCapture log;
     Process process;
     EXPECT_EQ(process.Start(L"C:\\none\\talvern.exe", L"", kNone, kNone, kNone, 0), sFail);
     EXPECT_EQ(process.GetPid(), 0U);
-    EXPECT_THAT(log.Lines()[0],
-                testing::MatchesRegex(".\\.+tvn::error. CreateProcess failed 0x0000000\\d"));
-}
-
-TEST(Processes, OtherCredentialsGoToTheLogonCall)
-{
-    const tests::LogCapture log;
-    Process process;
+    EXPECT_EQ(log.Lines(kError + "CreateProcess failed 0x0000000").size(), 1U);
     EXPECT_EQ(process.Start(L"C:\\app.exe", L" -x \"y z\"", L"U", L"D", L"P", 0), sFail);
-    EXPECT_THAT(g_imports.logon, ElementsAre(L"U", L"D", L"P", L"1", L"C:\\app.exe", L" -x \"y z\"",
-                                             L"32", L"(null)", L"(null)", L"1", L"1"));
-    EXPECT_TRUE(log.Has("[................tvn::error] CreateProcessWithLogonW failed 0x00000078"));
+    EXPECT_EQ(g_imports.logon, L"U|D|P|1|C:\\app.exe| -x \"y z\"|32|0|(null)|0|1|1");
+    EXPECT_EQ(log.Count(kError + "CreateProcessWithLogonW failed 0x00000078"), 1);
     EXPECT_EQ(process.GetPid(), 0U);
-
     g_imports.logonSucceeds = true;
     EXPECT_EQ(process.Start(L"C:\\app.exe", kNone, L"U", kNone, kNone, 0), sOk);
-    EXPECT_EQ(g_imports.logon[1], L"(null)");
+    EXPECT_EQ(g_imports.logon.substr(0, 18), L"U|(null)|(null)|1|");
     EXPECT_EQ(process.GetPid(), 4711U);
 }
 
 TEST(Processes, AreListedByNameInAnyLetterCase)
 {
-    const tests::ChildProcess first(tests::StandinFolder() + "\\iexplore.exe");
-    const tests::ChildProcess second(tests::StandinFolder() + "\\iexplore.exe");
-    const tests::ChildProcess other(tests::StandinFolder() + "\\firefox.exe");
+    const auto first = Started("standins\\iexplore.exe");
+    const auto second = Started("standins\\iexplore.exe");
+    const auto other = Started("standins\\firefox.exe");
+    EXPECT_TRUE(Eventually([] { return Running("IEXPLORE.EXE").size() == 2; }));
     Process process;
-    std::vector<boost::shared_ptr<IProcess>> list(7);
-    const auto pids = [&] {
-        std::vector<DWORD> found;
-        EXPECT_EQ(process.GetProcessesByName(L"IEXPLORE.EXE", list, 0), sOk);
-        for (const auto& entry : list) {
-            found.push_back(entry->GetPid());
-        }
-        return found;
-    };
-    EXPECT_TRUE(tests::Eventually([&] { return pids().size() == 2; }));
-    EXPECT_THAT(pids(), testing::UnorderedElementsAre(first.Pid(), second.Pid()));
-    EXPECT_EQ(list[0]->Terminate(0), sOk);
-    EXPECT_EQ(list[0]->WaitForExit(5000), sOk);
+    Processes list(7);
+    EXPECT_EQ(process.GetProcessesByName(L"iexplore.exe", list, 0), sOk);
+    ASSERT_EQ(list.size(), 2U);
+    EXPECT_EQ(std::minmax({list[0]->GetPid(), list[1]->GetPid()}),
+              std::minmax({first->GetPid(), second->GetPid()}));
+    EXPECT_EQ(list[0]->Terminate(0) + list[0]->WaitForExit(5000), sOk + sOk);
     EXPECT_EQ(process.GetProcessesByName(L"none.exe", list, 0), sOk);
     EXPECT_TRUE(list.empty());
     EXPECT_EQ(process.GetPid(), 0U) << "the object's own process has no part in it";
 }
+
+}  // namespace tvn::tests

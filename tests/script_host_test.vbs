@@ -1,31 +1,53 @@
 ' Every method, with literals, variables, expressions and left-out arguments.
 Option Explicit
-Dim app, other, name, value, i, n, timeout, kind, status
+Dim app, other, item, name, value, kind, user, password, timeout
 Set app = CreateObject("talvern")
-WScript.Echo app.tvnGetInterfaceVersion()
-WScript.Echo app.tvnPlay("m"), app.tvnDisplay("t"), app.tvnExit(), "[" & app.tvnGetLastError() & "]"
 
-WScript.Echo app.tvnInit(), app.tvnInit()
-name = "a"
-value = "1 2"
-WScript.Echo app.tvnSet(name, value), app.tvnSet("b", "x" & vbCrLf & "y")
+Function Texts()
+    Dim i, all, piece
+    all = app.tvnGetLastError() & "|" & app.tvnGetLastExtract()
+    For i = 1 To 6
+        piece = app.tvnGetLastExtract(i)
+        If piece <> "NODATA" Then all = all & "|" & piece
+    Next
+    Texts = Replace(Replace(Replace(all, vbCr, "\r"), vbLf, "\n"), Chr(0), "\0")
+End Function
+
+Sub Play(macro) ' with slashes for line feeds
+    WScript.Echo app.tvnPlay(Replace(macro, "/", vbLf)) & "|" & Texts()
+End Sub
+
+WScript.Echo app.tvnGetInterfaceVersion(), app.tvnSet("lost", "1"), Texts()
+WScript.Echo app.tvnPlay("m"), app.tvnDisplay("t"), app.tvnExit()
 timeout = 20
-WScript.Echo app.tvnPlay("macro", timeout)
-WScript.Echo Replace(Replace(app.tvnGetLastExtract(), vbCr, "\r"), vbLf, "\n")
-n = 4
-For i = 0 To n
-    WScript.Echo i & ":" & Replace(Replace(app.tvnGetLastExtract(i), vbCr, "\r"), vbLf, "\n")
+WScript.Echo app.tvnInit(, , , , , timeout)
+name = "city"
+value = "New York"
+WScript.Echo app.tvnSet(name, value), app.tvnSet("-fast", "1 2")
+WScript.Echo app.tvnSet("x-y", "a" & vbCrLf & "[SP]b"), app.tvnSet(vbNullString, vbNullString)
+Play "Search/now please"
+Play "a" & Chr(0) & "b"
+Play "!status -1/!reply Wrong[tvn!E!tvn]x[EXTRACT]y"
+Play "!status 2/!reply Done[tvn!E!tvn][EXTRACT]b[EXTRACT]"
+Play "!status 70000/!reply [tvn!E!tvn]x"
+Play "!reply a[tvn!E!tvn]b[tvn!E!tvn]c"
+Play "!status -100"
+Play "!status -5/!reply old[tvn!E!tvn]x[EXTRACT]y"
+WScript.Echo app.tvnSet("v", 1), app.tvnDisplay("a b" & vbCrLf & "c", timeout), Texts()
+Play "m"
+Play "!displayed"
+
+Play "!reply one[EXTRACT]two"
+For Each item In Array(2, CDbl(2), CLng(2), CByte(2), "2", -1, 3, 32767, 32768, 65537, 1E12, "x", Null, True, Empty, 0, "0")
+    WScript.Echo TypeName(item), app.tvnGetLastExtract(item)
 Next
-WScript.Echo app.tvnGetLastExtract(CDbl(2)), app.tvnGetLastExtract("2"), app.tvnGetLastExtract("no")
-WScript.Echo app.tvnGetLastExtract(-1), Len(app.tvnGetLastExtract(Empty)) - Len(app.tvnGetLastExtract(0))
-WScript.Echo app.tvnPlay("!status -100" & vbLf & "!reply Stopped[tvn!E!tvn]"), app.tvnGetLastError()
-WScript.Echo app.tvnDisplay("shown"), app.tvnPlay("!displayed"), app.tvnGetLastExtract()
-WScript.Echo app.tvnExit(timeout), app.tvnExit(5)
+WScript.Echo app.tvnSet("v", "1"), app.tvnInit("-fx"), Texts()
+Play "!status -5/!reply old[tvn!E!tvn]x"
+WScript.Echo app.tvnExit(timeout), Texts(), app.tvnExit(5)
 
 kind = "-fx"
 WScript.Echo app.tvnInit(kind, True, , , , 20), app.tvnExit()
 ' The logon service is not there: credentials fail, stay, and do not matter for one that runs.
-Dim user, password
 user = "somebody"
 password = "secret"
 WScript.Echo app.tvnInit("-fx", True, "somebody", "secret", "domain"), app.tvnInit(kind, True, user, password)

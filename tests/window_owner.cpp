@@ -4,14 +4,13 @@
 //     hidden=TITLE visible=TITLE    a top-level window
 //     message=TITLE                 a message-only window
 //     child=TITLE showchild=TITLE   a child, hidden or not, of the last top-level window
-//     crowd=N childcrowd=N          N windows, or children, with other titles and the class "crowd"
+//     crowd=N childcrowd=N          N windows, or children, with other titles
 //     deny                          allows others only to query the process and read its memory
 //     ready=NAME                    signals the named event
 
 #include <windows.h>
 
 #include <aclapi.h>
-#include <cstdlib>
 #include <string>
 
 namespace
@@ -45,30 +44,28 @@ void AllowOnlyQueries()
 int main(int argc, char** argv)
 {
     HWND top = nullptr;
-    int number = 0;
     for (int index = 1; index < argc; ++index) {
         const std::string argument = argv[index];
-        const std::size_t equals = std::min(argument.find('='), argument.size());
+        const std::size_t equals = std::min(argument.find('='), argument.size() - 1);
         const std::string kind = argument.substr(0, equals);
-        const std::string value = equals < argument.size() ? argument.substr(equals + 1) : "";
-        const std::string className = "W" + std::to_string(++number);
-        if (kind == "hidden" || kind == "visible") {
-            const DWORD shown = kind == "visible" ? WS_VISIBLE : 0;
-            top = MakeWindow(className, value, WS_OVERLAPPEDWINDOW | shown, nullptr);
-        } else if (kind == "message") {
-            MakeWindow(className, value, 0, HWND_MESSAGE);
-        } else if (kind == "child" || kind == "showchild") {
-            MakeWindow(className, value, WS_CHILD | (kind == "showchild" ? WS_VISIBLE : 0), top);
-        } else if (kind == "crowd" || kind == "childcrowd") {
-            const bool child = kind == "childcrowd";
-            for (int left = std::atoi(value.c_str()); left > 0; --left) {
-                MakeWindow("crowd", "other", child ? WS_CHILD : WS_OVERLAPPEDWINDOW,
-                           child ? top : nullptr);
-            }
-        } else if (kind == "deny") {
+        const std::string value = argument.substr(equals + 1);
+        const std::string className = "W" + std::to_string(index);
+        const bool child = kind.find("child") != std::string::npos;
+        const bool shown = kind == "visible" || kind == "showchild";
+        const DWORD style = (child ? WS_CHILD : WS_OVERLAPPEDWINDOW) | (shown ? WS_VISIBLE : 0U);
+        if (argument == "deny") {
             AllowOnlyQueries();
         } else if (kind == "ready") {
             SetEvent(OpenEventA(EVENT_MODIFY_STATE, FALSE, value.c_str()));
+        } else if (kind == "message") {
+            MakeWindow(className, value, 0, HWND_MESSAGE);
+        } else if (kind == "crowd" || kind == "childcrowd") {
+            for (int left = std::stoi(value); left > 0; --left) {
+                MakeWindow(className, "other", style, child ? top : nullptr);
+            }
+        } else {
+            HWND made = MakeWindow(className, value, style, child ? top : nullptr);
+            top = child ? top : made;
         }
     }
     MSG message;
