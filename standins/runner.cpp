@@ -130,7 +130,7 @@ class RunnerService
         reply->result = process->Start(request.appPath, request.cmdLine, request.user,
                                        request.domain, request.password, INFINITE);
         if (reply->result == tvn::sOk) {
-            m_started.push_back(process);
+            m_started.emplace_back(process);
             reply->pid = process->GetPid();
             reply->processKey = m_processes.KeyOf(process);
         }

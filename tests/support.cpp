@@ -28,7 +28,7 @@ void operator delete(void* memory) noexcept
     HeapFree(GetProcessHeap(), 0, memory);
 }
 
-void operator delete(void* memory, std::size_t) noexcept
+void operator delete(void* memory, std::size_t /*size*/) noexcept
 {
     HeapFree(GetProcessHeap(), 0, memory);
 }
