@@ -1,6 +1,6 @@
 // Scripts under the platform's own script host, with the registered DLL.
 
-#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -13,14 +13,13 @@ TEST(ScriptHost, VBScriptAndJScriptUseEveryMethodWithLiteralsVariablesAndLeftOut
 {
     for (const char* name : {"script_host_test.vbs", "script_host_test.js"}) {
         const std::string path = std::string(TESTS_FOLDER "\\") + name;
+        // Through a file: a browser that a script leaves behind would keep a pipe open.
+        const std::string output = BuildFolder() + "\\printed.txt";
+        const std::string command = "cscript.exe //nologo \"" + path + "\" > \"" + output + "\"";
         // NOLINTNEXTLINE(cert-env33-c): the command line is this program's own
-        FILE* output = _popen(("cscript.exe //nologo \"" + path + "\"").c_str(), "rt");
-        ASSERT_NE(output, nullptr);
-        std::string printed;
-        for (int character = 0; (character = std::fgetc(output)) != EOF;) {
-            printed += static_cast<char>(character);
-        }
-        EXPECT_EQ(_pclose(output), 0);
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        std::ifstream printedFile(output);
+        const std::string printed(std::istreambuf_iterator<char>(printedFile), {});
         std::ifstream expected(path + ".txt");
         EXPECT_EQ(printed, std::string(std::istreambuf_iterator<char>(expected), {}));
     }

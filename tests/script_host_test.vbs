@@ -54,4 +54,7 @@ WScript.Echo app.tvnInit("-fx", True, "somebody", "secret", "domain"), app.tvnIn
 Set other = CreateObject("talvern")
 WScript.Echo other.tvnInit("-fx"), app.tvnInit(, , , , , 20)
 Set other = Nothing
+' A browser takes a moment to see that it has been let go.
+Set other = CreateObject("talvern")
+WScript.Echo other.tvnInit(), other.tvnPlay("!wait 1000"), other.tvnExit()
 WScript.Echo app.tvnInit(kind, False), app.tvnExit(), app.tvnInit(), app.tvnExit()
