@@ -83,6 +83,7 @@ TEST_F(Attach, GivesInstancesThatDoNotAnswerHalfOfTheTimeAndThenStartsOne)
 {
     for (const char* fault : {"-standin=no-answer", "-standin=no-pipe"}) {
         SCOPED_TRACE(fault);
+        EndBrowsers();  // the last round's ends by itself, in its own time
         auto ends = RunningFirefox();
         const auto faulty = RunningFirefox(fault);
         // The other one ends between being listed and being asked.

@@ -19,12 +19,8 @@ static void ServeOneClient()
     server.Create(kName, true);
     EXPECT_FALSE(server.WaitForClient(0) || server.WaitForClient(50));
     EXPECT_EQ(log.Count(kDebug + "SimplePipeServer, Timeout 50"), 1);
-    std::thread instance([] {
-        Sleep(100);
-        RemotePipeClient client(kName);
-        CallbackProtocol(client.OpenPipe(5000)->Get(), nullptr).SendHwnd(0x80010040, 1000);
-        Sleep(200);
-    });
+    auto instance = boost::make_shared<RemotePipeClient>(kName);
+    CallbackProtocol(instance->OpenPipe()->Get(), nullptr).SendHwnd(0x80010040, 1000);
     const auto pipe = server.WaitForClient(5000);
     ASSERT_TRUE(pipe);
     EXPECT_THROW(server.WaitForClient(0), InvalidOperationException);
@@ -34,7 +30,7 @@ static void ServeOneClient()
     protocol.ReceiveHwnd(hwnd, 5000);
     EXPECT_EQ(hwnd, 0x80010040);
     EXPECT_THROW(protocol.ReceiveHwnd(hwnd, 50), ReadPipeTimeout);
-    instance.join();
+    instance.reset();
     EXPECT_THROW(protocol.ReceiveHwnd(hwnd, 1000), ReadPipeError) << "the instance has gone";
 }
 
