@@ -1,11 +1,35 @@
 #include "standins/PipeListener.h"
 
 #include <boost/make_shared.hpp>
-#include <thread>
+#include <memory>
 #include <utility>
 
 namespace standins
 {
+namespace
+{
+
+using Work = std::function<void()>;
+
+DWORD WINAPI RunWork(void* parameter)
+{
+    const std::unique_ptr<Work> work(static_cast<Work*>(parameter));
+    (*work)();
+    return 0;
+}
+
+/// A thread that nobody waits for. The runtime's own detached threads can be gone before they are
+/// detached, which it does not bear under load.
+void RunApart(Work work)
+{
+    auto owned = std::make_unique<Work>(std::move(work));
+    const tvn::Handle thread(CreateThread(nullptr, 0, &RunWork, owned.get(), 0, nullptr));
+    if (thread.IsValid()) {
+        static_cast<void>(owned.release());  // the thread's now
+    }
+}
+
+}  // namespace
 
 PipeListener::PipeListener(std::string name, Session session)
     : m_name(std::move(name)), m_session(std::move(session))
@@ -17,7 +41,7 @@ bool PipeListener::Start()
     if (!first->IsValid()) {
         return false;
     }
-    std::thread([this, pipe = std::move(first)]() mutable { Listen(std::move(pipe)); }).detach();
+    RunApart([this, pipe = std::move(first)]() mutable { Listen(std::move(pipe)); });
     return true;
 }
 
@@ -34,7 +58,7 @@ void PipeListener::Listen(boost::shared_ptr<tvn::Handle> pipe) const
     while (pipe->IsValid()) {
         DWORD error = 0;
         if (ConnectPipe(pipe->Get(), INFINITE, nullptr, error)) {
-            std::thread([this, client = std::move(pipe)] { m_session(client); }).detach();
+            RunApart([this, client = std::move(pipe)] { m_session(client); });
         }
         pipe = std::move(spare);
         spare = NewEnd();
