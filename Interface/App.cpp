@@ -6,6 +6,7 @@
 #include "Interface/AutomationValue.h"
 #include "basicslib/Exceptions.h"
 #include "basicslib/FormatText.h"
+#include "basicslib/InstanceProtocol.h"
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
 #include "comserver/ComPtr.h"
@@ -26,12 +27,6 @@ static_assert(static_cast<int>(::sOk) == sOk && static_cast<int>(::sFail) == sFa
               static_cast<int>(::sInstancesCountLimitReached) == sInstancesCountLimitReached);
 
 constexpr LONG kInterfaceVersion = 6300216;
-
-/// The status with which an instance says that the macro was played.
-constexpr int kMacroPlayed = 2;
-
-constexpr std::wstring_view kErrorSeparator = L"[tvn!E!tvn]";
-constexpr std::wstring_view kExtractSeparator = L"[EXTRACT]";
 
 constexpr const char* kUnexpectedText = "tvnMethod. Unexpected exception catched. %d, %s";
 
@@ -137,7 +132,7 @@ HRESULT CApp::tvnSet(BSTR sVariable, BSTR sValue, ::Status* status)
         const std::wstring_view name = ToView(sVariable);
         std::wstring item = L" ";
         if (name.find(L'-') != 0) {
-            item += L"-var_";
+            item += kVariablePrefix;
         }
         item += name;
         item += L' ';
@@ -190,7 +185,7 @@ HRESULT CApp::tvnDisplay(BSTR text, LONG timeout, ::Status* status)
         }
         ComString reply;
         int result = sFail;
-        RunCommand(Milliseconds(timeout), L"appSendText", ComString(text, true), reply, result);
+        RunCommand(Milliseconds(timeout), kCommandDisplay, ComString(text, true), reply, result);
         return result;
     });
 }
@@ -229,7 +224,7 @@ int CApp::Play(BSTR inText, LONG timeout)
     const ComString argument = ToComString(m_pendingArgs);
     ComString reply;
     int status = sFail;
-    RunCommand(budget.Remaining(), L"PLAY", argument, reply, status);
+    RunCommand(budget.Remaining(), kCommandPlay, argument, reply, status);
     LogProtocol("[C] %d = CApp::tvnPlay", status);
     m_pendingArgs = std::wstring();
     if (status == kMacroPlayed) {
@@ -268,7 +263,7 @@ int CApp::Exit(LONG timeout)
 
     ComString reply;
     int status = sFail;
-    RunCommand(budget.Remaining() / 3, L"appEnd", ComString(), reply, status);
+    RunCommand(budget.Remaining() / 3, kCommandEnd, ComString(), reply, status);
     if (browserKind != Firefox) {
         status = process->WaitForExit(budget.Remaining() / 2) == sOk
                      ? sOk

@@ -11,6 +11,7 @@
 
 #include "Interface/App.h"
 #include "basicslib/Exceptions.h"
+#include "basicslib/InstanceProtocol.h"
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
 #include "pipeutils/PipeNames.h"
@@ -19,15 +20,6 @@
 
 namespace tvn
 {
-namespace
-{
-
-DWORD HandleValue(HWND hwnd)
-{
-    return static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(hwnd));
-}
-
-}  // namespace
 
 void CApp::ParseCommandLine(const ComString& text)
 {
@@ -109,7 +101,7 @@ int CApp::AttachToFree(DWORD timeoutMs)
     const ComString exe = BrowserExeName();
     const boost::shared_ptr<IProcessFactory> factory = NewProcessFactory();
     for (const auto& instance : ListInstances(exe, factory, budget.Remaining() / 2)) {
-        if (AttachIfFree(budget.Remaining(), instance->process, HandleValue(instance->hwnd),
+        if (AttachIfFree(budget.Remaining(), instance->process, WindowValue(instance->hwnd),
                          ComString()) == sOk) {
             return sOk;
         }

@@ -2,6 +2,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
 
 namespace tvn
@@ -23,7 +24,7 @@ int MacrosClient::AuxAttachIfFree(DWORD timeout, const ComString& creatorUuid)
 {
     ComString reply;
     int status = sFail;
-    Execute(timeout, L"tvnAuxAttachIfFree", creatorUuid, reply, status);
+    Execute(timeout, kCommandAttachIfFree, creatorUuid, reply, status);
     return status;
 }
 
@@ -31,7 +32,7 @@ ComString MacrosClient::AuxAttachedCount(DWORD timeout)
 {
     ComString reply;
     int status = sFail;
-    Execute(timeout, L"tvnAuxAttachedCount", ComString(), reply, status);
+    Execute(timeout, kCommandAttachedCount, ComString(), reply, status);
     return status == sOk ? reply : ComString(L"");
 }
 

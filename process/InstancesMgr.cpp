@@ -3,6 +3,7 @@
 #include <boost/make_shared.hpp>
 
 #include "basicslib/Handle.h"
+#include "basicslib/InstanceProtocol.h"
 #include "basicslib/Log.h"
 #include "basicslib/StatusCode.h"
 #include "process/AppWindowIterator.h"

@@ -5,9 +5,6 @@
 namespace tvn
 {
 
-/// Title of the hidden window by which every browser instance is found.
-constexpr const wchar_t* kInstanceWindowTitle = L"Talvern Instance Window";
-
 /// Finds the instances of this machine by their windows, in the Z order of the top-level windows
 /// and, below one of those, in the order in which the system lists its descendants. Instances whose
 /// process cannot be opened for waiting and ending are left out.

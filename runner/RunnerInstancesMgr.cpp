@@ -3,6 +3,7 @@
 #include <boost/make_shared.hpp>
 
 #include "basicslib/Exceptions.h"
+#include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
 #include "runner/RunnerMessages.h"
 #include "runner/RunnerProcess.h"
@@ -28,10 +29,8 @@ int RunnerInstancesMgr::GetInstancesByName(std::vector<boost::shared_ptr<Instanc
             for (std::size_t index = 0; index < reply->pids.size(); ++index) {
                 const auto process = boost::make_shared<RunnerProcess>(reply->processKeys[index],
                                                                        reply->pids[index]);
-                // A window handle crosses processes as 32 bits, widened with zeros.
-                const ULONG_PTR hwnd = reply->windows[index];
                 instances.push_back(
-                    boost::make_shared<Instance>(process, reinterpret_cast<HWND>(hwnd)));
+                    boost::make_shared<Instance>(process, WindowFromValue(reply->windows[index])));
             }
         }
         return reply->result;

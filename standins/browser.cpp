@@ -36,6 +36,7 @@
 
 #include "basicslib/ComString.h"
 #include "basicslib/Exceptions.h"
+#include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
 #include "pipeutils/CallbackProtocol.h"
 #include "pipeutils/CommandsProtocol.h"
@@ -46,7 +47,6 @@
 namespace
 {
 
-constexpr const wchar_t* kWindowTitle = L"Talvern Instance Window";
 constexpr DWORD kCallbackTime = 10000;
 constexpr DWORD kReplyTime = 10000;
 
@@ -125,9 +125,7 @@ class Attachment
 
 std::wstring Decode(std::wstring text)
 {
-    constexpr std::pair<std::wstring_view, wchar_t> kMarks[] = {
-        {L"[SP]", L' '}, {L"[LF]", L'\n'}, {L"[BR]", L'\r'}};
-    for (const auto& [mark, character] : kMarks) {
+    for (const auto& [character, mark] : tvn::kArgumentEscapes) {
         for (std::size_t at = 0; (at = text.find(mark, at)) != std::wstring::npos; ++at) {
             text.replace(at, mark.size(), 1, character);
         }
@@ -175,7 +173,7 @@ class BrowserInstance
         : m_window(window),
           m_misbehaviour(std::move(misbehaviour)),
           m_attachment(std::move(creatorUuid)),
-          m_commandPipe(static_cast<const char*>(tvn::InstancePipeName(WindowValue())),
+          m_commandPipe(static_cast<const char*>(tvn::InstancePipeName(tvn::WindowValue(m_window))),
                         [this](const boost::shared_ptr<tvn::Handle>& pipe) { Serve(*pipe); })
     {}
 
@@ -204,8 +202,6 @@ class BrowserInstance
         std::vector<unsigned int> bytes;
     };
 
-    DWORD WindowValue() const { return static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(m_window)); }
-
     void CallBack(const std::wstring& pipeUuid)
     {
         tvn::RemotePipeClient client(tvn::CallbackPipeName(tvn::ToComString(pipeUuid)));
@@ -214,7 +210,8 @@ class BrowserInstance
             Sleep(INFINITE);
         }
         if (m_misbehaviour != L"closed-callback") {
-            tvn::CallbackProtocol(pipe->Get(), nullptr).SendHwnd(WindowValue(), kCallbackTime);
+            tvn::CallbackProtocol(pipe->Get(), nullptr)
+                .SendHwnd(tvn::WindowValue(m_window), kCallbackTime);
         }
     }
 
@@ -262,18 +259,18 @@ class BrowserInstance
         Reply reply;
         if (m_misbehaviour == L"no-answer") {
             reply.wanted = false;
-        } else if (command == L"tvnAuxAttachIfFree") {
+        } else if (command == tvn::kCommandAttachIfFree) {
             const bool attached =
                 m_misbehaviour != L"refuse" && m_attachment.AttachIfFree(client, argument);
             reply.status = attached ? tvn::sOk : tvn::sFail;
-        } else if (command == L"tvnAuxAttachedCount") {
+        } else if (command == tvn::kCommandAttachedCount) {
             reply.text = std::to_wstring(m_attachment.Count());
-        } else if (command == L"PLAY") {
+        } else if (command == tvn::kCommandPlay) {
             Play(PlayRequest(argument), id, reply);
-        } else if (command == L"appSendText") {
+        } else if (command == tvn::kCommandDisplay) {
             const std::lock_guard<std::mutex> lock(m_displayMutex);
             m_displayed = argument;
-        } else if (command == L"appEnd") {
+        } else if (command == tvn::kCommandEnd) {
             m_ending = m_misbehaviour != L"stay";
             reply.goOn = !m_ending;
         } else {
@@ -356,8 +353,8 @@ HWND CreateInstanceWindow(HINSTANCE module)
     windowClass.hInstance = module;
     windowClass.lpszClassName = L"TalvernInstance";
     RegisterClassW(&windowClass);
-    return CreateWindowExW(0, windowClass.lpszClassName, kWindowTitle, WS_OVERLAPPEDWINDOW, 0, 0, 1,
-                           1, nullptr, nullptr, module, nullptr);
+    return CreateWindowExW(0, windowClass.lpszClassName, tvn::kInstanceWindowTitle,
+                           WS_OVERLAPPEDWINDOW, 0, 0, 1, 1, nullptr, nullptr, module, nullptr);
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 
 #include "basicslib/ComString.h"
 #include "basicslib/Exceptions.h"
+#include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
 #include "pipeutils/PipeNames.h"
 #include "process/InstancesMgr.h"
@@ -174,8 +175,7 @@ class RunnerService
         for (const auto& instance : instances) {
             reply->pids.push_back(instance->pid);
             reply->processKeys.push_back(m_processes.KeyOf(instance->process));
-            reply->windows.push_back(
-                static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(instance->hwnd)));
+            reply->windows.push_back(tvn::WindowValue(instance->hwnd));
         }
         return reply;
     }
