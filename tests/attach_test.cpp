@@ -1,10 +1,22 @@
 // tvnInit's options, the search for a free instance, the three kinds of browser, credentials.
 
+#include <gmock/gmock.h>
+
+#include "basicslib/StatusCode.h"
+#include "process/Instance.h"
 #include "process/InstancesMgr.h"
-#include "tests/support.h"
+#include "tests/app_client.h"
+#include "tests/log_capture.h"
+#include "tests/moments.h"
+#include "tests/replaced_imports.h"
+#include "tests/surroundings.h"
 
 namespace tvn::tests
 {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
 
 /// `text` with the two identifiers of a start written as P and C.
 static std::string WithoutIds(std::string text, const LogCapture& log)
@@ -29,7 +41,7 @@ class Attach : public testing::Test
     static boost::shared_ptr<IProcess> RunningFirefox(const std::string& arguments = "")
     {
         const auto count = [] {
-            Instances list;
+            std::vector<boost::shared_ptr<Instance>> list;
             InstancesMgr().GetInstancesByName(list, L"firefox.exe", 0);
             return list.size();
         };
@@ -60,14 +72,15 @@ class Attach : public testing::Test
     AppClient app;
 };
 
-TEST_F(Attach, TakesTheFreeInstanceAndStartsOneWhenNoneIs)
+TEST_F(Attach, AFreeInstanceIsTakenAndOneIsStartedWhenNoneIsFree)
 {
     const auto free = RunningFirefox();
     const auto taken = RunningFirefox();
     AppClient other;
     AppClient third;
     const LogCapture log;
-    EXPECT_EQ(other.Init("-fx", false) + app.Init("-FX", false), sOk + sOk);
+    EXPECT_EQ(other.Init("-fx", false), sOk);
+    EXPECT_EQ(app.Init("-FX", false), sOk);
     EXPECT_EQ(Running("firefox.exe").size(), 2U);
     const std::string line = kTrace + "CApp::AttachIfFree";
     const auto asked = MatchesRegex(".*\\(pipeHwnd = 0x\\w+, creatorUuid = \\(null\\)\\)");
@@ -76,10 +89,12 @@ TEST_F(Attach, TakesTheFreeInstanceAndStartsOneWhenNoneIs)
     EXPECT_EQ(third.Init("-fx", false), sOk);
     EXPECT_EQ(Running("firefox.exe").size(), 3U);
     EXPECT_EQ(log.Count(kDebug + "tvnInit, failed with 1"), 1);
-    EXPECT_EQ(app.Exit() + other.Exit() + third.Exit(), 3 * sOk);
+    for (AppClient* each : {&app, &other, &third}) {
+        EXPECT_EQ(each->Exit(), sOk);
+    }
 }
 
-TEST_F(Attach, GivesInstancesThatDoNotAnswerHalfOfTheTimeAndThenStartsOne)
+TEST_F(Attach, InstancesThatDoNotAnswerAreGivenHalfOfTheTime)
 {
     for (const char* fault : {"-standin=no-answer", "-standin=no-pipe"}) {
         SCOPED_TRACE(fault);
@@ -118,7 +133,7 @@ TEST_F(Attach, TheTraceTellsTheStepsOfAStart)
     EXPECT_EQ(app.Exit(), sOk);
 }
 
-TEST_F(Attach, EachBrowserGetsItsCommandLineToTheLetterAndAnyCommandLineIsTaken)
+TEST_F(Attach, EachKindOfBrowserGetsItsCommandLineToTheLetter)
 {
     const std::string url = "&pipeUuid=P&creatorUuid=C \"";
     const std::string page = "\\iexplore.exe  \"file:///" + folder + "\\Welcome_plugin.htm";
@@ -147,7 +162,7 @@ TEST_F(Attach, EachBrowserGetsItsCommandLineToTheLetterAndAnyCommandLineIsTaken)
     EXPECT_EQ(Starts("-ie"), folder + "\\iexplore.exe  \"about:blank?authorizeAll=false" + url);
 }
 
-TEST_F(Attach, OptionsOfAFailedInitLastUntilExit)
+TEST_F(Attach, TheOptionsOfAFailedInitLastUntilExit)
 {
     EXPECT_EQ(app.Init("-fx -fxVersion 99"), sFail);
     EXPECT_EQ(app.Init(), sFail) << "still that Firefox";
@@ -159,7 +174,8 @@ TEST_F(Attach, OptionsOfAFailedInitLastUntilExit)
 TEST_F(Attach, AFirefoxIsLeftToEndByItself)
 {
     SetEnvironmentVariableA("TALVERN_STANDIN", "stay");
-    EXPECT_EQ(app.Init("-fx") + app.Exit(20), sOk + sOk);
+    EXPECT_EQ(app.Init("-fx"), sOk);
+    EXPECT_EQ(app.Exit(20), sOk);
     EXPECT_EQ(Running("firefox.exe").size(), 1U);
     ASSERT_EQ(app.Init("-fx"), sOk);
     EXPECT_EQ(app.Play("!hang", 1), sTimeout);

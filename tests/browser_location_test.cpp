@@ -1,10 +1,16 @@
 // Where the browsers are, read from a prepared registry.
 
+#include <gmock/gmock.h>
+
 #include "process/BrowserLocation.h"
-#include "tests/support.h"
+#include "tests/log_capture.h"
+#include "tests/surroundings.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {
+
+using testing::ElementsAre;
 
 class BrowserLocation : public testing::Test
 {
@@ -27,7 +33,7 @@ class BrowserLocation : public testing::Test
     const std::string explorer32 = "SOFTWARE\\Classes\\WOW6432Node\\" + explorer;
 };
 
-TEST_F(BrowserLocation, ThePathsComeFromThe32BitViewAndExplorersIsExpandedAndUnquoted)
+TEST_F(BrowserLocation, PathsComeFromThe32BitViewAndExplorersIsExpandedAndUnquoted)
 {
     const std::tuple<std::string, DWORD, std::string, std::string> cases[] = {
         {"%SystemRoot%\\T", REG_EXPAND_SZ, "%SystemRoot%\\T", "C:\\windows\\T"},
@@ -48,11 +54,12 @@ TEST_F(BrowserLocation, ThePathsComeFromThe32BitViewAndExplorersIsExpandedAndUnq
     DeleteRegistryKey(explorer32);
     SetRegistryValue("SOFTWARE\\Talvern", "PathBasic", "C:\\64");
     SetRegistryValue("SOFTWARE\\Classes\\" + explorer, "", "C:\\64.exe");
-    EXPECT_EQ(Narrow(GetPathBasic()) + Narrow(GetInternetExplorerPath()), "");
+    EXPECT_EQ(Narrow(GetPathBasic()), "");
+    EXPECT_EQ(Narrow(GetInternetExplorerPath()), "");
     DeleteRegistryKey("SOFTWARE\\Talvern");
 }
 
-TEST_F(BrowserLocation, TheFirefoxAskedForOrTheGreatestIsChosen)
+TEST_F(BrowserLocation, TheFirefoxAskedForOrElseTheGreatestIsChosen)
 {
     const LogCapture log;
     EXPECT_EQ(Narrow(GetFirefoxPath("", "")), "");
@@ -62,7 +69,7 @@ TEST_F(BrowserLocation, TheFirefoxAskedForOrTheGreatestIsChosen)
     EXPECT_TRUE(EnumFirefoxVersions().empty()) << "a name too long for its buffer ends the list";
     DeleteRegistryKey(firefox);
 
-    const Pairs<const char*, std::string> installed = {
+    const std::pair<const char*, std::string> installed[] = {
         {"3.6.10 (en-US)", "3.6.10"},   {"3.6.8 (de)", "3.6.8de"},
         {"3.6.8 (en-US)", "3.6.8"},     {"9.0", "no-parentheses"},
         {"9.2 (de", "one-parenthesis"}, {"2.0 (de)", "2.0"},

@@ -1,14 +1,30 @@
 // The one-shot pipe server on which a new instance reports itself.
 
+#include <boost/make_shared.hpp>
+
+#include "basicslib/Exceptions.h"
 #include "pipeutils/CallbackProtocol.h"
 #include "pipeutils/RemotePipeClient.h"
 #include "pipeutils/SimplePipeServer.h"
-#include "tests/support.h"
+#include "tests/log_capture.h"
+#include "tests/moments.h"
+#include "tests/replaced_imports.h"
+#include "tests/resources.h"
+#include "tests/scripted_peer.h"
 
 namespace tvn::tests
 {
 
+using testing::ElementsAre;
+
 constexpr const char* kName = "\\\\.\\pipe\\Talvern_callback_test";
+
+/// The operations that the product's pipe servers share.
+struct PipeServer : PipeServerBase
+{
+    using PipeServerBase::ConnectPipe;
+    using PipeServerBase::CreatePipe;
+};
 
 /// Times out twice, hands one client over and follows it to its end.
 static void ServeOneClient()
@@ -17,10 +33,11 @@ static void ServeOneClient()
     SimplePipeServer server;
     EXPECT_THROW(server.WaitForClient(0), InvalidOperationException);
     server.Create(kName, true);
-    EXPECT_FALSE(server.WaitForClient(0) || server.WaitForClient(50));
+    EXPECT_FALSE(server.WaitForClient(0));
+    EXPECT_FALSE(server.WaitForClient(50));
     EXPECT_EQ(log.Count(kDebug + "SimplePipeServer, Timeout 50"), 1);
-    auto instance = boost::make_shared<RemotePipeClient>(kName);
-    CallbackProtocol(instance->OpenPipe()->Get(), nullptr).SendHwnd(0x80010040, 1000);
+    std::optional<ScriptedPeer> instance(RemotePipeClient(kName).OpenPipe());
+    instance->Send(Message(0x80010040));
     const auto pipe = server.WaitForClient(5000);
     ASSERT_TRUE(pipe);
     EXPECT_THROW(server.WaitForClient(0), InvalidOperationException);
@@ -34,29 +51,29 @@ static void ServeOneClient()
     EXPECT_THROW(protocol.ReceiveHwnd(hwnd, 1000), ReadPipeError) << "the instance has gone";
 }
 
-TEST(Callback, AClientIsWaitedForAgainAndHandedOverOnce)
+TEST(Callback, AnInstanceIsAwaitedAgainAfterATimeOutAndHandedOverOnce)
 {
     ServeOneClient();
-    const auto before = CountHandles();
+    const NoHandleStaysOpen handles;
     ServeOneClient();
-    EXPECT_TRUE(Eventually([&] { return CountHandles() == before; })) << CountHandles() - before;
     EXPECT_THROW(SimplePipeServer().Create("not a pipe's name", true), Win32Exception);
 }
 
-TEST(Callback, AConnectSeesAnEarlierClientOrEndsOnTimeOrWithTheInterrupt)
+TEST(Callback, AConnectEndsWithAClientOrOnTimeOrWithTheInterrupt)
 {
-    const auto pipe = PipeServer::NewEnd(kName);
     const auto interrupt = NewEvent();
     DWORD error = 0;
-    EXPECT_FALSE(PipeServer::ConnectPipe(pipe->Get(), 50, interrupt->Get(), error));
+    const Handle server(PipeServer::CreatePipe(kName, TRUE, error));
+    HANDLE pipe = server.Get();
+    EXPECT_FALSE(PipeServer::ConnectPipe(pipe, 50, interrupt->Get(), error));
     SetEvent(interrupt->Get());
-    EXPECT_FALSE(PipeServer::ConnectPipe(pipe->Get(), INFINITE, interrupt->Get(), error));
+    EXPECT_FALSE(PipeServer::ConnectPipe(pipe, INFINITE, interrupt->Get(), error));
     const auto client = RemotePipeClient(kName).OpenPipe();
-    const auto block = boost::make_shared<Overlapped>(pipe->Get());
-    EXPECT_TRUE(PipeServer::ConnectPipe(pipe->Get(), block, error));
+    const auto block = boost::make_shared<Overlapped>(pipe);
+    EXPECT_TRUE(PipeServer::ConnectPipe(pipe, block, error));
     EXPECT_EQ(error, static_cast<DWORD>(ERROR_PIPE_CONNECTED));
     EXPECT_TRUE(block->Wait(0));
-    EXPECT_TRUE(PipeServer::ConnectPipe(pipe->Get(), 1000, nullptr, error));
+    EXPECT_TRUE(PipeServer::ConnectPipe(pipe, 1000, nullptr, error));
 
     const LogCapture log;
     EXPECT_FALSE(PipeServer::ConnectPipe(interrupt->Get(), 50, nullptr, error)) << "no pipe";
@@ -65,7 +82,7 @@ TEST(Callback, AConnectSeesAnEarlierClientOrEndsOnTimeOrWithTheInterrupt)
     EXPECT_EQ(log.Lines(failed).size(), 1U);
 }
 
-TEST(Callback, AllowingAllMakesThePipeInheritableAndOpenToEverybody)
+TEST(Callback, APipeIsOpenToEveryAccountWhenThatIsAskedFor)
 {
     const LogCapture log;
     DWORD error = 0;
@@ -73,7 +90,8 @@ TEST(Callback, AllowingAllMakesThePipeInheritableAndOpenToEverybody)
     EXPECT_EQ(g_imports.newPipe, "40000003 6 255 1024 1024 5000 default");
     const Handle open(PipeServer::CreatePipe(kName, TRUE, error));
     EXPECT_EQ(g_imports.newPipe, "40000003 6 255 1024 1024 5000 inheritable, null list");
-    EXPECT_TRUE(own.IsValid() && open.IsValid());
+    EXPECT_TRUE(own.IsValid());
+    EXPECT_TRUE(open.IsValid());
     const std::string line = kDebug + "CreateNamedPipe, " + kName + ", allowAllToAccessPipe = ";
     EXPECT_THAT(log.Lines(), ElementsAre(line + "0", line + "1"));
 }

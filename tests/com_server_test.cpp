@@ -1,19 +1,26 @@
 // The built DLL as a COM server: exports, factory, identity, type library, registration.
 
-#include <sstream>
+#include <gmock/gmock.h>
 
 #include <fstream>
 #include <iterator>
+#include <sstream>
+#include <thread>
 
 #include "Interface.h"
 #include "Interface/ServerModule.h"
 #include "comserver/RegistryScript.h"
-#include "tests/support.h"
+#include "tests/app_client.h"
+#include "tests/log_capture.h"
+#include "tests/replaced_imports.h"
+#include "tests/surroundings.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {
 
 using comserver::ComPtr;
+using testing::ElementsAre;
 
 static std::string DllPath()
 {
@@ -69,7 +76,7 @@ class ComServer : public testing::Test
     ComPtr<IClassFactory> factory;
 };
 
-TEST_F(ComServer, IsInUseWhileSomethingOfItIs)
+TEST_F(ComServer, TheServerIsInUseWhileSomethingOfItIs)
 {
     std::thread([] {}).join();
     EXPECT_THAT(log.Lines(), ElementsAre(kDebug + "in DLLMain")) << "none for threads";
@@ -204,7 +211,7 @@ static std::string Described(ITypeInfo& info, UINT index)
     return text.str() + ")";
 }
 
-TEST_F(ComServer, TheEmbeddedLibraryHoldsTheContract)
+TEST_F(ComServer, TheEmbeddedTypeLibraryHoldsTheWholeInterface)
 {
     ComPtr<ITypeLib> library;
     const auto path = ToComString(DllPath() + "\\1");
@@ -212,7 +219,8 @@ TEST_F(ComServer, TheEmbeddedLibraryHoldsTheContract)
     TLIBATTR* attributes = nullptr;
     ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
     EXPECT_EQ(attributes->lcid, 0x409U);
-    EXPECT_EQ(attributes->wMajorVerNum * 100 + attributes->wMinorVerNum, 100);
+    EXPECT_EQ(attributes->wMajorVerNum, 1);
+    EXPECT_EQ(attributes->wMinorVerNum, 0);
     EXPECT_EQ(Guid(attributes->guid), Guid(LIBID_Talvern));
     library->ReleaseTLibAttr(attributes);
     EXPECT_EQ(Named(*library.Get(), -1), "Talvern 'Talvern Scripting Interface'");
@@ -353,7 +361,7 @@ TEST_F(ComServer, ARegistrationThatFailsHalfWayGivesTheReason)
     EXPECT_EQ(ClassesValue("tvn_test"), "(none)");
 }
 
-TEST_F(ComServer, NamesTheProductAndNoPathOfTheMachineThatBuiltIt)
+TEST_F(ComServer, TheFileNamesTheProductAndNoPathOfTheMachineThatBuiltIt)
 {
     std::string root = TESTS_FOLDER;
     root = root.substr(2, root.rfind('\\') - 2);

@@ -1,17 +1,23 @@
 // One command at a time on an instance's pipe: ids, stale replies, time-outs, busy, retries.
 
-#include "pipeutils/CommandsProtocol.h"
+#include <boost/make_shared.hpp>
+
+#include "basicslib/StatusCode.h"
 #include "pipeutils/MacrosClient.h"
-#include "tests/support.h"
+#include "tests/log_capture.h"
+#include "tests/moments.h"
+#include "tests/scripted_peer.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {
+
+using testing::ElementsAre;
 
 constexpr const char* kName = "\\\\.\\pipe\\Talvern_command_test";
 const std::string kFailed = kDebug + "[CommandClient::Execute] sFail (cmd = C)";
 const std::string kOpen = kDebug + "[RemotePipeClient::OpenPipe] ";
 
-/// A client whose instance is this test: the server end, and what it is to do on a thread.
 class Commands : public testing::Test
 {
   protected:
@@ -21,84 +27,50 @@ class Commands : public testing::Test
         client.Execute(timeout, L"C", L"", reply, status);
         return status;
     }
-
-    /// The server's end once the client is there.
-    HANDLE Connected() const
+    int Run(DWORD timeout, const Script& script)
     {
-        DWORD error = 0;
-        EXPECT_TRUE(PipeServer::ConnectPipe(server->Get(), 5000, nullptr, error));
-        return server->Get();
-    }
-
-    template <class Work>
-    int RunWhile(DWORD timeout, Work instanceSide)
-    {
-        const std::jthread thread([&] {
-            CommandsProtocol protocol(Connected(), nullptr);
-            instanceSide(protocol);
-        });
+        instance->Perform(script);
         return Run(timeout);
     }
+    static Bytes Command(int id) { return Message(id, "C", ""); }
 
-    /// "ID COMMAND ARGUMENT" of the next command, whose id is left in `id`.
-    std::string Receive(CommandsProtocol& instance)
-    {
-        ComString command;
-        ComString argument;
-        instance.ReceiveCommand(id, command, argument, 5000);
-        return std::to_string(id) + " " + Narrow(command) + " " + Narrow(argument);
-    }
-
-    boost::shared_ptr<Handle> server = PipeServer::NewEnd(kName);
+    std::optional<ScriptedPeer> instance{std::in_place, kName};
     boost::shared_ptr<Handle> interrupt = NewEvent();
     MacrosClient client{kName, interrupt, true};
     ComString reply;
-    unsigned int id = 0;
 };
 
-TEST_F(Commands, TheReplyToTheSameIdIsTaken)
+TEST_F(Commands, OnlyTheReplyWithTheCommandsIdIsTaken)
 {
     const LogCapture log;
     EXPECT_EQ(Run(0), sTimeout);
     EXPECT_EQ(log.Count(kDebug + "[CommandClient::Execute] sTimeout (cmd = C)"), 1);
     EXPECT_FALSE(static_cast<const wchar_t*>(reply)) << "nothing was read, nothing was touched";
-    const auto answer = [&](CommandsProtocol& instance) {
-        EXPECT_EQ(Receive(instance), "1 C ");
-        EXPECT_EQ(Receive(instance), "2 C ") << "one that timed out used its id";
-        instance.SendReply(1, 17, L"stale", 1000);
-        instance.SendReply(2, -500, L"own", 1000);
-    };
-    EXPECT_EQ(RunWhile(5000, answer), -500);
+    EXPECT_EQ(Run(5000, {{Command(1)},  // one that timed out used its id
+                         {Command(2), {Message(1, 17, "stale"), Message(2, -500, "own")}}}),
+              -500);
     EXPECT_EQ(Narrow(reply), "own");
 }
 
-TEST_F(Commands, FailuresOfTheOtherSideAreStatuses)
+TEST_F(Commands, AFailureOfTheOtherSideIsAStatus)
 {
     const LogCapture log;
-    const auto breakOff = [&](CommandsProtocol& instance) {
-        Receive(instance);
-        instance.WritePipe(Words({16, id, 1, 1000}).data(), 16, 1000);
-    };
-    EXPECT_EQ(RunWhile(5000, breakOff), sFail);
+    EXPECT_EQ(Run(5000, {{Command(1), {Words({16, 1, 1, 1000})}}}), sFail) << "a torn reply";
     SetEvent(interrupt->Get());
     EXPECT_EQ(Run(INFINITE), sFail);
     ResetEvent(interrupt->Get());
     EXPECT_EQ(log.Count(kFailed), 2);
-    server.reset();
+    instance.reset();
     EXPECT_EQ(Run(INFINITE), sFail);
     EXPECT_EQ(log.Count(kFailed), 4) << "the write and the read fail each";
 }
 
 TEST_F(Commands, StaleRepliesWithoutEndDoNotHoldTheCaller)
 {
-    const auto answer = [&](CommandsProtocol& instance) {
-        for (int count = 0; count < 10; ++count) {
-            Sleep(50);
-            instance.SendReply(0, 1, L"stale", 1000);
-        }
-        instance.SendReply(1, sOk, L"too late", 1000);
-    };
-    EXPECT_EQ(RunWhile(300, answer), sTimeout);
+    const Step stale = {std::nullopt, {Message(0, 1, "stale")}, 50};
+    Script script(10, stale);
+    script.push_back({std::nullopt, {Message(1, sOk, "too late")}});
+    EXPECT_EQ(Run(300, script), sTimeout);
 }
 
 TEST_F(Commands, ANestedCommandIsRefusedAndUsesNoId)
@@ -107,17 +79,12 @@ TEST_F(Commands, ANestedCommandIsRefusedAndUsesNoId)
     CallLater(50, [&] { nested = Run(INFINITE); });
     EXPECT_EQ(Run(300), sTimeout);
     EXPECT_EQ(nested, sFail);
-    const auto answer = [&](CommandsProtocol& instance) {
-        EXPECT_EQ(Receive(instance), "1 C ");
-        EXPECT_EQ(Receive(instance), "2 C ");
-        instance.SendReply(2, sOk, L"", 1000);
-    };
-    EXPECT_EQ(RunWhile(5000, answer), sOk);
+    EXPECT_EQ(Run(5000, {{Command(1)}, {Command(2), {Message(2, sOk, "")}}}), sOk);
 }
 
-TEST_F(Commands, AMissingPipeIsWaitedForOnlyWhenAsked)
+TEST_F(Commands, AMissingPipeIsAwaitedOnlyWhenThatIsAskedFor)
 {
-    server.reset();
+    instance.reset();
     const LogCapture log;
     int status = 0;
     CommandClient once(kName, {}, false);
@@ -131,30 +98,24 @@ TEST_F(Commands, AMissingPipeIsWaitedForOnlyWhenAsked)
 
     const std::jthread late([&] {
         Sleep(250);
-        server = PipeServer::NewEnd(kName);
-        CommandsProtocol instance(Connected(), nullptr);
-        EXPECT_EQ(Receive(instance), "1 C ") << "a command that found no pipe used no id";
-        instance.SendReply(id, sOk, L"", 1000);
+        // A command that found no pipe used no id.
+        instance.emplace(kName, Script{{Command(1), {Message(1, sOk, "")}}});
     });
     EXPECT_EQ(Run(10000), sOk);
 }
 
-TEST_F(Commands, TheAuxiliaryCommandsGiveStatusAndCountAndOutliveTheirOwner)
+TEST_F(Commands, TheAuxiliaryCommandsGiveStatusAndCount)
 {
-    std::thread instanceSide([&] {
-        CommandsProtocol instance(Connected(), nullptr);
-        EXPECT_EQ(Receive(instance), "1 tvnAuxAttachIfFree creator");
-        instance.SendReply(id, -77, L"", 1000);
-        for (const int result : {+sOk, -2}) {
-            EXPECT_THAT(Receive(instance), MatchesRegex(". tvnAuxAttachedCount "));
-            instance.SendReply(id, result, L"3", 1000);
-        }
-    });
+    instance->Perform({{Message(1, "tvnAuxAttachIfFree", "creator"), {Message(1, -77, "")}},
+                       {Message(2, "tvnAuxAttachedCount", ""), {Message(2, sOk, "3")}},
+                       {Message(3, "tvnAuxAttachedCount", ""), {Message(3, -2, "3")}}});
     EXPECT_EQ(client.AuxAttachIfFree(5000, L"creator"), -77);
     EXPECT_EQ(Narrow(client.AuxAttachedCount(5000)), "3");
     EXPECT_EQ(Narrow(client.AuxAttachedCount(5000)), "");
-    instanceSide.join();
-    server = PipeServer::NewEnd(kName);
+}
+
+TEST_F(Commands, AClientOutlivesItsOwnerDuringACommand)
+{
     auto owner = boost::make_shared<MacrosClient>(kName, interrupt, true);
     CallLater(50, [&] { owner.reset(); });
     EXPECT_EQ(owner->AuxAttachIfFree(300, L""), sTimeout);

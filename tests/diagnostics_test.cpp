@@ -1,13 +1,24 @@
 // Exceptions and their texts, log lines as they reach the debug output, error reports, time
 // budgets.
 
+#include <gmock/gmock.h>
+
+#include <thread>
+
 #include "basicslib/ErrorReportManager.h"
+#include "basicslib/Exceptions.h"
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
-#include "tests/support.h"
+#include "tests/log_capture.h"
+#include "tests/moments.h"
+#include "tests/replaced_imports.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {
+
+using testing::ElementsAre;
+using testing::MatchesRegex;
 
 template <class Exception>
 static std::string Thrown(const Exception& exception)
@@ -19,10 +30,10 @@ static std::string Thrown(const Exception& exception)
     }
 }
 
-TEST(Exceptions, DescribeThemselvesWithCodeLineAndFile)
+TEST(Exceptions, AnExceptionDescribesItselfWithCodeLineAndFile)
 {
     const std::string text(2000, 'n');
-    const Pairs<std::string, std::string> cases = {
+    const std::pair<std::string, std::string> cases[] = {
         {Thrown(BaseException("x", 1)), "BaseException"},
         {Thrown(InvalidOperationException()), "InvalidOperationException"},
         {Thrown(Win32Exception(5, "y", 12)), "Win32Exception( 0x00000005 ), line: 12, file: y"},
@@ -52,7 +63,7 @@ TEST(Exceptions, DescribeThemselvesWithCodeLineAndFile)
     }
 }
 
-TEST(Log, WritesOneTaggedLineOfAtMost1023Characters)
+TEST(Log, ACallWritesOneTaggedLineOfAtMost1023Characters)
 {
     const LogCapture log;
     LogDebug("in DLLMain");
@@ -71,7 +82,7 @@ TEST(Log, WritesOneTaggedLineOfAtMost1023Characters)
     EXPECT_THAT(log.Lines(kTrace + "a?.."), ElementsAre(MatchesRegex(".*\\.\\?+end\\?+\\.")));
 }
 
-TEST(ErrorReports, WriteTwoLinesEachThatDoNotInterleave)
+TEST(ErrorReports, AReportIsTwoLinesThatNoOtherReportDivides)
 {
     const LogCapture log;
     const std::string start = kError + "[ErrorReportManager] ";
@@ -101,7 +112,7 @@ TEST(ErrorReports, WriteTwoLinesEachThatDoNotInterleave)
     }
 }
 
-TEST(TimeBudgets, CountDownAcrossTheWrapOfTheTickCounter)
+TEST(TimeBudgets, ABudgetCountsDownWhenTheTickCounterWraps)
 {
     g_imports.tickOffset = 0xFFFFFFFF - GetTickCount() - 50;  // wraps after 50 ms
     const TimeBudget spent(30);

@@ -1,12 +1,25 @@
 // Instances found by their windows: real windows of real processes.
 
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "basicslib/StatusCode.h"
 #include "process/AppWindowIterator.h"
+#include "process/Instance.h"
 #include "process/InstancesMgr.h"
 #include "process/WindowIterator.h"
-#include "tests/support.h"
+#include "tests/log_capture.h"
+#include "tests/moments.h"
+#include "tests/resources.h"
+#include "tests/surroundings.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {
+
+using testing::ElementsAre;
+using Instances = std::vector<boost::shared_ptr<Instance>>;
 
 /// A process that owns windows, under the executable name "iexplore.exe" or its own. A "=*" stands
 /// for the title by which instances are found.
@@ -45,7 +58,7 @@ static std::string Classes(const Instances& instances = Found())
     return classes;
 }
 
-TEST(Discovery, TakesHiddenWindowsOfTheRightTitleAndExecutable)
+TEST(Discovery, AnInstanceIsAHiddenWindowOfTheRightTitleAndExecutable)
 {
     EXPECT_EQ(Classes(), "");
     const auto owner = Owner(
@@ -56,22 +69,24 @@ TEST(Discovery, TakesHiddenWindowsOfTheRightTitleAndExecutable)
     ASSERT_EQ(Classes(instances), " W3 W1");
     EXPECT_EQ(instances[0]->pid, owner->GetPid());
     EXPECT_EQ(instances[1]->process->GetPid(), owner->GetPid());
-    EXPECT_EQ(instances[0]->process->Terminate(0) + instances[1]->process->WaitForExit(5000), 2);
+    EXPECT_EQ(instances[0]->process->Terminate(0), sOk);
+    EXPECT_EQ(instances[1]->process->WaitForExit(5000), sOk);
     EXPECT_EQ(Classes(), "");
 }
 
-TEST(Discovery, LooksIntoWindowsThatDoNotMatchThemselves)
+TEST(Discovery, AChildOfAWindowThatDoesNotMatchIsFound)
 {
     const auto owner = Owner("visible=other child=* showchild=* hidden=* child=*");
     EXPECT_EQ(Classes(), " W4 W2");
     CAppWindowIterator any(L"iexplore.exe", L"", true);
     EXPECT_EQ(ClassOf(any.First()), "W1") << "an empty title matches any";
-    EXPECT_TRUE(any.Next() == nullptr && any.Next() == nullptr);
+    EXPECT_EQ(any.Next(), nullptr);
+    EXPECT_EQ(any.Next(), nullptr);
     CAppWindowIterator everybody(L"", L"Talvern Instance Window", false);
     EXPECT_EQ(ClassOf(everybody.First()), "W4");
 }
 
-TEST(Discovery, DoesNotWaitForAThreadOfItsOwnProcess)
+TEST(Discovery, TheSearchDoesNotWaitForAThreadOfItsOwnProcess)
 {
     const auto made = NewEvent();
     std::thread busy([&made] {
@@ -84,7 +99,7 @@ TEST(Discovery, DoesNotWaitForAThreadOfItsOwnProcess)
     busy.join();
 }
 
-TEST(Discovery, FollowsTheZOrder)
+TEST(Discovery, InstancesAreListedInTheirZOrder)
 {
     const auto first = Owner("hidden=*");
     const auto second = Owner("hidden=* hidden=*");
@@ -95,7 +110,7 @@ TEST(Discovery, FollowsTheZOrder)
     EXPECT_EQ(Found()[0]->hwnd, last);
 }
 
-TEST(Discovery, LooksAt1024WindowsAndAsManyDescendants)
+TEST(Discovery, TheSearchEndsAfter1024WindowsAndAsManyDescendants)
 {
     auto parent = Owner("hidden=other child=* childcrowd=1000 child=*");
     EXPECT_EQ(Classes(), " W2 W4");
@@ -108,18 +123,19 @@ TEST(Discovery, LooksAt1024WindowsAndAsManyDescendants)
     const auto above = Owner("hidden=*");
     EXPECT_EQ(Classes(), " W1");
     CWindowIterator some(2);
-    EXPECT_TRUE(some.First() != nullptr && some.Next() != nullptr && some.Next() == nullptr);
+    EXPECT_NE(some.First(), nullptr);
+    EXPECT_NE(some.Next(), nullptr);
+    EXPECT_EQ(some.Next(), nullptr);
 }
 
-TEST(Discovery, LeavesOutProcessesThatCannotBeOpenedAndClosesWhatItOpened)
+TEST(Discovery, AProcessThatCannotBeOpenedIsLeftOut)
 {
     const auto owner = Owner("hidden=*");
     const auto denied = Owner("hidden=* deny");
     Found();
     const LogCapture log;
-    const auto before = CountHandles();
+    const NoHandleStaysOpen handles;
     EXPECT_EQ(Found().at(0)->pid, owner->GetPid());
-    EXPECT_TRUE(Eventually([&] { return CountHandles() == before; })) << CountHandles() - before;
     const std::string pid = std::to_string(denied->GetPid());
     EXPECT_THAT(log.Lines(kDebug), ElementsAre(kDebug + "Cann't open process, pid = " + pid));
 }

@@ -1,3 +1,4 @@
+// The lines that this process writes to the debug output.
 #pragma once
 
 #include <windows.h>
@@ -8,6 +9,11 @@
 
 namespace tvn::tests
 {
+
+/// What every line of a level begins with.
+inline const std::string kDebug = "[tvn::debug] ";
+inline const std::string kError = "[................tvn::error] ";
+inline const std::string kTrace = "[tvn::HI_LEVEL_PROTOCOL] [C] ";
 
 /// Sees every line that this process writes to the Windows debug output, from construction to
 /// destruction. One at a time.

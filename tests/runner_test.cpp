@@ -1,69 +1,48 @@
 // Browsers handled through the runner service: a real one, and ones that fail in every way.
 
-#include <map>
-#include <mutex>
+#include <gmock/gmock.h>
 
-#include "pipeutils/CommandsProtocol.h"
+#include <thread>
+
+#include "basicslib/StatusCode.h"
 #include "pipeutils/PipeNames.h"
+#include "process/Instance.h"
 #include "runner/RunnerInstancesMgr.h"
-#include "runner/RunnerMessages.h"
 #include "runner/RunnerProcess.h"
 #include "runner/RunnerProcessFactory.h"
-#include "standins/PipeListener.h"
-#include "tests/support.h"
+#include "tests/app_client.h"
+#include "tests/log_capture.h"
+#include "tests/moments.h"
+#include "tests/resources.h"
+#include "tests/scripted_peer.h"
+#include "tests/surroundings.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {
 
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Instances = std::vector<boost::shared_ptr<Instance>>;
+using Results = std::vector<int>;
+
 const std::string kPipe = Narrow(RunnerPipeName());
 
-/// Makes a pipe and serves it as long as the process lasts; a client that goes away is no failure.
-static void Serve(const std::string& pipe, const std::function<void(HANDLE)>& session)
+/// A request without its length and its id, which is another one each time.
+static Bytes WithoutId(Bytes message)
 {
-    auto* listener = new standins::PipeListener(pipe, [session](const auto& end) {
-        try {
-            session(end->Get());
-        } catch (const PipeException&) {
-            // the client has closed the connection
-        }
-    });
-    EXPECT_TRUE(listener->Start());
+    message.erase(message.begin() + 8, message.begin() + 12);
+    message.erase(message.begin(), message.begin() + 4);
+    return message;
 }
 
-/// The fields of the last request of each type behind its id.
-static std::map<std::uint32_t, Bytes> g_asked;
-
-/// From now on the service answers a request with the bytes for its type, or for type 0, if there
-/// are any, and keeps the connection until the client closes it. A type of 0 in the bytes stands
-/// for the one that the request's own answer has.
-static void Answer(const std::map<std::uint32_t, Bytes>& replies, bool keepOpen = true)
+template <class... Fields>
+static testing::Matcher<Bytes> Asks(int type, const Fields&... fields)
 {
-    static std::mutex mutex;
-    static std::map<std::uint32_t, Bytes> answers;
-    static bool waits;
-    const std::lock_guard<std::mutex> lock(mutex);
-    if (answers.empty()) {
-        Serve(kPipe, [](HANDLE pipe) {
-            BaseProtocol protocol(pipe, nullptr);
-            DWORD size = 0;
-            MessageBuffer fields;
-            protocol.ReadMessage(size, fields, 5000);
-            const std::unique_lock<std::mutex> own(mutex);
-            const unsigned char type = fields.get()[0];
-            g_asked[type] = Bytes(fields.get() + 8, fields.get() + size - 4);
-            Bytes bytes = answers[answers.contains(type) ? type : 0];
-            if (!bytes.empty()) {
-                bytes[4] = bytes[4] == 0 ? static_cast<unsigned char>(type + 1) : bytes[4];
-                protocol.WritePipe(bytes.data(), static_cast<DWORD>(bytes.size()), 1000);
-            }
-            if (waits) {
-                protocol.ReadMessage(size, fields, 5000);
-            }
-        });
-    }
-    answers = replies;
-    waits = keepOpen;
+    return testing::ResultOf(&WithoutId, WithoutId(Message(type, 0, fields...)));
 }
+
+const auto kStart = Asks(1, "app", "cmd", "", "", "");
 
 static int Start(IProcess& process, DWORD timeout)
 {
@@ -71,38 +50,55 @@ static int Start(IProcess& process, DWORD timeout)
 }
 
 /// The results of Start, Terminate, GetProcessesByName, WaitForExit and GetInstancesByName.
-static std::vector<int> AllResults()
+static Results AllResults()
 {
     RunnerProcess process;
     Processes processes(1);
     Instances instances(1);
-    std::vector<int> results = {Start(process, 600), process.Terminate(600),
-                                process.GetProcessesByName(L"p", processes, 600),
-                                process.WaitForExit(600),
-                                RunnerInstancesMgr().GetInstancesByName(instances, L"p", 600)};
-    EXPECT_TRUE(processes.empty() && instances.empty());
+    Results results = {Start(process, 600), process.Terminate(600),
+                       process.GetProcessesByName(L"p", processes, 600), process.WaitForExit(600),
+                       RunnerInstancesMgr().GetInstancesByName(instances, L"p", 600)};
+    EXPECT_TRUE(processes.empty());
+    EXPECT_TRUE(instances.empty());
     return results;
 }
 
-TEST(RunnerFailures, AnAbsentServiceIsWaitedForByStartAndABusyOneByTerminateToo)
+/// A service that gives each of these requests the same reply, if it is not empty. A type of 0 in
+/// it stands for the one that the request's own reply has.
+static Script AlwaysReplies(const Bytes& reply, bool closes = false)
+{
+    Script script = {{kStart}, {Asks(3, "")}, {Asks(7, "p")}, {Asks(5, 600, "")}, {Asks(9, "p")}};
+    Bytes types = {2, 4, 8, 6, 10};
+    for (std::size_t index = 0; index < script.size(); ++index) {
+        script[index].closes = closes;
+        if (!reply.empty()) {
+            script[index].replies = {reply};
+            unsigned char& type = script[index].replies[0][4];
+            type = type == 0 ? types[index] : type;
+        }
+    }
+    return script;
+}
+
+TEST(RunnerFailures, StartAwaitsAnAbsentServiceAndTerminateABusyOne)
 {
     EXPECT_THAT(AllResults(), ElementsAre(-6, -1, -1, -1, -1));
-    const auto before = CountHandles();
+    const NoHandleStaysOpen handles;
     RunnerProcess process;
     EXPECT_EQ(process.GetPid(), 0U);
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Start(process, 3000), sRunnerNotReachable); }),
                 Within(1900, 2900))
         << "two thirds of the time, and one pause";
     EXPECT_EQ(process.Terminate(0), sTimeout) << "before any attempt";
-    EXPECT_TRUE(Eventually([&] { return CountHandles() == before; })) << CountHandles() - before;
-    const PipePair taken(kPipe);
+    const ScriptedPeer service(kPipe);
+    const auto taken = service.Client();
     EXPECT_THAT(AllResults(), ElementsAre(-6, -3, -1, -1, -1));
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(process.Terminate(500), sTimeout); }), Within(450, 1500));
 }
 
 TEST(RunnerFailures, EveryKindOfBadAnswerHasItsResult)
 {
-    const std::tuple<const char*, Bytes, std::vector<int>> cases[] = {
+    const std::tuple<const char*, Bytes, Results> cases[] = {
         {"silent", {}, {-6, -1, -1, -3, -1}},
         {"unknown type", Words({16, 11, 0, 1}), {-6, -1, -1, -1, -1}},
         {"another type", Words({52, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}), {-1, -1, -1, -1, -1}},
@@ -112,53 +108,61 @@ TEST(RunnerFailures, EveryKindOfBadAnswerHasItsResult)
         {"its own code", Words({32, 0, 0, 0xFFFFFFF9, 1, 0, 0, 0}), {-7, -7, -7, -7, -7}},
     };
     for (const auto& [name, reply, results] : cases) {
-        Answer({{0, reply}});
-        EXPECT_EQ(AllResults(), results) << name;
+        SCOPED_TRACE(name);
+        const ScriptedPeer service(kPipe, AlwaysReplies(reply));
+        EXPECT_EQ(AllResults(), results);
     }
-    Answer({{0, {}}}, false);
+    const ScriptedPeer service(kPipe, AlwaysReplies({}, true));
     EXPECT_THAT(AllResults(), ElementsAre(-6, -1, -1, -1, -1)) << "closes";
-    RunnerProcess process;
-    Answer({{0, Words({28, 0, 0, 0xFFFFFFFF, 99, 4, 0x420041})}});
-    EXPECT_EQ(Start(process, 1000), sFail);
-    EXPECT_EQ(process.Terminate(1000) + static_cast<int>(process.GetPid()), sFail + 99);
-    EXPECT_EQ(g_asked[mtTerminate], Words({4, 0x420041})) << "key and id also of a failed reply";
-    Answer({{0, {}}}, false);
-    EXPECT_EQ(Start(process, 1000), sRunnerNotReachable);
-    EXPECT_EQ(process.GetPid(), 99U) << "a failure leaves them as they were";
 }
 
-TEST(RunnerFailures, ReachTheScriptAsTheServiceGaveThem)
+TEST(RunnerFailures, AFailedStartKeepsTheKeyAndTheIdOfItsReply)
+{
+    const ScriptedPeer service(kPipe, {{kStart, {Message(2, 0, sFail, 99, "AB")}},
+                                       {Asks(3, "AB"), {Message(4, 0, sFail)}},
+                                       {kStart, {}, 0, true}});
+    RunnerProcess process;
+    EXPECT_EQ(Start(process, 1000), sFail);
+    EXPECT_EQ(process.Terminate(1000), sFail);
+    EXPECT_EQ(process.GetPid(), 99U);
+    EXPECT_EQ(Start(process, 1000), sRunnerNotReachable);
+    EXPECT_EQ(process.GetPid(), 99U) << "without a reply it is as it was";
+}
+
+TEST(RunnerFailures, TheServicesCodesReachTheScript)
 {
     AppClient app;
     EXPECT_EQ(app.Init("-runner", true, 1), sRunnerNotReachable);
     for (const int code : {+sInstancesCountLimitReached, 4711}) {
-        Answer({{0, Words({24, 0, 0, static_cast<std::uint32_t>(code), 0, 0})}});
+        const ScriptedPeer service(kPipe, {{testing::A<Bytes>(), {Message(2, 0, code, 0, "")}}});
         EXPECT_EQ(app.Init("", true, 5), code);
     }
     EXPECT_EQ(app.Texts(), "|");
 }
 
-TEST(RunnerInstances, AreAskedInTheOrderOfTheReplyAtSignedPipeNames)
+TEST(RunnerInstances, InstancesAreAskedInTheOrderOfTheReply)
 {
-    // One that refuses and two that accept.
-    Answer({{mtGetInstancesByName, Words({68, 0, 0, 1, 3, 11, 4, 0x310061, 0x80000003, 22, 4,
-                                          0x320061, 0x80000002, 33, 4, 0x330061, 0x80000001})},
-            {mtWaitForExit, Words({16, 0, 0, 0xFFFFFFFD})},
-            {mtTerminate, Words({16, 0, 0, 1})}});
-    std::vector<std::string> names;
-    for (const DWORD hwnd : {0x80000003, 0x80000002, 0x80000001}) {
-        names.push_back(Narrow(InstancePipeName(hwnd)));
-        Serve(names.back(), [hwnd](HANDLE pipe) {
-            CommandsProtocol protocol(pipe, nullptr);
-            for (;;) {
-                unsigned int id = 0;
-                ComString command;
-                ComString argument;
-                protocol.ReceiveCommand(id, command, argument, 20000);
-                protocol.SendReply(id, hwnd == 0x80000003 ? sFail : sOk, command, 1000);
-            }
-        });
-    }
+    const auto exitOfSecond = testing::ResultOf(
+        [](Bytes message) {
+            message.erase(message.begin() + 12, message.begin() + 16);  // the time
+            return WithoutId(message);
+        },
+        WithoutId(Message(5, 0, "2")));
+    const ScriptedPeer service(
+        kPipe,
+        {{Asks(9, "talvern.exe"),
+          {Message(10, 0, 1, 3, 11, "1", 0x80000003, 22, "2", 0x80000002, 33, "3", 0x80000001)}},
+         {exitOfSecond, {Message(6, 0, sTimeout)}},
+         {Asks(3, "2"), {Message(4, 0, sOk)}}});
+    const Bytes attach = Message(1, "tvnAuxAttachIfFree", "");
+    const std::string names[] = {"\\\\.\\pipe\\Talvern_-2147483645",
+                                 "\\\\.\\pipe\\Talvern_-2147483646",
+                                 "\\\\.\\pipe\\Talvern_-2147483647"};
+    const ScriptedPeer refuses(names[0], {{attach, {Message(1, sFail, "")}}});
+    const ScriptedPeer accepts(names[1], {{attach, {Message(1, sOk, "")}},
+                                          {Message(2, "PLAY", " -macro m "), {Message(2, sOk, "")}},
+                                          {Message(3, "appEnd", ""), {Message(3, sOk, "")}}});
+    const ScriptedPeer third(names[2]);
     const LogCapture log;
     AppClient app;
     ASSERT_EQ(app.Init("-runner", false, 20), sOk);
@@ -166,17 +170,15 @@ TEST(RunnerInstances, AreAskedInTheOrderOfTheReplyAtSignedPipeNames)
     EXPECT_THAT(log.Lines(open), ElementsAre(open + kPipe, open + names[0], open + names[1]));
     EXPECT_EQ(app.Play("m"), sOk);
     EXPECT_EQ(app.Exit(), sOk) << "awaited and then terminated through the service";
-    const Bytes wait(g_asked[mtWaitForExit].begin() + 4, g_asked[mtWaitForExit].end());
-    EXPECT_EQ(wait, Words({4, 0x320061})) << "by the key of the one that accepted";
-    EXPECT_EQ(g_asked[mtTerminate], Words({4, 0x320061}));
 }
 
-TEST(RunnerInstances, AreListedForAQuarterOfTheTime)
+TEST(RunnerInstances, InstancesAreListedForAQuarterOfTheTime)
 {
-    Answer({{mtGetInstancesByName, {}}, {mtStart, Words({24, 0, 0, 0xFFFFFFF9, 0, 0})}});
+    const ScriptedPeer service(
+        kPipe, {{Asks(9, "talvern.exe")}, {testing::A<Bytes>(), {Message(2, 0, -7, 0, "")}}});
     AppClient app;
     int status = 0;
-    EXPECT_THAT(Elapsed([&] { status = app.Init("-runner", false, 8); }), Within(1900, 3500));
+    EXPECT_THAT(Elapsed([&] { status = app.Init("-runner", false, 4); }), Within(950, 1900));
     EXPECT_EQ(status, sInstancesCountLimitReached) << "of the start that comes then";
 }
 
@@ -197,7 +199,7 @@ class Runner : public testing::Test
     AppClient app;
 };
 
-TEST_F(Runner, StartsListsAwaitsAndEndsBrowsersByTheirKeys)
+TEST_F(Runner, BrowsersAreStartedListedAwaitedAndEndedByTheirKeys)
 {
     Begin();
     const ComString browser = (StandinFolder() + "\\talvern.exe").c_str();
@@ -219,12 +221,13 @@ TEST_F(Runner, StartsListsAwaitsAndEndsBrowsersByTheirKeys)
     ASSERT_EQ(processes.size(), 2U);
     EXPECT_EQ(second->WaitForExit(100), sTimeout);
     EXPECT_EQ(processes[1]->GetPid(), second->GetPid());
-    EXPECT_EQ(processes[1]->Terminate(5000) + second->WaitForExit(5000), sOk + sOk);
-    EXPECT_EQ(instances[0]->process->GetPid() + instances[1]->process->GetPid(),
-              processes[0]->GetPid() + processes[1]->GetPid());
+    EXPECT_EQ(processes[1]->Terminate(5000), sOk);
+    EXPECT_EQ(second->WaitForExit(5000), sOk);
+    EXPECT_EQ(std::minmax({instances[0]->process->GetPid(), instances[1]->process->GetPid()}),
+              std::minmax({processes[0]->GetPid(), processes[1]->GetPid()}));
 }
 
-TEST_F(Runner, AScriptPlaysThroughItAndAttachesThroughIt)
+TEST_F(Runner, AScriptStartsAndAttachesThroughTheService)
 {
     Begin();
     const LogCapture log;
@@ -240,7 +243,7 @@ TEST_F(Runner, AScriptPlaysThroughItAndAttachesThroughIt)
     EXPECT_TRUE(Running("talvern.exe").empty());
 }
 
-TEST_F(Runner, AnswersWithItsLimitAndEndsABrowserThatDoesNotEndItself)
+TEST_F(Runner, TheServiceHasALimitAndEndsABrowserThatDoesNotEnd)
 {
     Begin("/limit=1");
     AppClient second;
@@ -248,7 +251,8 @@ TEST_F(Runner, AnswersWithItsLimitAndEndsABrowserThatDoesNotEndItself)
     EXPECT_EQ(second.Init("-runner"), sInstancesCountLimitReached);
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Exit(2), sOk); }), Within(900, 4000));
     EXPECT_TRUE(Eventually([] { return Running("talvern.exe").empty(); }));
-    EXPECT_EQ(second.Init() + second.Exit(), sOk + sOk);
+    EXPECT_EQ(second.Init(), sOk);
+    EXPECT_EQ(second.Exit(), sOk);
 }
 
 }  // namespace tvn::tests

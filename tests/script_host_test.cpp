@@ -1,15 +1,17 @@
 // Scripts under the platform's own script host, with the registered DLL.
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 
-#include "tests/support.h"
+#include "tests/surroundings.h"
 
 namespace tvn::tests
 {
 
-TEST(ScriptHost, VBScriptAndJScriptUseEveryMethodWithLiteralsVariablesAndLeftOutArguments)
+TEST(ScriptHost, AScriptInEitherLanguagePrintsWhatIsWrittenBesideIt)
 {
     for (const char* name : {"script_host_test.vbs", "script_host_test.js"}) {
         const std::string path = std::string(TESTS_FOLDER "\\") + name;

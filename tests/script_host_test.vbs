@@ -14,17 +14,17 @@ Function Texts()
 End Function
 
 Sub Play(macro) ' with slashes for line feeds
-    WScript.Echo app.tvnPlay(Replace(macro, "/", vbLf)) & "|" & Texts()
+    WScript.Echo "play " & Replace(macro, Chr(0), "\0") & ":", app.tvnPlay(Replace(macro, "/", vbLf)) & "|" & Texts()
 End Sub
 
-WScript.Echo app.tvnGetInterfaceVersion(), app.tvnSet("lost", "1"), Texts()
-WScript.Echo app.tvnPlay("m"), app.tvnDisplay("t"), app.tvnExit()
+WScript.Echo "version, set, texts:", app.tvnGetInterfaceVersion(), app.tvnSet("lost", "1"), Texts()
+WScript.Echo "before tvnInit:", app.tvnPlay("m"), app.tvnDisplay("t"), app.tvnExit()
 timeout = 20
-WScript.Echo app.tvnInit(, , , , , timeout)
+WScript.Echo "init:", app.tvnInit(, , , , , timeout)
 name = "city"
 value = "New York"
-WScript.Echo app.tvnSet(name, value), app.tvnSet("-fast", "1 2")
-WScript.Echo app.tvnSet("x-y", "a" & vbCrLf & "[SP]b"), app.tvnSet(vbNullString, vbNullString)
+WScript.Echo "set variables:", app.tvnSet(name, value), app.tvnSet("-fast", "1 2")
+WScript.Echo "set others:", app.tvnSet("x-y", "a" & vbCrLf & "[SP]b"), app.tvnSet(vbNullString, vbNullString)
 Play "Search/now please"
 Play "a" & Chr(0) & "b"
 Play "!status -1/!reply Wrong[tvn!E!tvn]x[EXTRACT]y"
@@ -33,28 +33,28 @@ Play "!status 70000/!reply [tvn!E!tvn]x"
 Play "!reply a[tvn!E!tvn]b[tvn!E!tvn]c"
 Play "!status -100"
 Play "!status -5/!reply old[tvn!E!tvn]x[EXTRACT]y"
-WScript.Echo app.tvnSet("v", 1), app.tvnDisplay("a b" & vbCrLf & "c", timeout), Texts()
+WScript.Echo "set, display, texts:", app.tvnSet("v", 1), app.tvnDisplay("a b" & vbCrLf & "c", timeout), Texts()
 Play "m"
 Play "!displayed"
 
 Play "!reply one[EXTRACT]two"
 For Each item In Array(2, CDbl(2), CLng(2), CByte(2), "2", -1, 3, 32767, 32768, 65537, 1E12, "x", Null, True, Empty, 0, "0")
-    WScript.Echo TypeName(item), app.tvnGetLastExtract(item)
+    WScript.Echo TypeName(item) & " " & item & ":", app.tvnGetLastExtract(item)
 Next
-WScript.Echo app.tvnSet("v", "1"), app.tvnInit("-fx"), Texts()
+WScript.Echo "set, init while attached, texts:", app.tvnSet("v", "1"), app.tvnInit("-fx"), Texts()
 Play "!status -5/!reply old[tvn!E!tvn]x"
-WScript.Echo app.tvnExit(timeout), Texts(), app.tvnExit(5)
+WScript.Echo "exit, texts, exit:", app.tvnExit(timeout), Texts(), app.tvnExit(5)
 
 kind = "-fx"
-WScript.Echo app.tvnInit(kind, True, , , , 20), app.tvnExit()
+WScript.Echo "init and exit of a Firefox:", app.tvnInit(kind, True, , , , 20), app.tvnExit()
 ' The logon service is not there: credentials fail, stay, and do not matter for one that runs.
 user = "somebody"
 password = "secret"
-WScript.Echo app.tvnInit("-fx", True, "somebody", "secret", "domain"), app.tvnInit(kind, True, user, password)
+WScript.Echo "credentials:", app.tvnInit("-fx", True, "somebody", "secret", "domain"), app.tvnInit(kind, True, user, password)
 Set other = CreateObject("talvern")
-WScript.Echo other.tvnInit("-fx"), app.tvnInit(, , , , , 20)
+WScript.Echo "without a name, with the kept one:", other.tvnInit("-fx"), app.tvnInit(, , , , , 20)
 Set other = Nothing
 ' A browser takes a moment to see that it has been let go.
 Set other = CreateObject("talvern")
-WScript.Echo other.tvnInit(), other.tvnPlay("!wait 1000"), other.tvnExit()
-WScript.Echo app.tvnInit(kind, False), app.tvnExit(), app.tvnInit(), app.tvnExit()
+WScript.Echo "another browser:", other.tvnInit(), other.tvnPlay("!wait 1000"), other.tvnExit()
+WScript.Echo "the one that runs, a new one:", app.tvnInit(kind, False), app.tvnExit(), app.tvnInit(), app.tvnExit()

@@ -6,14 +6,20 @@
 #include <set>
 #include <tuple>
 
+#include <boost/make_shared.hpp>
+
+#include "basicslib/Exceptions.h"
 #include "pipeutils/CallbackProtocol.h"
 #include "pipeutils/CommandsProtocol.h"
 #include "pipeutils/PipeNames.h"
 #include "runner/RunnerProtocol.h"
-#include "tests/support.h"
+#include "tests/scripted_peer.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {
+
+using testing::ElementsAre;
 
 static Bytes LaidOut(Serializer& serializer)
 {
@@ -37,7 +43,7 @@ static Deserializer Guarded(const Bytes& message, std::uint32_t size = 0)
             MessageBuffer(fields, [pages](void*) { VirtualFree(pages, 0, MEM_RELEASE); })};
 }
 
-TEST(Wire, LaysFieldsOutBackToBackBehindTheLength)
+TEST(Wire, FieldsLieBackToBackBehindTheLength)
 {
     Serializer serializer;
     serializer.AddUInt(0x102);
@@ -51,7 +57,7 @@ TEST(Wire, LaysFieldsOutBackToBackBehindTheLength)
     EXPECT_EQ(LaidOut(serializer), Words({4})) << "the fields are used up";
 }
 
-TEST(Wire, ReadsFieldsOfAnyLengthButNotPastTheEnd)
+TEST(Wire, AFieldOfAnyLengthIsReadButNotPastTheEnd)
 {
     Serializer serializer;
     serializer.AddInt(-5);
@@ -82,30 +88,34 @@ TEST(Wire, ReadsFieldsOfAnyLengthButNotPastTheEnd)
 
 TEST(Wire, CommandsRepliesAndCallbacksHaveTheirBytes)
 {
-    const PipePair pipe;
-    CommandsProtocol client(pipe.client->Get(), nullptr);
+    ScriptedPeer peer;
+    const auto pipe = peer.Client();
+    CommandsProtocol client(pipe->Get(), nullptr);
     client.SendCommand(1, L"PLAY", L"xy", 1000);
-    EXPECT_EQ(pipe.Receive(), Words({28, 1, 8, 0x004C0050, 0x00590041, 4, 0x00790078}));
+    EXPECT_EQ(peer.Receive(), Words({28, 1, 8, 0x004C0050, 0x00590041, 4, 0x00790078}));
     client.SendCommand(2, L"ab", ComString(), 1000);
-    CommandsProtocol instance(pipe.server->Get(), nullptr);
+    EXPECT_EQ(peer.Receive(), Message(2, "ab", ""));
     unsigned int id = 0;
     ComString name;
     ComString argument = L"replaced";
-    instance.ReceiveCommand(id, name, argument, 1000);
-    EXPECT_EQ(std::to_string(id) + Narrow(name) + Narrow(argument), "2ab");
+    peer.Send(Message(2, "ab", ""));
+    client.ReceiveCommand(id, name, argument, 1000);
+    EXPECT_EQ(id, 2U);
+    EXPECT_EQ(Narrow(name), "ab");
+    EXPECT_EQ(Narrow(argument), "");
     client.SendReply(0xFFFFFFFE, -100, L"ab", 1000);
-    EXPECT_EQ(pipe.Receive(), Words({20, 0xFFFFFFFE, 0xFFFFFF9C, 4, 0x00620061}));
+    EXPECT_EQ(peer.Receive(), Words({20, 0xFFFFFFFE, 0xFFFFFF9C, 4, 0x00620061}));
 
-    CallbackProtocol callback(pipe.client->Get(), nullptr);
+    CallbackProtocol callback(pipe->Get(), nullptr);
     callback.SendHwnd(0x400, 1000);
-    EXPECT_EQ(pipe.Receive(), Words({8, 0x400}));
-    pipe.Send(Words({8, 0xFFFE0400}));
+    EXPECT_EQ(peer.Receive(), Words({8, 0x400}));
+    peer.Send(Words({8, 0xFFFE0400}));
     DWORD hwnd = 0;
     callback.ReceiveHwnd(hwnd, 1000);
     EXPECT_EQ(hwnd, 0xFFFE0400);
 }
 
-TEST(Wire, PipesHaveTheNamesThatTheOtherSidesKnow)
+TEST(Wire, EachPipeHasTheNameThatItsOtherSideKnows)
 {
     EXPECT_EQ(Narrow(CallbackPipeName(L"a_b")), "\\\\.\\pipe\\Talvern_a_b");
     EXPECT_EQ(Narrow(InstancePipeName(0x10040)), "\\\\.\\pipe\\Talvern_65600");
@@ -182,36 +192,38 @@ TEST(RunnerWire, EveryMessageHasItsBytesAndIsReadBackAsItself)
          }),
          Words({20, 10, 7, 0xFFFFFFFF, 0})},
     };
-    const PipePair pipe;
-    RunnerProtocol client(pipe.client->Get(), nullptr);
+    ScriptedPeer peer;
+    const auto pipe = peer.Client();
+    RunnerProtocol client(pipe->Get(), nullptr);
     boost::shared_ptr<BaseMsg> read;
     for (const auto& [message, bytes] : cases) {
         SCOPED_TRACE(message->GetType());
         client.WriteMsg(message, nullptr, 1000);
-        EXPECT_EQ(pipe.Receive(), bytes);
-        pipe.Send(bytes);
+        EXPECT_EQ(peer.Receive(), bytes);
+        peer.Send(bytes);
         client.ReadMsg(read, 1000);
         ASSERT_EQ(read->GetType(), message->GetType());
         client.WriteMsg(read, nullptr, 1000);
-        EXPECT_EQ(pipe.Receive(), bytes) << "a message read and written again";
+        EXPECT_EQ(peer.Receive(), bytes) << "a message read and written again";
 
         Bytes cut(bytes.begin(), bytes.end() - 4);
         cut[0] = static_cast<unsigned char>(cut.size());
-        pipe.Send(cut);
+        peer.Send(cut);
         EXPECT_THROW(client.ReadMsg(read, 1000), ReadPipeError) << "too few fields";
     }
     for (const std::uint32_t unknown : {0U, 11U}) {
-        pipe.Send(Words({12, unknown, 1}));
+        peer.Send(Words({12, unknown, 1}));
         EXPECT_THROW(client.ReadMsg(read, 1000), ReadPipeError);
     }
     EXPECT_EQ(static_cast<MsgStartComplete&>(*client.CreateMsg(2)).result, -1);
     EXPECT_EQ(client.CreateMsg(4)->msgId, 0U);
 }
 
-TEST(RunnerWire, IdsGrowByOneAndAreKeptAndAreDifferentOnAllThreads)
+TEST(RunnerWire, IdsGrowByOneAndDifferOnAllThreads)
 {
-    const PipePair pipe;
-    RunnerProtocol client(pipe.client->Get(), nullptr);
+    ScriptedPeer peer;
+    const auto pipe = peer.Client();
+    RunnerProtocol client(pipe->Get(), nullptr);
     const auto first = boost::make_shared<MsgTerminate>();
     std::vector<std::uint32_t> written;
     for (const auto& message : {first, first, boost::make_shared<MsgTerminate>()}) {

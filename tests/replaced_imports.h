@@ -1,0 +1,25 @@
+// The platform's functions as tests let them fail, or look at what they are given.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace tvn::tests
+{
+
+/// This program's own entries stand in the place of some of the platform's imports, for the
+/// statically linked product as well. They pass every call on unless a test sets something here.
+struct ReplacedImports
+{
+    DWORD tickOffset = 0;            ///< added to GetTickCount
+    bool failCreateEvent = false;    ///< with ERROR_NO_SYSTEM_RESOURCES
+    std::wstring failRegistryValue;  ///< RegSetValueExW fails for this value: ERROR_ACCESS_DENIED
+    std::string newPipe;             ///< the arguments of the last CreateNamedPipeA but its name
+    bool logonSucceeds = false;      ///< CreateProcessWithLogonW gives a process with the id 4711
+    std::wstring logon;              ///< its last arguments, divided by bars
+};
+
+extern ReplacedImports g_imports;
+
+}  // namespace tvn::tests

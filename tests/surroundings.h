@@ -1,0 +1,35 @@
+// What surrounds a test: the registry, folders, other processes.
+#pragma once
+
+#include <windows.h>
+
+#include <boost/shared_ptr.hpp>
+#include <string>
+#include <vector>
+
+#include "process/IProcess.h"
+
+namespace tvn::tests
+{
+
+using Processes = std::vector<boost::shared_ptr<IProcess>>;
+
+/// Keys below HKEY_LOCAL_MACHINE; those of the 32-bit view have their whole path.
+inline const std::string kSoftware32 = "SOFTWARE\\WOW6432Node\\";
+inline const std::string kProductKey = kSoftware32 + "Talvern";
+void SetRegistryValue(const std::string& key, const char* name, const std::string& value,
+                      DWORD type = REG_SZ);
+void DeleteRegistryKey(const std::string& key);
+
+/// Folder of this program's build, and the one below it with the stand-ins.
+std::string BuildFolder();
+std::string StandinFolder();
+
+/// Starts a program of the build folder, which is ended with the last pointer to it.
+boost::shared_ptr<IProcess> Started(const std::string& program, const std::string& arguments = "");
+
+/// The running processes of an executable, and the end of those of all browsers.
+Processes Running(const char* exe);
+void EndBrowsers();
+
+}  // namespace tvn::tests

@@ -1,0 +1,17 @@
+// Texts of the product as tests compare and change them.
+#pragma once
+
+#include <string>
+
+#include "basicslib/ComString.h"
+
+namespace tvn::tests
+{
+
+/// The text that nobody gave.
+inline const ComString kNone;
+
+std::string Narrow(const ComString& text);
+void ReplaceAll(std::string& text, const std::string& from, const std::string& to);
+
+}  // namespace tvn::tests
