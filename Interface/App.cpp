@@ -1,15 +1,18 @@
 #include "Interface/App.h"
 
-#include <algorithm>
+#include <wrl/client.h>
+
 #include <cstring>
+#include <utility>
 
 #include "Interface/AutomationValue.h"
+#include "Interface/PlayTexts.h"
 #include "basicslib/Exceptions.h"
 #include "basicslib/FormatText.h"
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/Log.h"
+#include "basicslib/StatusCode.h"
 #include "basicslib/TimeBudget.h"
-#include "comserver/ComPtr.h"
 
 namespace tvn
 {
@@ -52,7 +55,7 @@ template <class Body>
 HRESULT CApp::RunMethod(::Status* status, Body body) noexcept
 {
     // A message that the body's waits dispatch may drop the last reference to this object.
-    const comserver::ComPtr<IUnknown> self(this);
+    const Microsoft::WRL::ComPtr<IUnknown> self(this);
     int result = sFail;
     try {
         try {
@@ -74,7 +77,7 @@ HRESULT CApp::RunMethod(::Status* status, Body body) noexcept
 template <class Body>
 HRESULT CApp::RunGetter(BSTR* value, Body body) noexcept
 {
-    const comserver::ComPtr<IUnknown> self(this);
+    const Microsoft::WRL::ComPtr<IUnknown> self(this);
     try {
         try {
             if (value != nullptr) {
@@ -129,15 +132,7 @@ HRESULT CApp::tvnInit(VARIANT commandLine, VARIANT_BOOL openNewBrowser, VARIANT 
 HRESULT CApp::tvnSet(BSTR sVariable, BSTR sValue, ::Status* status)
 {
     return RunMethod(status, [&]() -> int {
-        const std::wstring_view name = ToView(sVariable);
-        std::wstring item = L" ";
-        if (name.find(L'-') != 0) {
-            item += kVariablePrefix;
-        }
-        item += name;
-        item += L' ';
-        item += EncodeArg(ToView(sValue));
-        m_pendingArgs += item;
+        AppendVariable(m_pendingArgs, ToView(sVariable), ToView(sValue));
         return sOk;
     });
 }
@@ -180,13 +175,9 @@ HRESULT CApp::tvnPlay(BSTR inText, LONG timeout, ::Status* status)
 HRESULT CApp::tvnDisplay(BSTR text, LONG timeout, ::Status* status)
 {
     return RunMethod(status, [&]() -> int {
-        if (!m_attached) {
-            return sNotStarted;
-        }
-        ComString reply;
-        int result = sFail;
-        RunCommand(Milliseconds(timeout), kCommandDisplay, ComString(text, true), reply, result);
-        return result;
+        return m_attached
+                   ? m_client->Execute(Milliseconds(timeout), kCommandDisplay, ToView(text)).status
+                   : sNotStarted;
     });
 }
 
@@ -200,19 +191,6 @@ DWORD CApp::Milliseconds(LONG seconds)
     return static_cast<DWORD>(seconds) * 1000U;
 }
 
-void CApp::RunCommand(DWORD timeoutMs, const ComString& command, const ComString& argument,
-                      ComString& reply, int& status)
-{
-    // A message that the wait dispatches may detach this object; the client has to last until the
-    // command has come back.
-    const boost::shared_ptr<MacrosClient> client = m_client;
-    if (!client) {
-        status = sFail;
-        return;
-    }
-    client->Execute(timeoutMs, command, argument, reply, status);
-}
-
 int CApp::Play(BSTR inText, LONG timeout)
 {
     LogProtocol("[C] CApp::tvnPlay(command = %S)", inText);
@@ -220,18 +198,17 @@ int CApp::Play(BSTR inText, LONG timeout)
         return sNotStarted;
     }
     const TimeBudget budget(Milliseconds(timeout));
-    m_pendingArgs = L" -macro " + EncodeArg(ToView(inText)) + L" " + m_pendingArgs;
-    const ComString argument = ToComString(m_pendingArgs);
-    ComString reply;
-    int status = sFail;
-    RunCommand(budget.Remaining(), kCommandPlay, argument, reply, status);
-    LogProtocol("[C] %d = CApp::tvnPlay", status);
+    m_pendingArgs = PlayArgument(ToView(inText), m_pendingArgs);
+    CommandReply reply = m_client->Execute(budget.Remaining(), kCommandPlay, m_pendingArgs);
+    LogProtocol("[C] %d = CApp::tvnPlay", reply.status);
     m_pendingArgs = std::wstring();
-    if (status == kMacroPlayed) {
-        status = sOk;
-    }
-    ParseReply(ToView(reply), status, m_lastError, m_lastExtract);
-    SplitExtracts(m_lastExtract, kExtractSeparator, m_extracts, true);
+    const int status = reply.status == kMacroPlayed ? sOk : reply.status;
+
+    std::wstring_view extract;
+    ParseReply(reply.text, status, m_lastError, extract);
+    SplitExtracts(extract, kExtractSeparator, m_extracts, true);
+    m_lastExtract = extract;
+    m_lastReply = std::move(reply);
     return status;
 }
 
@@ -242,91 +219,38 @@ int CApp::Exit(LONG timeout)
     }
     const TimeBudget budget(Milliseconds(timeout));
 
-    /// However this method ends, the object is detached then.
+    /// However this method ends, the object is then detached from the instance that it was called
+    /// for. A nested call may have done so before, and attached the object to another one.
     class CleanupScope
     {
       public:
-        explicit CleanupScope(CApp& app) noexcept : m_app(app) {}
-        ~CleanupScope() { m_app.Cleanup(); }
+        explicit CleanupScope(CApp& app) noexcept : m_app(app), m_client(app.m_client) {}
+        ~CleanupScope()
+        {
+            if (m_app.m_client == m_client) {
+                m_app.Cleanup();
+            }
+        }
         CleanupScope(const CleanupScope&) = delete;
         CleanupScope& operator=(const CleanupScope&) = delete;
 
       private:
         CApp& m_app;
+        const boost::shared_ptr<MacrosClient> m_client;
     };
     const CleanupScope cleanup(*this);
 
-    // A nested call may detach the object while the command runs; this one still ends the browser
-    // that it was called for.
+    // The browser to end is the one of this moment, too.
     const boost::shared_ptr<IProcess> process = m_process;
     const BrowserKind browserKind = m_options.browserKind;
 
-    ComString reply;
-    int status = sFail;
-    RunCommand(budget.Remaining() / 3, kCommandEnd, ComString(), reply, status);
-    if (browserKind != Firefox) {
-        status = process->WaitForExit(budget.Remaining() / 2) == sOk
-                     ? sOk
-                     : process->Terminate(budget.Remaining());
+    const int answer = m_client->Execute(budget.Remaining() / 3, kCommandEnd, {}).status;
+    if (browserKind == Firefox) {
+        return answer;
     }
-    return status;
-}
-
-void CApp::ParseReply(std::wstring_view reply, int code, std::wstring& errorText,
-                      std::wstring& extractText)
-{
-    errorText.clear();
-    extractText.clear();
-    const std::size_t position = reply.find(kErrorSeparator);
-    if (position != std::wstring_view::npos && position > 0) {
-        errorText = reply.substr(0, position);
-        errorText += L" (" + std::to_wstring(code) + L")";
-        extractText = reply.substr(position + kErrorSeparator.size());
-    } else {
-        extractText = reply;
-    }
-}
-
-void CApp::SplitExtracts(std::wstring_view text, std::wstring_view separator,
-                         std::vector<std::wstring>& list, bool keepEmpty)
-{
-    list.clear();
-    if (text.empty()) {
-        return;
-    }
-    for (std::size_t position = 0;;) {
-        const std::size_t end = std::min(text.find(separator, position), text.size());
-        if (keepEmpty || end > position) {
-            list.emplace_back(text.substr(position, end - position));
-        }
-        if (end == text.size()) {
-            return;
-        }
-        position = end + separator.size();
-    }
-}
-
-std::wstring CApp::EncodeArg(std::wstring_view text)
-{
-    std::wstring encoded;
-    encoded.reserve(text.size() + text.size() / 2);
-    for (const wchar_t character : text) {
-        switch (character) {
-            case L' ':
-                encoded += L"[SP]";
-                break;
-            case L'\n':
-                encoded += L"[LF]";
-                break;
-            case L'\r':
-                encoded += L"[BR]";
-                break;
-            default:
-                encoded += character;
-                break;
-        }
-    }
-    return encoded;
+    return process->WaitForExit(budget.Remaining() / 2) == sOk
+               ? sOk
+               : process->Terminate(budget.Remaining());
 }
 
 }  // namespace tvn

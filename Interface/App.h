@@ -8,9 +8,8 @@
 #include <vector>
 
 #include "Interface.h"
-#include "Interface/InitOptions.h"
+#include "Interface/BrowserCommands.h"
 #include "basicslib/ComString.h"
-#include "basicslib/StatusCode.h"
 #include "comserver/DispatchObject.h"
 #include "pipeutils/MacrosClient.h"
 #include "process/IProcessFactory.h"
@@ -44,18 +43,6 @@ class CApp : public comserver::DispatchObject<IApp>
     explicit CApp(comserver::Module& module);
     ~CApp() override;
 
-    /// Cuts a reply into its error part, completed with `code`, and its extract part.
-    static void ParseReply(std::wstring_view reply, int code, std::wstring& errorText,
-                           std::wstring& extractText);
-
-    /// Cuts `text` at every `separator`; an empty text has no pieces. Without `keepEmpty`, empty
-    /// pieces are left out.
-    static void SplitExtracts(std::wstring_view text, std::wstring_view separator,
-                              std::vector<std::wstring>& list, bool keepEmpty);
-
-    /// `text` with blanks, line feeds and carriage returns written as the instance expects them.
-    static std::wstring EncodeArg(std::wstring_view text);
-
   private:
     // The frame that every method runs in.
     template <class Body>
@@ -72,38 +59,29 @@ class CApp : public comserver::DispatchObject<IApp>
     /// negative one is a very long one.
     static DWORD Milliseconds(LONG seconds);
 
-    // Commands to the attached instance. Time-outs in milliseconds, INFINITE for none.
-    void RunCommand(DWORD timeoutMs, const ComString& command, const ComString& argument,
-                    ComString& reply, int& status);
+    // The attached instance.
     int Play(BSTR inText, LONG timeout);
     int Exit(LONG timeout);
 
-    // Attaching to an instance that runs.
-    void ParseCommandLine(const ComString& text);
-    ComString BrowserExeName() const;
-    boost::shared_ptr<IProcessFactory> NewProcessFactory() const;
-    static std::vector<boost::shared_ptr<Instance>> ListInstances(
-        const ComString& exeName, const boost::shared_ptr<IProcessFactory>& factory,
-        DWORD timeoutMs);
-    int AttachToFree(DWORD timeoutMs);
-    int AttachIfFree(DWORD timeoutMs, const boost::shared_ptr<IProcess>& process, DWORD pipeHwnd,
-                     ComString creatorUuid);
-
-    // Starting an instance.
+    // Attaching to an instance that runs, or to one that is started. Time-outs in milliseconds,
+    // INFINITE for none.
     int Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VARIANT& user,
              const VARIANT& password, const VARIANT& domain, LONG timeout);
+    int AttachToFree(DWORD timeoutMs);
     int CreateAndAttach(DWORD timeoutMs, const ComString& args);
     int createProcess(DWORD timeoutMs, const ComString& pipeUuid, const ComString& creatorUuid,
-                      const ComString& args, boost::shared_ptr<IProcess>& process);
-    ComString BrowserPath() const;
-    ComString BuildBrowserCmdLine(const ComString& args, const ComString& pipeUuid,
-                                  const ComString& creatorUuid) const;
+                      const ComString& args, boost::shared_ptr<IProcess>& process) const;
+    int AttachIfFree(DWORD timeoutMs, const boost::shared_ptr<IProcess>& process, DWORD pipeHwnd,
+                     const ComString& creatorUuid);
+    boost::shared_ptr<IProcessFactory> NewProcessFactory() const;
 
     bool m_attached = false;
+    bool m_initialising = false;
     std::wstring m_pendingArgs;
-    std::wstring m_lastExtract;
     std::wstring m_lastError;
-    std::vector<std::wstring> m_extracts;
+    CommandReply m_lastReply;  // holds the bytes of the two below
+    std::wstring_view m_lastExtract;
+    std::vector<std::wstring_view> m_extracts;
     InitOptions m_options;
     boost::shared_ptr<MacrosClient> m_client;
     boost::shared_ptr<IProcess> m_process;

@@ -1,33 +1,32 @@
-// tvnInit, and the start of a new browser instance that calls back.
+// tvnInit: attaching to a browser instance that runs and is free, or starting one that calls back.
+
+#include <boost/make_shared.hpp>
 
 #include "Interface/App.h"
 #include "Interface/AutomationValue.h"
 #include "basicslib/Exceptions.h"
+#include "basicslib/FlagScope.h"
+#include "basicslib/InstanceProtocol.h"
 #include "basicslib/Log.h"
+#include "basicslib/StatusCode.h"
 #include "basicslib/TimeBudget.h"
 #include "pipeutils/CallbackProtocol.h"
 #include "pipeutils/PipeNames.h"
 #include "pipeutils/SimplePipeServer.h"
-#include "process/BrowserLocation.h"
+#include "process/ProcessFactory.h"
+#include "runner/RunnerProcessFactory.h"
 
 namespace tvn
 {
 namespace
 {
 
-/// The arguments with which a start page tells the instance in the browser who started it.
-std::wstring StartUrl(const std::wstring& page, bool authorizeAll, const ComString& pipeUuid,
-                      const ComString& creatorUuid)
+std::vector<boost::shared_ptr<Instance>> ListInstances(const ComString& exeName,
+                                                       IProcessFactory& factory, DWORD timeoutMs)
 {
-    std::wstring url = L"\"" + page;
-    url += L"?authorizeAll=";
-    url += authorizeAll ? L"true" : L"false";
-    url += L"&pipeUuid=";
-    url += ToView(pipeUuid);
-    url += L"&creatorUuid=";
-    url += ToView(creatorUuid);
-    url += L" \"";
-    return url;
+    std::vector<boost::shared_ptr<Instance>> list;
+    factory.NewInstancesMgr()->GetInstancesByName(list, exeName, timeoutMs);
+    return list;
 }
 
 }  // namespace
@@ -36,8 +35,12 @@ int CApp::Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VA
                const VARIANT& password, const VARIANT& domain, LONG timeout)
 {
     const TimeBudget budget(Milliseconds(timeout));
+    if (m_initialising) {
+        return sInternal;  // called by a message that a wait below dispatches
+    }
+    const FlagScope initialising(m_initialising);
     m_pendingArgs.clear();
-    m_lastExtract.clear();
+    m_lastExtract = {};
     m_lastError.clear();
     if (m_attached) {
         return sInternal;
@@ -49,7 +52,7 @@ int CApp::Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VA
     ComString args;
     ComString text;
     if (TextOf(commandLine, text)) {
-        ParseCommandLine(text);
+        ParseCommandLine(text, m_options);
         args = L" " + text;
     }
 
@@ -62,6 +65,20 @@ int CApp::Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VA
     const int status = CreateAndAttach(budget.Remaining(), args);
     LogDebug("tvnInit, failed with %x", static_cast<unsigned int>(status));
     return status;
+}
+
+int CApp::AttachToFree(DWORD timeoutMs)
+{
+    const TimeBudget budget(timeoutMs);
+    const ComString exe = BrowserExeName(m_options.browserKind);
+    const boost::shared_ptr<IProcessFactory> factory = NewProcessFactory();
+    for (const auto& instance : ListInstances(exe, *factory, budget.Remaining() / 2)) {
+        if (AttachIfFree(budget.Remaining(), instance->process, WindowValue(instance->hwnd),
+                         ComString()) == sOk) {
+            return sOk;
+        }
+    }
+    return sFail;
 }
 
 int CApp::CreateAndAttach(DWORD timeoutMs, const ComString& args)
@@ -105,10 +122,10 @@ int CApp::CreateAndAttach(DWORD timeoutMs, const ComString& args)
 }
 
 int CApp::createProcess(DWORD timeoutMs, const ComString& pipeUuid, const ComString& creatorUuid,
-                        const ComString& args, boost::shared_ptr<IProcess>& process)
+                        const ComString& args, boost::shared_ptr<IProcess>& process) const
 {
-    const ComString appPath = BrowserPath();
-    const ComString cmdLine = BuildBrowserCmdLine(args, pipeUuid, creatorUuid);
+    const ComString appPath = BrowserPath(m_options);
+    const ComString cmdLine = BuildBrowserCmdLine(m_options, args, pipeUuid, creatorUuid);
     process = NewProcessFactory()->NewProcess();
     const int result = process->Start(appPath, cmdLine, m_options.user, m_options.domain,
                                       m_options.password, timeoutMs);
@@ -120,55 +137,30 @@ int CApp::createProcess(DWORD timeoutMs, const ComString& pipeUuid, const ComStr
     return result;
 }
 
-ComString CApp::BrowserPath() const
+int CApp::AttachIfFree(DWORD timeoutMs, const boost::shared_ptr<IProcess>& process, DWORD pipeHwnd,
+                       const ComString& creatorUuid)
 {
-    switch (m_options.browserKind) {
-        case InternetExplorer:
-            return GetInternetExplorerPath();
-        case Firefox:
-            return GetFirefoxPath(ToNarrow(ToView(m_options.fxVersion)),
-                                  ToNarrow(ToView(m_options.fxLocale)));
-        case OwnBrowser:
-            return GetPathBasic() + L"\\talvern.exe";
-        default:
-            return {};
+    LogProtocol("[C] CApp::AttachIfFree(pipeHwnd = 0x%08X, creatorUuid = %S)",
+                static_cast<unsigned int>(pipeHwnd), static_cast<const wchar_t*>(creatorUuid));
+    const ComString name = InstancePipeName(pipeHwnd);
+    const auto client = boost::make_shared<MacrosClient>(name, boost::shared_ptr<Handle>(), true);
+    if (client->AuxAttachIfFree(timeoutMs, creatorUuid) != sOk) {
+        LogProtocol("[C] CApp::AttachIfFree - sFail");
+        return sFail;
     }
+    m_process = process;
+    m_client = client;
+    m_attached = true;
+    LogProtocol("[C] CApp::AttachIfFree - sOk");
+    return sOk;
 }
 
-ComString CApp::BuildBrowserCmdLine(const ComString& args, const ComString& pipeUuid,
-                                    const ComString& creatorUuid) const
+boost::shared_ptr<IProcessFactory> CApp::NewProcessFactory() const
 {
-    std::wstring cmdLine;
-    switch (m_options.browserKind) {
-        case InternetExplorer: {
-            const ComString folder = GetPathBasic();
-            std::wstring page = L"about:blank";
-            if (folder.length() > 0) {
-                page = L"file:///";
-                page += ToView(folder);
-                page += L"\\Welcome_plugin.htm";
-            }
-            cmdLine = L" " + StartUrl(page, m_options.authorizeAll, pipeUuid, creatorUuid);
-            break;
-        }
-        case Firefox:
-            cmdLine = L" -new-window " +
-                      StartUrl(L"about:blank", m_options.authorizeAll, pipeUuid, creatorUuid);
-            break;
-        case OwnBrowser:
-            cmdLine = ToView(args);
-            if (m_options.useRunner) {
-                cmdLine += L" -authorizeAll";
-            }
-            cmdLine += L" /pipeUuid=";
-            cmdLine += ToView(pipeUuid);
-            cmdLine += L" /creatorUuid=";
-            cmdLine += ToView(creatorUuid);
-            break;
-        default:
-            break;
+    if (m_options.useRunner) {
+        return boost::make_shared<RunnerProcessFactory>();
     }
-    return ToComString(cmdLine);
+    return boost::make_shared<ProcessFactory>();
 }
 
 }  // namespace tvn

@@ -19,14 +19,6 @@ int CheckedLength(std::size_t length)
     return static_cast<int>(length);
 }
 
-ComString AttachNew(BSTR bstr)
-{
-    if (bstr == nullptr) {
-        _com_issue_error(E_OUTOFMEMORY);
-    }
-    return {bstr, false};
-}
-
 /// Bytes that `text` takes in the ANSI code page.
 int NarrowSize(std::wstring_view text)
 {
@@ -45,9 +37,24 @@ void CopyNarrow(std::wstring_view text, char* buffer, int size)
 
 }  // namespace
 
+ComString TakeBstr(BSTR bstr)
+{
+    struct Deleter
+    {
+        void operator()(BSTR string) const { SysFreeString(string); }
+    };
+    std::unique_ptr<OLECHAR, Deleter> owner(bstr);
+    if (!owner) {
+        _com_issue_error(E_OUTOFMEMORY);
+    }
+    ComString text(owner.get(), false);
+    static_cast<void>(owner.release());
+    return text;
+}
+
 ComString ToComString(std::wstring_view text)
 {
-    return AttachNew(SysAllocStringLen(text.data(), static_cast<UINT>(CheckedLength(text.size()))));
+    return TakeBstr(SysAllocStringLen(text.data(), static_cast<UINT>(CheckedLength(text.size()))));
 }
 
 ComString ToComString(std::string_view text)
@@ -55,7 +62,7 @@ ComString ToComString(std::string_view text)
     const int length = CheckedLength(text.size());
     const int size =
         length == 0 ? 0 : MultiByteToWideChar(CP_ACP, 0, text.data(), length, nullptr, 0);
-    ComString result = AttachNew(SysAllocStringLen(nullptr, static_cast<UINT>(size)));
+    ComString result = TakeBstr(SysAllocStringLen(nullptr, static_cast<UINT>(size)));
     if (size > 0) {
         MultiByteToWideChar(CP_ACP, 0, text.data(), length, result, size);
     }

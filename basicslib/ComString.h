@@ -20,6 +20,10 @@ ComString ToComString(std::wstring_view text);
 /// A COM string made from narrow text by the ANSI code page. Throws as the wide form does.
 ComString ToComString(std::string_view text);
 
+/// Takes a BSTR over, which is freed also when this throws: `_com_error` with E_OUTOFMEMORY for a
+/// null one, which the platform gives when there is no memory, and std::bad_alloc.
+ComString TakeBstr(BSTR bstr);
+
 /// The characters of `text`, valid as long as `text` holds them. Never fails.
 std::wstring_view ToView(const ComString& text) noexcept;
 

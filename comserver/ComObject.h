@@ -1,11 +1,11 @@
 #pragma once
 
 #include <unknwn.h>
+#include <wrl/client.h>
 
 #include <atomic>
 #include <new>
 
-#include "comserver/ComPtr.h"
 #include "comserver/Module.h"
 
 namespace comserver
@@ -25,7 +25,7 @@ class ComObject final : public Base
     {
         try {
             // The reference held here keeps the object alive while it is asked for the interface.
-            const ComPtr<IUnknown> inner(&(new ComObject(module, outer))->m_inner);
+            const Microsoft::WRL::ComPtr<IUnknown> inner(&(new ComObject(module, outer))->m_inner);
             return inner->QueryInterface(iid, object);
         } catch (const std::bad_alloc&) {
             return E_OUTOFMEMORY;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <oaidl.h>
+#include <wrl/client.h>
 
-#include "comserver/ComPtr.h"
 #include "comserver/Module.h"
 
 namespace comserver
@@ -31,26 +31,35 @@ class DispatchObject : public DualInterface
 
     HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID /*lcid*/, ITypeInfo** typeInfo) override
     {
+        if (typeInfo != nullptr) {
+            *typeInfo = nullptr;
+        }
         if (index != 0) {
             return DISP_E_BADINDEX;
         }
         return typeInfo == nullptr ? E_POINTER : m_module.GetTypeInfo(typeInfo);
     }
 
-    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID /*iid*/, LPOLESTR* names, UINT count,
-                                            LCID /*lcid*/, DISPID* ids) override
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID /*lcid*/,
+                                            DISPID* ids) override
     {
-        ComPtr<ITypeInfo> typeInfo;
-        const HRESULT result = m_module.GetTypeInfo(typeInfo.Receive());
+        if (!IsEqualIID(iid, IID_NULL)) {
+            return DISP_E_UNKNOWNINTERFACE;
+        }
+        Microsoft::WRL::ComPtr<ITypeInfo> typeInfo;
+        const HRESULT result = m_module.GetTypeInfo(typeInfo.GetAddressOf());
         return FAILED(result) ? result : typeInfo->GetIDsOfNames(names, count, ids);
     }
 
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID /*iid*/, LCID /*lcid*/, WORD flags,
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID iid, LCID /*lcid*/, WORD flags,
                                      DISPPARAMS* parameters, VARIANT* value, EXCEPINFO* exception,
                                      UINT* wrongArgument) override
     {
-        ComPtr<ITypeInfo> typeInfo;
-        const HRESULT result = m_module.GetTypeInfo(typeInfo.Receive());
+        if (!IsEqualIID(iid, IID_NULL)) {
+            return DISP_E_UNKNOWNINTERFACE;
+        }
+        Microsoft::WRL::ComPtr<ITypeInfo> typeInfo;
+        const HRESULT result = m_module.GetTypeInfo(typeInfo.GetAddressOf());
         return FAILED(result) ? result
                               : typeInfo->Invoke(static_cast<DualInterface*>(this), id, flags,
                                                  parameters, value, exception, wrongArgument);

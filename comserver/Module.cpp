@@ -1,16 +1,21 @@
 #include "comserver/Module.h"
 
 #include <oleauto.h>
+#include <wrl/client.h>
 
+#include <algorithm>
 #include <new>
 #include <string_view>
 
 #include "comserver/ClassFactory.h"
-#include "comserver/ComPtr.h"
+#include "comserver/MachineClasses.h"
 #include "comserver/RegistryScript.h"
 
 namespace comserver
 {
+
+using Microsoft::WRL::ComPtr;
+
 namespace
 {
 
@@ -68,14 +73,32 @@ HRESULT Module::GetClassObject(REFCLSID clsid, REFIID iid, void** object) noexce
         return E_POINTER;
     }
     *object = nullptr;
-    for (std::size_t index = 0; index < m_classCount; ++index) {
-        if (IsEqualCLSID(clsid, m_classes[index].clsid)) {
-            const ComPtr<ClassFactory> factory(new (std::nothrow)
-                                                   ClassFactory(*this, m_classes[index]));
-            return factory.Get() == nullptr ? E_OUTOFMEMORY : factory->QueryInterface(iid, object);
-        }
+    const ClassEntry* const end = m_classes + m_classCount;
+    const ClassEntry* const entry = std::find_if(
+        m_classes, end, [&](const ClassEntry& each) { return IsEqualCLSID(clsid, each.clsid); });
+    if (entry == end) {
+        return CLASS_E_CLASSNOTAVAILABLE;
     }
-    return CLASS_E_CLASSNOTAVAILABLE;
+    const ComPtr<ClassFactory> factory(new (std::nothrow) ClassFactory(*this, *entry));
+    if (!factory) {
+        return E_OUTOFMEMORY;
+    }
+    const HRESULT result = factory->QueryInterface(iid, object);
+    if (SUCCEEDED(result)) {
+        StayLoaded();
+    }
+    return result;
+}
+
+void Module::StayLoaded() noexcept
+{
+    if (m_pinned.exchange(true)) {
+        return;
+    }
+    HMODULE module = nullptr;
+    m_pinned =
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                           reinterpret_cast<LPCWSTR>(m_instance), &module) != FALSE;
 }
 
 /// The steps below build texts; running out of memory ends as an HRESULT like every other failure.
@@ -93,22 +116,30 @@ HRESULT Module::RegisterServer() noexcept
 {
     return Guarded([this] {
         std::wstring path;
-        std::string_view text;
         HRESULT result = GetPath(path);
-        if (SUCCEEDED(result)) {
-            result = FindScript(m_instance, text);
+        if (FAILED(result)) {
+            return result;
         }
-        if (SUCCEEDED(result)) {
-            result = RegistryScript(text, path).Register();
+        std::string_view text;
+        result = FindScript(m_instance, text);
+        if (FAILED(result)) {
+            return result;
+        }
+        MachineClasses classes;
+        result = classes.Open();
+        if (FAILED(result)) {
+            return result;
+        }
+        result = RegistryScript(classes.Get(), text, path).Register();
+        if (FAILED(result)) {
+            return result;
         }
         ComPtr<ITypeLib> typeLib;
-        if (SUCCEEDED(result)) {
-            result = LoadOwnTypeLib(path, typeLib.Receive());
+        result = LoadOwnTypeLib(path, typeLib.GetAddressOf());
+        if (FAILED(result)) {
+            return result;
         }
-        if (SUCCEEDED(result)) {
-            result = RegisterTypeLib(typeLib.Get(), path.data(), nullptr);
-        }
-        return result;
+        return RegisterTypeLib(typeLib.Get(), path.data(), nullptr);
     });
 }
 
@@ -117,9 +148,15 @@ HRESULT Module::UnregisterServer() noexcept
     return Guarded([this] {
         std::string_view text;
         HRESULT result = FindScript(m_instance, text);
-        if (SUCCEEDED(result)) {
-            result = RegistryScript(text, std::wstring_view()).Unregister();
+        if (FAILED(result)) {
+            return result;
         }
+        MachineClasses classes;
+        result = classes.Open();
+        if (FAILED(result)) {
+            return result;
+        }
+        result = RegistryScript(classes.Get(), text, std::wstring_view()).Unregister();
         const HRESULT typeLibResult = UnregisterOwnTypeLib();
         return FAILED(result) ? result : typeLibResult;
     });
@@ -142,19 +179,7 @@ HRESULT Module::GetTypeInfo(ITypeInfo** typeInfo) noexcept
     ITypeInfo* known = m_typeInfo.load();
     if (known == nullptr) {
         ComPtr<ITypeInfo> loaded;
-        const HRESULT result = Guarded([this, &loaded] {
-            std::wstring path;
-            ComPtr<ITypeLib> typeLib;
-            HRESULT step = GetPath(path);
-            if (SUCCEEDED(step)) {
-                step = LoadOwnTypeLib(path, typeLib.Receive());
-            }
-            if (SUCCEEDED(step)) {
-                step =
-                    typeLib->GetTypeInfoOfGuid(m_typeLibrary.dispatchInterface, loaded.Receive());
-            }
-            return step;
-        });
+        const HRESULT result = LoadTypeInfo(loaded.GetAddressOf());
         if (FAILED(result)) {
             return result;
         }
@@ -166,6 +191,23 @@ HRESULT Module::GetTypeInfo(ITypeInfo** typeInfo) noexcept
     known->AddRef();
     *typeInfo = known;
     return S_OK;
+}
+
+HRESULT Module::LoadTypeInfo(ITypeInfo** typeInfo) const noexcept
+{
+    return Guarded([this, typeInfo] {
+        std::wstring path;
+        HRESULT result = GetPath(path);
+        if (FAILED(result)) {
+            return result;
+        }
+        ComPtr<ITypeLib> typeLib;
+        result = LoadOwnTypeLib(path, typeLib.GetAddressOf());
+        if (FAILED(result)) {
+            return result;
+        }
+        return typeLib->GetTypeInfoOfGuid(m_typeLibrary.dispatchInterface, typeInfo);
+    });
 }
 
 HRESULT Module::GetPath(std::wstring& path) const

@@ -58,10 +58,15 @@ class Module
     void Lock() noexcept { ++m_locks; }
     void Unlock() noexcept { --m_locks; }
 
-    /// S_OK when nothing is counted, else S_FALSE.
+    /// S_OK when nothing is counted, else S_FALSE. A server that has served a class object stays
+    /// loaded all the same, see `GetClassObject`.
     HRESULT CanUnloadNow() const noexcept;
 
     /// Gives the interface `iid` of the class factory of `clsid`, or CLASS_E_CLASSNOTAVAILABLE.
+    ///
+    /// The first success keeps the server in the process for good: the C++ runtime inside it gives
+    /// back neither its memory for exceptions nor its thread-local index when it is unloaded, so a
+    /// client that loads and unloads it over and over would run out of both.
     HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** object) noexcept;
 
     /// Applies the registry script (resource "REGISTRY", 101) and registers the embedded type
@@ -77,7 +82,9 @@ class Module
     HRESULT GetTypeInfo(ITypeInfo** typeInfo) noexcept;
 
   private:
+    void StayLoaded() noexcept;
     HRESULT GetPath(std::wstring& path) const;
+    HRESULT LoadTypeInfo(ITypeInfo** typeInfo) const noexcept;
     HRESULT LoadOwnTypeLib(const std::wstring& path, ITypeLib** typeLib) const;
     HRESULT UnregisterOwnTypeLib() const;
 
@@ -89,6 +96,7 @@ class Module
     TypeLibraryId m_typeLibrary;
     HINSTANCE m_instance = nullptr;
     std::atomic<long> m_locks{0};
+    std::atomic<bool> m_pinned{false};
     std::atomic<ITypeInfo*> m_typeInfo{nullptr};
 };
 

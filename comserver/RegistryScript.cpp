@@ -1,30 +1,11 @@
 #include "comserver/RegistryScript.h"
 
+#include "comserver/RegistryKey.h"
+
 namespace comserver
 {
 namespace
 {
-
-/// An open registry key.
-class RegKey
-{
-  public:
-    RegKey() noexcept = default;
-    ~RegKey()
-    {
-        if (m_key != nullptr) {
-            RegCloseKey(m_key);
-        }
-    }
-    RegKey(const RegKey&) = delete;
-    RegKey& operator=(const RegKey&) = delete;
-
-    HKEY Get() const noexcept { return m_key; }
-    HKEY* Receive() noexcept { return &m_key; }
-
-  private:
-    HKEY m_key = nullptr;
-};
 
 /// Deletes a key with all that is below it; one that is not there is no failure.
 LSTATUS DeleteKey(HKEY parent, const std::wstring& name)
@@ -182,8 +163,8 @@ class RegistryScript::Parser
     bool m_quoted = false;
 };
 
-RegistryScript::RegistryScript(std::string_view script, std::wstring_view modulePath)
-    : m_valid(Parser(script, modulePath).ParseScript(m_keys))
+RegistryScript::RegistryScript(HKEY root, std::string_view script, std::wstring_view modulePath)
+    : m_root(root), m_valid(Parser(script, modulePath).ParseScript(m_keys))
 {}
 
 HRESULT RegistryScript::Register() const
@@ -191,7 +172,7 @@ HRESULT RegistryScript::Register() const
     HRESULT result = m_valid ? S_OK : E_INVALIDARG;
     for (const Key& key : m_keys) {
         if (SUCCEEDED(result)) {
-            result = RegisterKey(HKEY_CLASSES_ROOT, key);
+            result = RegisterKey(m_root, key);
         }
     }
     return result;
@@ -212,7 +193,7 @@ HRESULT RegistryScript::Unregister() const
 HRESULT RegistryScript::RegisterKey(HKEY parent, const Key& key)
 {
     LSTATUS status = key.keep == Keep::ForceRemove ? DeleteKey(parent, key.name) : ERROR_SUCCESS;
-    RegKey opened;
+    RegistryKey opened;
     if (status == ERROR_SUCCESS) {
         status = RegCreateKeyExW(parent, key.name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
                                  KEY_READ | KEY_WRITE, nullptr, opened.Receive(), nullptr);
@@ -239,7 +220,7 @@ HRESULT RegistryScript::UnregisterKey(HKEY parent, const Key& key)
     if (key.keep != Keep::NoRemove) {
         return HRESULT_FROM_WIN32(static_cast<unsigned long>(DeleteKey(parent, key.name)));
     }
-    RegKey opened;
+    RegistryKey opened;
     const LSTATUS status =
         RegOpenKeyExW(parent, key.name.c_str(), 0, KEY_READ | KEY_WRITE, opened.Receive());
     if (status != ERROR_SUCCESS) {

@@ -19,13 +19,14 @@ namespace comserver
 ///     }
 ///
 /// Names and texts may stand in single quotes, with '' for a quote inside. %MODULE% in a text is
-/// replaced by the module's path. Everything goes under HKEY_CLASSES_ROOT. The operations give an
-/// HRESULT and throw only std::bad_alloc; a script that cannot be read gives E_INVALIDARG before
-/// anything is touched. Used by one thread.
+/// replaced by the module's path. Everything goes under the given root, which stands for the HKCR
+/// of the script, is borrowed and outlives this object. The operations return an HRESULT and throw
+/// only std::bad_alloc; a script that cannot be read gives E_INVALIDARG before anything is touched.
+/// Used by one thread.
 class RegistryScript
 {
   public:
-    RegistryScript(std::string_view script, std::wstring_view modulePath);
+    RegistryScript(HKEY root, std::string_view script, std::wstring_view modulePath);
 
     /// Writes the keys; stops at the first failure.
     HRESULT Register() const;
@@ -55,6 +56,7 @@ class RegistryScript
     static HRESULT RegisterKey(HKEY parent, const Key& key);
     static HRESULT UnregisterKey(HKEY parent, const Key& key);
 
+    HKEY m_root;
     std::vector<Key> m_keys;
     bool m_valid;
 };

@@ -1,41 +1,63 @@
 #include "pipeutils/BaseProtocol.h"
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
+#include <cstring>
 
 #include "basicslib/Exceptions.h"
 #include "basicslib/Handle.h"
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
-#include "pipeutils/Overlapped.h"
 
 namespace tvn
 {
+namespace
+{
+
+/// A length field up to this one is believed before anybody has looked at what the pipe holds.
+constexpr DWORD kBelievedLength = 0x8000;
+
+void LogWrite(DWORD count, DWORD written) noexcept
+{
+    LogDebug("[BaseProtocol::WritePipe] cbBuf = %x, cbWritten = %x ",
+             static_cast<unsigned int>(count), static_cast<unsigned int>(written));
+}
+
+/// Ends an operation that is still pending when its scope is left, by an exception too.
+class CancelScope
+{
+  public:
+    explicit CancelScope(PipeOperation& operation) noexcept : m_operation(operation) {}
+    ~CancelScope() { m_operation.Cancel(); }
+    CancelScope(const CancelScope&) = delete;
+    CancelScope& operator=(const CancelScope&) = delete;
+
+  private:
+    PipeOperation& m_operation;
+};
+
+}  // namespace
 
 BaseProtocol::BaseProtocol(HANDLE hPipe, HANDLE hInterrupt) noexcept
-    : m_hPipe(hPipe), m_hInterrupt(hInterrupt)
+    : m_hPipe(hPipe), m_hInterrupt(hInterrupt), m_read(hPipe), m_write(hPipe)
 {}
 
 void BaseProtocol::WritePipe(const void* buffer, DWORD count, DWORD timeout)
 {
     // A message that the pipe's buffers hold is taken at once. A larger one stays pending until the
     // other side has read it, which it may never do.
-    const auto overlapped = boost::make_shared<Overlapped>(m_hPipe);
-    DWORD written = 0;
-    BOOL success = WriteFile(m_hPipe, buffer, count, &written, overlapped->GetOverlapped());
-    DWORD error = GetLastError();
-    if (!success && error == ERROR_IO_PENDING) {
-        overlapped->SetPending();
-        if (overlapped->Wait(timeout, m_hInterrupt)) {
-            success = GetOverlappedResult(m_hPipe, overlapped->GetOverlapped(), &written, FALSE);
-            error = GetLastError();
+    const CancelScope cancel(m_write);
+    PipeOperation::Outcome outcome = m_write.Write(buffer, count);
+    if (m_write.IsPending()) {
+        if (m_write.Wait(timeout, m_hInterrupt)) {
+            outcome = m_write.Take();
         } else {
-            error = IsInterrupted() ? ERROR_OPERATION_ABORTED : WAIT_TIMEOUT;
+            outcome.error = IsInterrupted() ? ERROR_OPERATION_ABORTED : WAIT_TIMEOUT;
         }
     }
-    LogDebug("[BaseProtocol::WritePipe] cbBuf = %x, cbWritten = %x ",
-             static_cast<unsigned int>(count), static_cast<unsigned int>(written));
-    if (!success || written != count) {
-        throw WritePipeError(error, __FILE__, __LINE__);
+    LogWrite(count, outcome.bytes);
+    if (!outcome.success || outcome.bytes != count) {
+        throw WritePipeError(outcome.error, __FILE__, __LINE__);
     }
 }
 
@@ -45,88 +67,156 @@ void BaseProtocol::WriteMessage(Serializer& message, DWORD timeout)
     WritePipe(message.GetBuffer().get(), message.GetSize(), timeout);
 }
 
-BaseProtocol::ReadResult BaseProtocol::ReadPipe(void* buffer, DWORD count, DWORD timeout)
+void BaseProtocol::StartMessage(Serializer& message)
 {
-    ReadResult result;
-    if (count == 0) {
-        return result;
+    message.Serialize();
+    const DWORD count = message.GetSize();
+    m_bytesUnderWay = message.GetBuffer();
+    const PipeOperation::Outcome outcome = m_write.Write(m_bytesUnderWay.get(), count);
+    if (m_write.IsPending()) {
+        m_bytesToTrace = count;
+        return;
     }
-    const auto overlapped = boost::make_shared<Overlapped>(m_hPipe);
+    m_bytesUnderWay.reset();
+    LogWrite(count, outcome.bytes);
+    if (!outcome.success || outcome.bytes != count) {
+        throw WritePipeError(outcome.error, __FILE__, __LINE__);
+    }
+}
 
+bool BaseProtocol::AwaitWrite(DWORD timeout)
+{
+    if (m_write.IsPending() && !m_write.Wait(timeout, m_hInterrupt)) {
+        const DWORD error = GetLastError();
+        if (IsInterrupted()) {
+            throw PipeInterrupted(error, __FILE__, __LINE__);
+        }
+        return false;
+    }
+    TraceWrite();
+    return true;
+}
+
+void BaseProtocol::TraceWrite() noexcept
+{
+    if (!m_write.IsPending()) {
+        return;
+    }
+    DWORD written = 0;
+    if (m_write.HasEnded()) {
+        written = m_write.Take().bytes;
+        m_bytesUnderWay.reset();
+    }
+    if (m_bytesToTrace != 0) {
+        LogWrite(m_bytesToTrace, written);
+        m_bytesToTrace = 0;
+    }
+}
+
+void BaseProtocol::AwaitArrival(DWORD timeout)
+{
     // The arrival of a message is awaited with a read of no bytes, so that a time-out can cancel it
     // without losing data. ERROR_MORE_DATA says that a message, or the rest of one, is there.
-    if (!ReadFile(m_hPipe, nullptr, 0, nullptr, overlapped->GetOverlapped())) {
+    const CancelScope cancel(m_read);
+    const PipeOperation::Outcome outcome = m_read.Read(nullptr, 0);
+    if (outcome.success || outcome.error == ERROR_MORE_DATA) {
+        return;
+    }
+    if (!m_read.IsPending()) {
+        LogDebug("[BaseProtocol::ReadPipe] ReadFile (GetLastError() = 0x%08x)",
+                 static_cast<unsigned int>(outcome.error));
+        throw ReadPipeError(outcome.error, __FILE__, __LINE__);
+    }
+    if (!m_read.Wait(timeout, m_hInterrupt)) {
         const DWORD error = GetLastError();
-        if (error == ERROR_IO_PENDING) {
-            overlapped->SetPending();
-            if (!overlapped->Wait(timeout, m_hInterrupt)) {
-                const DWORD waitError = GetLastError();
-                if (IsInterrupted()) {
-                    throw PipeInterrupted(waitError, __FILE__, __LINE__);
-                }
-                throw ReadPipeTimeout(waitError, __FILE__, __LINE__);
-            }
-        } else if (error != ERROR_MORE_DATA) {
-            LogDebug("[BaseProtocol::ReadPipe] ReadFile (GetLastError() = 0x%08x)",
-                     static_cast<unsigned int>(error));
-            throw ReadPipeError(error, __FILE__, __LINE__);
+        if (IsInterrupted()) {
+            throw PipeInterrupted(error, __FILE__, __LINE__);
         }
+        throw ReadPipeTimeout(error, __FILE__, __LINE__);
     }
+    m_read.Take();  // what it has to say, the read of the message itself says again
+}
 
-    BOOL success = ReadFile(m_hPipe, buffer, count, &result.bytes, overlapped->GetOverlapped());
-    const DWORD error = GetLastError();
-    if (!success && error == ERROR_IO_PENDING) {
-        overlapped->SetPending();
+BaseProtocol::ReadResult BaseProtocol::ReadArrived(void* buffer, DWORD count)
+{
+    PipeOperation::Outcome outcome = m_read.Read(buffer, count);
+    if (m_read.IsPending()) {
+        // What was there has been taken back by its writer.
+        const DWORD error = outcome.error;
+        outcome = m_read.Cancel();
+        outcome.error = outcome.success ? ERROR_SUCCESS : error;
     }
-    if (!success && error == ERROR_MORE_DATA) {
-        success = TRUE;
-        result.bytes = count;
-        result.moreData = true;
-    }
+    ReadResult result;
+    result.moreData = !outcome.success && outcome.error == ERROR_MORE_DATA;
+    result.bytes = result.moreData ? count : outcome.bytes;
+    const bool success = outcome.success || result.moreData;
     LogDebug("[BaseProtocol::ReadPipe] fSuccess = %x, cbBuf = %x, cbBytesRead = %x",
-             static_cast<unsigned int>(success), static_cast<unsigned int>(count),
+             success ? 1U : 0U, static_cast<unsigned int>(count),
              static_cast<unsigned int>(result.bytes));
     if (!success) {
-        throw ReadPipeError(error, __FILE__, __LINE__);
+        throw ReadPipeError(outcome.error, __FILE__, __LINE__);
     }
     return result;
 }
 
-void BaseProtocol::ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeout)
+BaseProtocol::ReadResult BaseProtocol::ReadPipe(void* buffer, DWORD count, DWORD timeout)
 {
-    const TimeBudget budget(timeout);
+    if (count == 0) {
+        return {};
+    }
+    AwaitArrival(timeout);
+    TraceWrite();  // who answers has read; its line belongs before those of the answer
+    return ReadArrived(buffer, count);
+}
+
+DWORD BaseProtocol::ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeout)
+{
     size = 0;
     buffer.reset();
-    const ReadResult length = ReadPipe(&size, sizeof size, budget.Remaining());
-
-    // The other side may claim any length; what counts is what the pipe holds of this message.
-    DWORD rest = 0;
-    if (length.moreData && !PeekNamedPipe(m_hPipe, nullptr, 0, nullptr, nullptr, &rest)) {
-        throw ReadPipeError(GetLastError(), __FILE__, __LINE__);
-    }
-    const std::size_t whole = sizeof size + static_cast<std::size_t>(rest);
-    buffer = NewMessageBuffer(whole);
-    // (A message that ends with its length must not make this read take the next one.)
-    const DWORD count = rest == 0 ? 0 : static_cast<DWORD>(whole);
-    const ReadResult fields = ReadPipe(buffer.get(), count, budget.Remaining());
-
-    // A writer that gives up in between takes the rest away, and the read gets the next message:
-    // whatever does not fit is taken out with it.
-    for (bool rests = fields.moreData; rests;) {
-        unsigned char dropped[256];
-        rests = ReadPipe(dropped, sizeof dropped, budget.Remaining()).moreData;
-    }
-    if (length.bytes != sizeof size || fields.bytes != rest || whole != size) {
+    const ReadResult length = ReadPipe(&size, sizeof size, timeout);
+    if (length.bytes != sizeof size) {
         throw ReadPipeError(ERROR_INVALID_DATA, __FILE__, __LINE__);
     }
+    if (!length.moreData) {
+        return 0;  // a read would take the next message
+    }
+    // The rest of the message is there with its beginning. The other side may claim any length for
+    // it; what counts is what the pipe holds.
+    const DWORD room = size <= kBelievedLength
+                           ? size
+                           : static_cast<DWORD>(std::min<std::size_t>(
+                                 size, std::size_t{BytesLeft()} + kLengthFieldSize));
+    buffer = NewMessageBuffer(room);
+    ReadResult fields;
+    fields.moreData = true;
+    if (room != 0) {
+        fields = ReadArrived(buffer.get(), room);
+    }
+    if (!fields.moreData) {
+        return fields.bytes;
+    }
+    const DWORD rest = BytesLeft();
+    const MessageBuffer whole = NewMessageBuffer(static_cast<std::size_t>(fields.bytes) + rest);
+    std::memcpy(whole.get(), buffer.get(), fields.bytes);
+    buffer = whole;
+    return fields.bytes + ReadArrived(whole.get() + fields.bytes, rest).bytes;
 }
 
 void BaseProtocol::ReadMessage(boost::shared_ptr<Deserializer>& message, DWORD timeout)
 {
     DWORD size = 0;
     MessageBuffer buffer;
-    ReadMessage(size, buffer, timeout);
-    message = boost::make_shared<Deserializer>(size, buffer);
+    const DWORD received = ReadMessage(size, buffer, timeout);
+    message = boost::make_shared<Deserializer>(received + kLengthFieldSize, buffer);
+}
+
+DWORD BaseProtocol::BytesLeft() const
+{
+    DWORD rest = 0;
+    if (!PeekNamedPipe(m_hPipe, nullptr, 0, nullptr, nullptr, &rest)) {
+        throw ReadPipeError(GetLastError(), __FILE__, __LINE__);
+    }
+    return rest;
 }
 
 bool BaseProtocol::IsInterrupted() const

@@ -6,6 +6,7 @@
 
 #include "pipeutils/Deserializer.h"
 #include "pipeutils/MessageBuffer.h"
+#include "pipeutils/PipeOperation.h"
 #include "pipeutils/Serializer.h"
 
 namespace tvn
@@ -17,14 +18,18 @@ namespace tvn
 ///
 /// Used by one thread at a time. Every wait dispatches that thread's window messages and comes back
 /// within its time-out, in milliseconds (INFINITE: no limit). Failures are thrown as exceptions of
-/// the PipeException family; the pipe stays open and nothing of a failed operation stays pending.
+/// the PipeException family; the pipe stays open. Nothing stays pending but a write of
+/// `StartMessage`.
 class BaseProtocol
 {
   public:
     /// Both handles are borrowed and must outlive this object. `hInterrupt` may be NULL; when it is
     /// signalled, a waiting operation ends.
     BaseProtocol(HANDLE hPipe, HANDLE hInterrupt) noexcept;
+
+    /// Cancels a write that is still under way. Callable on any thread.
     virtual ~BaseProtocol() = default;
+
     BaseProtocol(const BaseProtocol&) = delete;
     BaseProtocol& operator=(const BaseProtocol&) = delete;
 
@@ -34,6 +39,19 @@ class BaseProtocol
 
     /// Lays out `message` and writes it.
     void WriteMessage(Serializer& message, DWORD timeout);
+
+    /// Lays out `message` and starts to write it, without a wait. What the pipe cannot take at once
+    /// stays under way, as long as it takes or this object lives, and its bytes with it; nothing
+    /// else may be written until `AwaitWrite` has given true. Throws WritePipeError when the write
+    /// fails at once or is short.
+    void StartMessage(Serializer& message);
+
+    /// Waits for the end of a write that is under way, whatever becomes of it. False when it has
+    /// not ended in time. Throws PipeInterrupted.
+    bool AwaitWrite(DWORD timeout);
+
+    /// Traces how far a write under way has come, once. Throws nothing.
+    void TraceWrite() noexcept;
 
     /// What one read of a message gave.
     struct ReadResult
@@ -46,20 +64,27 @@ class BaseProtocol
     /// message is not an error. Throws ReadPipeTimeout, PipeInterrupted or ReadPipeError.
     ReadResult ReadPipe(void* buffer, DWORD count, DWORD timeout);
 
-    /// Reads one whole message: its length field into `size`, the fields behind it into `buffer`,
-    /// which is no larger than the message that is really in the pipe. A message whose length field
-    /// is not its length is taken out of the pipe and thrown as ReadPipeError with
-    /// ERROR_INVALID_DATA. Throws as ReadPipe does, and an out-of-memory exception.
-    void ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeout);
+    /// Reads one whole message: its length field into `size`, and all that it really holds behind
+    /// that into `buffer`, whose number of bytes is returned. The length field only tells how much
+    /// room to make, within bounds: it may be off. Throws as ReadPipe does, ReadPipeError with
+    /// ERROR_INVALID_DATA for a message without a length field, and an out-of-memory exception.
+    DWORD ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeout);
 
     /// The same, with the fields wrapped for reading.
     void ReadMessage(boost::shared_ptr<Deserializer>& message, DWORD timeout);
 
   private:
+    void AwaitArrival(DWORD timeout);
+    ReadResult ReadArrived(void* buffer, DWORD count);
+    DWORD BytesLeft() const;
     bool IsInterrupted() const;
 
     HANDLE m_hPipe;
     HANDLE m_hInterrupt;
+    PipeOperation m_read;
+    MessageBuffer m_bytesUnderWay;  // outlives the write
+    DWORD m_bytesToTrace = 0;       // of a write under way that has no line in the log yet
+    PipeOperation m_write;
 };
 
 }  // namespace tvn

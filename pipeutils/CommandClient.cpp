@@ -1,32 +1,28 @@
 #include "pipeutils/CommandClient.h"
 
 #include "basicslib/Exceptions.h"
+#include "basicslib/FlagScope.h"
 #include "basicslib/Log.h"
-#include "basicslib/StatusCode.h"
-#include "basicslib/TimeBudget.h"
-#include "pipeutils/CommandsProtocol.h"
 
 namespace tvn
 {
 namespace
 {
 
-/// Keeps a flag set from construction to destruction.
-class FlagScope
+void LogNoReply(int status, const wchar_t* command)
 {
-  public:
-    explicit FlagScope(bool& flag) noexcept : m_flag(flag) { m_flag = true; }
-    ~FlagScope() { m_flag = false; }
-    FlagScope(const FlagScope&) = delete;
-    FlagScope& operator=(const FlagScope&) = delete;
+    LogDebug(status == sTimeout ? "[CommandClient::Execute] sTimeout (cmd = %S)"
+                                : "[CommandClient::Execute] sFail (cmd = %S)",
+             command);
+}
 
-  private:
-    bool& m_flag;
-};
-
-void LogNoPipe(DWORD error)
+/// The outcome of a command that got no reply.
+CommandReply NoReply(int status, const wchar_t* command)
 {
-    LogDebug("hPipe == INVALID_HANDLE_VALUE (0x%08X)", static_cast<unsigned int>(error));
+    LogNoReply(status, command);
+    CommandReply reply;
+    reply.status = status;
+    return reply;
 }
 
 }  // namespace
@@ -36,56 +32,53 @@ CommandClient::CommandClient(const ComString& pipeName, const boost::shared_ptr<
     : RemotePipeClient(pipeName), m_waitForPipe(waitForPipe), m_hInterrupt(hInterrupt)
 {}
 
-void CommandClient::Execute(DWORD timeout, const ComString& command, const ComString& arguments,
-                            ComString& reply, int& status)
+CommandReply CommandClient::Execute(DWORD timeout, const wchar_t* command,
+                                    std::wstring_view arguments)
 {
-    status = sFail;
     if (m_busy) {
-        return;
+        return {};
     }
     const FlagScope busy(m_busy);
     const TimeBudget budget(timeout);
-    boost::shared_ptr<Handle> pipe;
-    try {
-        pipe = m_waitForPipe ? OpenPipe(budget.Remaining()) : OpenPipe();
-    } catch (const PipeException& exception) {
-        LogNoPipe(exception.GetError());
-        return;
+    if (!Connect(budget.Remaining())) {
+        return {};
     }
-    RunCommand(pipe->Get(), budget.Remaining(), command, arguments, reply, status);
+    // (Laid out before any wait: messages that are dispatched may change what `arguments` shows.)
+    Serializer message = CommandsProtocol::NewCommand(m_requestId + 1, command, arguments);
+    try {
+        if (!m_protocol->AwaitWrite(budget.Remaining())) {
+            return NoReply(sTimeout, command);
+        }
+        ++m_requestId;
+        try {
+            m_protocol->StartMessage(message);
+        } catch (const WritePipeError&) {
+            LogNoReply(sFail,
+                       command);  // the read below decides: it knows whether the instance is gone
+        }
+        const CommandReply reply = m_protocol->ReceiveReply(m_requestId, budget.Remaining());
+        m_protocol->TraceWrite();
+        return reply;
+    } catch (const PipeException& exception) {
+        m_protocol->TraceWrite();
+        const bool late = dynamic_cast<const ReadPipeTimeout*>(&exception) != nullptr;
+        return NoReply(late ? sTimeout : sFail, command);
+    }
 }
 
-void CommandClient::RunCommand(HANDLE hPipe, DWORD timeout, const ComString& command,
-                               const ComString& arguments, ComString& reply, int& status)
+bool CommandClient::Connect(DWORD timeout)
 {
-    if (!Handle::IsValid(hPipe)) {
-        LogNoPipe(GetLastError());
-        status = sFail;
-        return;
+    if (m_protocol) {
+        return true;
     }
-    const TimeBudget budget(timeout);
-    const boost::shared_ptr<Handle> interrupt = m_hInterrupt;
-    CommandsProtocol protocol(hPipe, interrupt ? interrupt->Get() : nullptr);
-    const unsigned int id = ++m_requestId;
     try {
-        protocol.SendCommand(id, command, arguments, timeout);
-    } catch (const PipeException&) {
-        LogDebug("[CommandClient::Execute] sFail (cmd = %S)", static_cast<const wchar_t*>(command));
-        status = sFail;  // and the read below decides: it knows whether the instance is gone
-    }
-
-    int replyStatus = sFail;
-    try {
-        // What a write had to wait for is gone; one that was taken at once has cost nothing.
-        protocol.ReceiveReply(id, replyStatus, reply, budget.Remaining());
-        status = replyStatus;
-    } catch (const ReadPipeTimeout&) {
-        LogDebug("[CommandClient::Execute] sTimeout (cmd = %S)",
-                 static_cast<const wchar_t*>(command));
-        status = sTimeout;
-    } catch (const PipeException&) {
-        LogDebug("[CommandClient::Execute] sFail (cmd = %S)", static_cast<const wchar_t*>(command));
-        status = sFail;
+        const boost::shared_ptr<Handle> pipe = m_waitForPipe ? OpenPipe(timeout) : OpenPipe();
+        m_protocol.emplace(pipe->Get(), m_hInterrupt ? m_hInterrupt->Get() : nullptr);
+        return true;
+    } catch (const PipeException& exception) {
+        LogDebug("hPipe == INVALID_HANDLE_VALUE (0x%08X)",
+                 static_cast<unsigned int>(exception.GetError()));
+        return false;
     }
 }
 

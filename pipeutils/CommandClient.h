@@ -3,16 +3,24 @@
 #include <windows.h>
 
 #include <boost/shared_ptr.hpp>
+#include <optional>
+#include <string_view>
 
 #include "basicslib/ComString.h"
 #include "basicslib/Handle.h"
+#include "basicslib/TimeBudget.h"
+#include "pipeutils/CommandsProtocol.h"
 #include "pipeutils/RemotePipeClient.h"
 
 namespace tvn
 {
 
 /// Runs commands on one instance's command pipe, one at a time, and turns every pipe failure into a
-/// status. The pipe is opened by the first command and kept for the later ones. Used by one thread.
+/// status. The pipe is opened by the first command and kept for the later ones. Used by one thread
+/// at a time.
+///
+/// A command that the pipe does not take at once stays under way when its time ends: the instance
+/// gets it whole as soon as it reads, or not at all when the client is destroyed before.
 class CommandClient : private RemotePipeClient
 {
   public:
@@ -22,21 +30,20 @@ class CommandClient : private RemotePipeClient
                   bool waitForPipe);
 
     /// Sends one command and waits for its reply, `timeout` milliseconds (INFINITE: no limit) in
-    /// all. `status` becomes the reply's status, `sTimeout` when no reply came in time, `sFail` on
+    /// all, a wait for an earlier command that is still under way included. Gives the reply to this
+    /// very command, or a status without a text: `sTimeout` when no reply came in time, `sFail` on
     /// any pipe failure and when a command already runs on this client (called from a message that
-    /// its wait dispatched). `reply` becomes the text of the last reply read and is left alone when
-    /// none was. Throws only what is not a pipe failure: a failed wait, or no memory.
-    void Execute(DWORD timeout, const ComString& command, const ComString& arguments,
-                 ComString& reply, int& status);
+    /// its wait dispatches). Throws only what is not a pipe failure: a failed wait, or no memory.
+    CommandReply Execute(DWORD timeout, const wchar_t* command, std::wstring_view arguments);
 
   private:
-    void RunCommand(HANDLE hPipe, DWORD timeout, const ComString& command,
-                    const ComString& arguments, ComString& reply, int& status);
+    bool Connect(DWORD timeout);
 
     unsigned int m_requestId = 0;
     bool m_busy = false;
     bool m_waitForPipe;
     boost::shared_ptr<Handle> m_hInterrupt;
+    std::optional<CommandsProtocol> m_protocol;  // once the pipe is open
 };
 
 }  // namespace tvn

@@ -6,44 +6,46 @@
 namespace tvn
 {
 
-void CommandsProtocol::SendCommand(unsigned int id, const ComString& command,
-                                   const ComString& arguments, DWORD timeout)
+Serializer CommandsProtocol::NewCommand(unsigned int id, std::wstring_view command,
+                                        std::wstring_view arguments)
 {
-    Serializer message;
+    Serializer message(sizeof id + Serializer::TextSize(command.size()) +
+                       Serializer::TextSize(arguments.size()));
     message.AddUInt(id);
-    message.AddString(command);
-    message.AddString(arguments);
-    WriteMessage(message, timeout);
+    message.AddText(command);
+    message.AddText(arguments);
+    return message;
 }
 
-void CommandsProtocol::ReadReply(unsigned int& id, int& status, ComString& reply, DWORD timeout)
+unsigned int CommandsProtocol::ReadReply(CommandReply& reply, DWORD timeout)
 {
-    boost::shared_ptr<Deserializer> message;
-    ReadMessage(message, timeout);
-    message->ReadUInt(id);
-    message->ReadInt(status);
-    message->ReadString(reply);
+    DWORD size = 0;
+    const DWORD received = ReadMessage(size, reply.message, timeout);
+    Deserializer fields(received + kLengthFieldSize, reply.message);
+    unsigned int id = 0;
+    fields.ReadUInt(id);
+    fields.ReadInt(reply.status);
+    reply.text = fields.ReadText();
+    return id;
 }
 
-void CommandsProtocol::ReceiveReply(unsigned int expectedId, int& status, ComString& reply,
-                                    DWORD timeout)
+CommandReply CommandsProtocol::ReceiveReply(unsigned int expectedId, DWORD timeout)
 {
     // With the time spent, replies that are already in the pipe are still taken, but not without
     // end: an instance that sends stale ones as fast as they are read must not hold the caller.
     constexpr unsigned int kReadsAfterTime = 64;
-    constexpr unsigned int kNoId = 0xFFFFFFFF;
 
     const TimeBudget budget(timeout);
-    unsigned int readsAfterTime = 0;
-    unsigned int id = kNoId;
-    do {
-        id = kNoId;
+    for (unsigned int readsAfterTime = 0;;) {
         const DWORD left = budget.Remaining();
         if (left == 0 && ++readsAfterTime > kReadsAfterTime) {
             throw ReadPipeTimeout(WAIT_TIMEOUT, __FILE__, __LINE__);
         }
-        ReadReply(id, status, reply, left);
-    } while (id != expectedId);
+        CommandReply reply;
+        if (ReadReply(reply, left) == expectedId) {
+            return reply;
+        }
+    }
 }
 
 void CommandsProtocol::ReceiveCommand(unsigned int& id, ComString& command, ComString& arguments,
@@ -58,7 +60,7 @@ void CommandsProtocol::ReceiveCommand(unsigned int& id, ComString& command, ComS
 
 void CommandsProtocol::SendReply(unsigned int id, int status, const ComString& reply, DWORD timeout)
 {
-    Serializer message;
+    Serializer message(sizeof id + sizeof status + Serializer::TextSize(reply.length()));
     message.AddUInt(id);
     message.AddInt(status);
     message.AddString(reply);

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <string_view>
+
 #include "basicslib/ComString.h"
 #include "pipeutils/BaseProtocol.h"
+#include "pipeutils/CommandReply.h"
 
 namespace tvn
 {
@@ -14,16 +17,16 @@ class CommandsProtocol : public BaseProtocol
   public:
     using BaseProtocol::BaseProtocol;
 
-    /// Client side: writes a command. Null texts travel as empty ones.
-    void SendCommand(unsigned int id, const ComString& command, const ComString& arguments,
-                     DWORD timeout);
+    /// Client side: adds up a command, to be written by `StartMessage` or `WriteMessage`.
+    static Serializer NewCommand(unsigned int id, std::wstring_view command,
+                                 std::wstring_view arguments);
 
-    /// Client side: reads exactly one reply, whatever its id.
-    void ReadReply(unsigned int& id, int& status, ComString& reply, DWORD timeout);
+    /// Client side: reads exactly one reply and gives its id.
+    unsigned int ReadReply(CommandReply& reply, DWORD timeout);
 
     /// Client side: reads replies until one carries `expectedId` and drops the others, which are
-    /// late answers to commands that timed out. `status` and `reply` are overwritten by each.
-    void ReceiveReply(unsigned int expectedId, int& status, ComString& reply, DWORD timeout);
+    /// late answers to commands that timed out.
+    CommandReply ReceiveReply(unsigned int expectedId, DWORD timeout);
 
     /// Instance side: reads a command.
     void ReceiveCommand(unsigned int& id, ComString& command, ComString& arguments, DWORD timeout);

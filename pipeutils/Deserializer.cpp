@@ -6,12 +6,6 @@
 
 namespace tvn
 {
-namespace
-{
-
-constexpr std::uint32_t kLengthFieldSize = 4;
-
-}  // namespace
 
 Deserializer::Deserializer(std::uint32_t size, const MessageBuffer& buffer)
     : m_size(size), m_buffer(buffer)
@@ -32,11 +26,16 @@ void Deserializer::ReadString(ComString& text)
     unsigned int bytes = 0;
     ReadUInt(bytes);
     const unsigned char* characters = Take(bytes);
-    BSTR string = SysAllocStringByteLen(reinterpret_cast<const char*>(characters), bytes);
-    if (string == nullptr) {
-        _com_issue_error(E_OUTOFMEMORY);
-    }
-    text.Attach(string);
+    text = TakeBstr(SysAllocStringByteLen(reinterpret_cast<const char*>(characters), bytes));
+}
+
+std::wstring_view Deserializer::ReadText()
+{
+    unsigned int bytes = 0;
+    ReadUInt(bytes);
+    const unsigned char* characters = Take(bytes);
+    TVN_ASSERT(reinterpret_cast<ULONG_PTR>(characters) % alignof(wchar_t) == 0);
+    return {reinterpret_cast<const wchar_t*>(characters), bytes / sizeof(wchar_t)};
 }
 
 const unsigned char* Deserializer::Take(std::uint32_t count)

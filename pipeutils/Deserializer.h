@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "basicslib/ComString.h"
 #include "pipeutils/MessageBuffer.h"
@@ -24,6 +25,10 @@ class Deserializer
     /// Replaces `text` by a new string of exactly the bytes received, an odd number included.
     /// Throws an out-of-memory exception.
     void ReadString(ComString& text);
+
+    /// The characters of a text where they lie, valid as long as the buffer is held; half a
+    /// character at the end is left out. The fields before it must be of an even number of bytes.
+    std::wstring_view ReadText();
 
   private:
     /// The next `count` bytes, which are then behind the position.

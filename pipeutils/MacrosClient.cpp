@@ -3,7 +3,6 @@
 #include <boost/make_shared.hpp>
 
 #include "basicslib/InstanceProtocol.h"
-#include "basicslib/StatusCode.h"
 
 namespace tvn
 {
@@ -13,27 +12,22 @@ MacrosClient::MacrosClient(const ComString& pipeName, const boost::shared_ptr<Ha
     : m_commandClient(boost::make_shared<CommandClient>(pipeName, hInterrupt, waitForPipe))
 {}
 
-void MacrosClient::Execute(DWORD timeout, const ComString& command, const ComString& arguments,
-                           ComString& reply, int& status)
+CommandReply MacrosClient::Execute(DWORD timeout, const wchar_t* command,
+                                   std::wstring_view arguments)
 {
     const boost::shared_ptr<CommandClient> client = m_commandClient;
-    client->Execute(timeout, command, arguments, reply, status);
+    return client->Execute(timeout, command, arguments);
 }
 
 int MacrosClient::AuxAttachIfFree(DWORD timeout, const ComString& creatorUuid)
 {
-    ComString reply;
-    int status = sFail;
-    Execute(timeout, kCommandAttachIfFree, creatorUuid, reply, status);
-    return status;
+    return Execute(timeout, kCommandAttachIfFree, ToView(creatorUuid)).status;
 }
 
 ComString MacrosClient::AuxAttachedCount(DWORD timeout)
 {
-    ComString reply;
-    int status = sFail;
-    Execute(timeout, kCommandAttachedCount, ComString(), reply, status);
-    return status == sOk ? reply : ComString(L"");
+    const CommandReply reply = Execute(timeout, kCommandAttachedCount, {});
+    return ToComString(reply.status == sOk ? reply.text : std::wstring_view());
 }
 
 }  // namespace tvn

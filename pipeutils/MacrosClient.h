@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <boost/shared_ptr.hpp>
+#include <string_view>
 
 #include "basicslib/ComString.h"
 #include "pipeutils/CommandClient.h"
@@ -24,11 +25,10 @@ class MacrosClient
     MacrosClient& operator=(const MacrosClient&) = delete;
 
     /// Runs one command; see `CommandClient::Execute`.
-    void Execute(DWORD timeout, const ComString& command, const ComString& arguments,
-                 ComString& reply, int& status);
+    CommandReply Execute(DWORD timeout, const wchar_t* command, std::wstring_view arguments);
 
     /// Asks the instance to attach itself to this client. `creatorUuid` tells an instance that was
-    /// started by the caller who started it; otherwise it is empty. Gives `sOk` when the instance
+    /// started by the caller who started it; otherwise it is empty. Returns `sOk` when the instance
     /// has accepted, any other status when it has not.
     int AuxAttachIfFree(DWORD timeout, const ComString& creatorUuid);
 

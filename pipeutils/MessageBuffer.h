@@ -3,6 +3,7 @@
 #include <boost/shared_ptr.hpp>
 #include <boost/smart_ptr/make_shared_array.hpp>
 #include <cstddef>
+#include <cstdint>
 
 namespace tvn
 {
@@ -10,12 +11,17 @@ namespace tvn
 /// The bytes of one pipe message, shared between the pipe layer and the encoder or decoder.
 using MessageBuffer = boost::shared_ptr<unsigned char>;
 
+/// Bytes of the length that every message begins with, and that counts them.
+inline constexpr std::uint32_t kLengthFieldSize = 4;
+
 /// A new buffer of `size` bytes of any content, made by a single allocation. Throws
 /// std::bad_alloc.
 inline MessageBuffer NewMessageBuffer(std::size_t size)
 {
-    const auto bytes = boost::make_shared_noinit<unsigned char[]>(size);
-    return {bytes, bytes.get()};
+    // Of a type that numbers and characters may lie on.
+    using Unit = std::uint64_t;
+    const auto units = boost::make_shared_noinit<Unit[]>((size + sizeof(Unit) - 1) / sizeof(Unit));
+    return {units, reinterpret_cast<unsigned char*>(units.get())};
 }
 
 }  // namespace tvn

@@ -75,23 +75,11 @@ void Overlapped::SetPending()
 bool Overlapped::Wait(DWORD timeout, HANDLE hInterrupt)
 {
     CheckThread();
-    const HANDLE handles[] = {m_ov->hEvent, hInterrupt};
-    const DWORD count = Handle::IsValid(hInterrupt) ? 2 : 1;
-    const DWORD result = WaitPumping(count, handles, timeout);
-    const DWORD error = GetLastError();
-    switch (result) {
-        case WAIT_OBJECT_0:
-            m_pending = false;  // the block may be used for a further call, which may fail at once
-            return true;
-        case WAIT_OBJECT_0 + 1:
-        case WAIT_TIMEOUT:
-            return false;
-        case WAIT_FAILED:
-            throw Win32Exception(error, __FILE__, __LINE__);
-        default:
-            TVN_ASSERT(!"Unexpected return code");
-            return false;
+    if (!WaitForEvent(m_ov->hEvent, timeout, hInterrupt)) {
+        return false;
     }
+    m_pending = false;  // the block may be used for a further call, which may fail at once
+    return true;
 }
 
 bool Overlapped::Wait(DWORD timeout)

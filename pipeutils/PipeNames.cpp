@@ -5,6 +5,7 @@
 #include <rpc.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 
 #include "basicslib/FormatText.h"
@@ -15,6 +16,11 @@ namespace
 {
 
 constexpr std::size_t kNameSize = 512;
+
+struct RpcStringFreer
+{
+    void operator()(RPC_WSTR* string) const noexcept { RpcStringFreeW(string); }
+};
 
 }  // namespace
 
@@ -48,8 +54,8 @@ ComString CreateUuidString()
     if (UuidToStringW(&uuid, &formatted) != RPC_S_OK) {
         _com_issue_error(E_OUTOFMEMORY);
     }
+    const std::unique_ptr<RPC_WSTR, RpcStringFreer> owner(&formatted);
     std::string text = ToNarrow(reinterpret_cast<const wchar_t*>(formatted));
-    RpcStringFreeW(&formatted);
     std::replace(text.begin(), text.end(), '-', '_');
     return ToComString(text);
 }

@@ -1,46 +1,21 @@
 #include "pipeutils/Serializer.h"
 
-#include <boost/make_shared.hpp>
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
 namespace tvn
 {
-namespace
+
+Serializer::Serializer(std::size_t fieldBytes)
 {
-
-constexpr std::uint32_t kIntegerSize = 4;
-
-/// Puts fields one behind the other. The platform is little-endian, as the wire is.
-class FieldWriter
-{
-  public:
-    explicit FieldWriter(unsigned char* position) : m_position(position) {}
-
-    void WriteInteger(std::uint32_t value) { WriteBytes(&value, sizeof value); }
-
-    void WriteBytes(const void* bytes, std::uint32_t count)
-    {
-        if (count != 0) {
-            std::memcpy(m_position, bytes, count);
-            m_position += count;
-        }
-    }
-
-  private:
-    unsigned char* m_position;
-};
-
-std::uint32_t ByteLength(const ComString& text)
-{
-    return SysStringByteLen(text);
+    NewRoom(fieldBytes);
 }
-
-}  // namespace
 
 void Serializer::AddUInt(unsigned int value)
 {
-    m_entries.push_back(boost::make_shared<SerializerEntry>(value));
+    std::memcpy(NewRoom(sizeof value), &value, sizeof value);
+    m_used += sizeof value;
 }
 
 void Serializer::AddInt(int value)
@@ -50,36 +25,56 @@ void Serializer::AddInt(int value)
 
 void Serializer::AddString(const ComString& text)
 {
-    m_entries.push_back(boost::make_shared<SerializerEntry>(text));
+    const auto* characters = static_cast<const wchar_t*>(text);
+    AddBytes(characters, SysStringByteLen(const_cast<BSTR>(characters)));
+}
+
+void Serializer::AddText(std::wstring_view text)
+{
+    AddBytes(text.data(), text.size() * sizeof text[0]);
+}
+
+void Serializer::AddBytes(const void* bytes, std::size_t count)
+{
+    unsigned char* const room = NewRoom(kLengthFieldSize + count);
+    const auto length = static_cast<std::uint32_t>(count);
+    std::memcpy(room, &length, sizeof length);  // little-endian, as the platform is
+    if (count != 0) {
+        std::memcpy(room + sizeof length, bytes, count);
+    }
+    m_used += sizeof length + count;
 }
 
 void Serializer::Serialize()
 {
-    std::uint64_t size = kIntegerSize;
-    for (const auto& entry : m_entries) {
-        size += kIntegerSize;
-        if (entry->m_type == etString) {
-            size += ByteLength(entry->m_string);
-        }
-    }
-    if (size > std::numeric_limits<std::uint32_t>::max()) {
+    NewRoom(0);
+    m_size = static_cast<std::uint32_t>(m_used);
+    std::memcpy(m_draft.get(), &m_size, sizeof m_size);
+    m_buffer.swap(m_draft);
+    m_draft.reset();
+    m_capacity = 0;
+    m_used = kLengthFieldSize;
+}
+
+/// The place of the next `count` bytes.
+unsigned char* Serializer::NewRoom(std::size_t count)
+{
+    if (count > std::numeric_limits<std::uint32_t>::max() - m_used) {
         _com_issue_error(E_OUTOFMEMORY);  // the length field could not tell it
     }
-    m_buffer = NewMessageBuffer(static_cast<std::size_t>(size));
-    m_size = static_cast<std::uint32_t>(size);
-
-    FieldWriter writer(m_buffer.get());
-    writer.WriteInteger(m_size);
-    for (const auto& entry : m_entries) {
-        if (entry->m_type == etString) {
-            const std::uint32_t bytes = ByteLength(entry->m_string);
-            writer.WriteInteger(bytes);
-            writer.WriteBytes(static_cast<const wchar_t*>(entry->m_string), bytes);
-        } else {
-            writer.WriteInteger(entry->m_value);
+    const std::size_t needed = m_used + count;
+    if (!m_draft || needed > m_capacity) {
+        constexpr std::size_t kSmallMessage = 128;
+        const std::size_t capacity =
+            m_draft ? std::max(needed, 2 * m_capacity) : std::max(needed, kSmallMessage);
+        const MessageBuffer larger = NewMessageBuffer(capacity);
+        if (m_draft) {
+            std::memcpy(larger.get(), m_draft.get(), m_used);
         }
+        m_draft = larger;
+        m_capacity = capacity;
     }
-    m_entries.clear();
+    return m_draft.get() + m_used;
 }
 
 }  // namespace tvn

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <boost/shared_ptr.hpp>
 #include <cstdint>
-#include <list>
+#include <string_view>
 
 #include "basicslib/ComString.h"
 #include "pipeutils/MessageBuffer.h"
@@ -10,49 +9,49 @@
 namespace tvn
 {
 
-/// The kind of a field. It lives only in the writer: nothing on the wire tells kinds apart.
-enum EntryType : std::uint32_t {
-    etInteger = 1,  ///< four bytes, little-endian
-    etString = 2,   ///< a byte count of four bytes, then that many bytes of UTF-16LE text
-};
-
-/// One field that waits to be written. A text is shared with the caller, not copied.
-struct SerializerEntry
-{
-    explicit SerializerEntry(std::uint32_t value) : m_type(etInteger), m_value(value) {}
-    explicit SerializerEntry(const ComString& text) : m_type(etString), m_value(0), m_string(text)
-    {}
-
-    EntryType m_type;
-    std::uint32_t m_value;
-    ComString m_string;
-};
-
 /// Lays out one message: its total length N as four little-endian bytes that count themselves, then
-/// the fields back to back in the order in which they were added. Used by one thread, for one
+/// the fields back to back in the order in which they are added. A number takes four bytes; a text
+/// its count of bytes as a number, then that many bytes of UTF-16LE. Used by one thread, for one
 /// message. Every operation throws an out-of-memory exception when there is no memory.
 class Serializer
 {
   public:
+    /// Bytes that a text of this length takes.
+    static constexpr std::size_t TextSize(std::size_t characters) noexcept
+    {
+        return kLengthFieldSize + characters * sizeof(wchar_t);
+    }
+
+    Serializer() noexcept = default;
+
+    /// Makes room for fields of this many bytes in all, so that the message takes one allocation.
+    explicit Serializer(std::size_t fieldBytes);
+
     void AddUInt(unsigned int value);
     void AddInt(int value);
 
-    /// A null string is written like an empty one. The text must not be changed before `Serialize`.
+    /// A null string is written like an empty one.
     void AddString(const ComString& text);
+    void AddText(std::wstring_view text);
 
-    /// Lays the added fields out and forgets them. A buffer laid out earlier is released.
+    /// Completes the message of the fields added so far, and begins a new one.
     void Serialize();
 
-    /// The laid-out message, shared; empty before `Serialize`.
+    /// The completed message, shared; empty before `Serialize`.
     MessageBuffer GetBuffer() const { return m_buffer; }
 
-    /// The total length N of the laid-out message; 0 before `Serialize`.
+    /// The total length N of the completed message; 0 before `Serialize`.
     std::uint32_t GetSize() const { return m_size; }
 
   private:
+    void AddBytes(const void* bytes, std::size_t count);
+    unsigned char* NewRoom(std::size_t count);
+
     MessageBuffer m_buffer;
     std::uint32_t m_size = 0;
-    std::list<boost::shared_ptr<SerializerEntry>> m_entries;
+    MessageBuffer m_draft;
+    std::size_t m_capacity = 0;
+    std::size_t m_used = kLengthFieldSize;
 };
 
 }  // namespace tvn

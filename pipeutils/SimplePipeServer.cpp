@@ -12,7 +12,7 @@ namespace tvn
 SimplePipeServer::~SimplePipeServer()
 {
     try {
-        const Handle pipe(m_hPipe);
+        m_hPipe.reset();
     } catch (const BaseException& exception) {
         ErrorReportManager::ReportError(exception, __LINE__, __FILE__);
     } catch (...) {
@@ -22,20 +22,24 @@ SimplePipeServer::~SimplePipeServer()
 
 void SimplePipeServer::Create(const char* name, bool allowAllToAccessPipe)
 {
+    if (m_created) {
+        throw InvalidOperationException();
+    }
+    m_created = true;
     DWORD error = 0;
-    m_hPipe = CreatePipe(name, allowAllToAccessPipe, error);
-    if (!Handle::IsValid(m_hPipe)) {
+    m_hPipe = ShareHandle(CreatePipe(name, allowAllToAccessPipe, error));
+    if (!m_hPipe->IsValid()) {
         throw Win32Exception(error, __FILE__, __LINE__);
     }
-    m_overlapped = boost::make_shared<Overlapped>(m_hPipe);
-    if (!ConnectPipe(m_hPipe, m_overlapped, error)) {
+    m_overlapped = boost::make_shared<Overlapped>(m_hPipe->Get());
+    if (!ConnectPipe(m_hPipe->Get(), m_overlapped, error)) {
         throw Win32Exception(error, __FILE__, __LINE__);
     }
 }
 
 boost::shared_ptr<Handle> SimplePipeServer::WaitForClient(DWORD timeout)
 {
-    if (!Handle::IsValid(m_hPipe)) {
+    if (!m_hPipe || !m_hPipe->IsValid()) {
         LogDebug("SimplePipeServer, m_hPipe == INVALID_HANDLE_VALUE");
         throw InvalidOperationException();
     }
@@ -43,8 +47,8 @@ boost::shared_ptr<Handle> SimplePipeServer::WaitForClient(DWORD timeout)
         LogDebug("SimplePipeServer, Timeout %d", static_cast<int>(timeout));
         return {};
     }
-    auto pipe = boost::make_shared<Handle>(m_hPipe);
-    m_hPipe = INVALID_HANDLE_VALUE;
+    boost::shared_ptr<Handle> pipe;
+    pipe.swap(m_hPipe);
     return pipe;
 }
 

@@ -24,7 +24,8 @@ class SimplePipeServer : public PipeServerBase
     SimplePipeServer& operator=(const SimplePipeServer&) = delete;
 
     /// Makes the pipe `name` and starts listening; with `allowAllToAccessPipe` any account may
-    /// connect. Throws Win32Exception; the object can then only be destroyed.
+    /// connect. Throws Win32Exception; the object can then only be destroyed. Once it was called,
+    /// it throws InvalidOperationException and changes nothing.
     void Create(const char* name, bool allowAllToAccessPipe);
 
     /// Waits up to `timeout` milliseconds (INFINITE: no limit) for the client, dispatching window
@@ -34,7 +35,8 @@ class SimplePipeServer : public PipeServerBase
     boost::shared_ptr<Handle> WaitForClient(DWORD timeout);
 
   private:
-    HANDLE m_hPipe = INVALID_HANDLE_VALUE;
+    boost::shared_ptr<Handle> m_hPipe;  // empty before `Create` and after the hand-over
+    bool m_created = false;
     boost::shared_ptr<Overlapped> m_overlapped;
 };
 

@@ -1,5 +1,8 @@
 #include "pipeutils/WaitPumping.h"
 
+#include "basicslib/Exceptions.h"
+#include "basicslib/Handle.h"
+
 namespace tvn
 {
 namespace
@@ -39,9 +42,11 @@ class QuitKeeper
     int m_exitCode = 0;
 };
 
-bool IsSpent(DWORD start, DWORD timeout)
+/// A wait that runs out of time looks at the handles once more: what became true while a message
+/// was dispatched is not late.
+DWORD LookAt(DWORD count, const HANDLE* handles)
 {
-    return GetTickCount() - start > timeout;  // unsigned: right across the wrap of the counter
+    return WaitForMultipleObjects(count, handles, FALSE, 0);
 }
 
 }  // namespace
@@ -56,7 +61,9 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
     const DWORD start = GetTickCount();
     DWORD remaining = timeout;
     for (;;) {
-        const DWORD result = MsgWaitForMultipleObjects(count, handles, FALSE, remaining, kWakeMask);
+        // What an earlier wait has seen and left in the queue counts as arrived, too.
+        const DWORD result =
+            MsgWaitForMultipleObjectsEx(count, handles, remaining, kWakeMask, MWMO_INPUTAVAILABLE);
         if (result == WAIT_TIMEOUT && timeout != INFINITE) {
             // The wait's clock may be some milliseconds ahead of the one that budgets are read
             // from: a time-out must not leave time over there.
@@ -78,19 +85,18 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
             }
             TranslateMessage(&message);
             DispatchMessageA(&message);
-            if (IsSpent(start, timeout)) {
-                return WAIT_TIMEOUT;
-            }
-            if (dispatched % kMessagesPerLook == 0) {
-                const DWORD look = WaitForMultipleObjects(count, handles, FALSE, 0);
-                if (look != WAIT_TIMEOUT) {
+            // Unsigned differences are right across the wrap of the counter.
+            const bool spent = GetTickCount() - start > timeout;
+            if (spent || dispatched % kMessagesPerLook == 0) {
+                const DWORD look = LookAt(count, handles);
+                if (spent || look != WAIT_TIMEOUT) {
                     return look;
                 }
             }
         }
         const DWORD elapsed = GetTickCount() - start;
         if (elapsed > timeout) {
-            return WAIT_TIMEOUT;
+            return LookAt(count, handles);
         }
         remaining = timeout - elapsed;
     }
@@ -99,6 +105,25 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
 DWORD WaitPumping(HANDLE handle, DWORD timeout)
 {
     return WaitPumping(1, &handle, timeout);
+}
+
+bool WaitForEvent(HANDLE event, DWORD timeout, HANDLE hInterrupt)
+{
+    const HANDLE handles[] = {event, hInterrupt};
+    const DWORD result = WaitPumping(Handle::IsValid(hInterrupt) ? 2 : 1, handles, timeout);
+    const DWORD error = GetLastError();
+    switch (result) {
+        case WAIT_OBJECT_0:
+            return true;
+        case WAIT_OBJECT_0 + 1:
+        case WAIT_TIMEOUT:
+            return false;
+        case WAIT_FAILED:
+            throw Win32Exception(error, __FILE__, __LINE__);
+        default:
+            TVN_ASSERT(!"Unexpected return code");
+            return false;
+    }
 }
 
 }  // namespace tvn

@@ -10,13 +10,19 @@ namespace tvn
 /// alive and calls into a single-threaded apartment are served.
 ///
 /// `timeout` in milliseconds, INFINITE for none; messages never lengthen it, but a message that is
-/// being dispatched when it ends is finished first. Returns what MsgWaitForMultipleObjects returns
-/// for the handles: WAIT_OBJECT_0 plus the index of the first signalled one, WAIT_TIMEOUT, or
-/// WAIT_FAILED with the thread's last error set. A WM_QUIT that arrives is put back for the
-/// caller's own message loop when the wait ends.
+/// being dispatched when it ends is finished first. Messages that an earlier wait has left in the
+/// queue are dispatched too. Returns WAIT_OBJECT_0 plus the index of the first signalled handle,
+/// WAIT_TIMEOUT when none is signalled at the end of the time, or WAIT_FAILED with the thread's
+/// last error set. A WM_QUIT that arrives is put back for the caller's own message loop when the
+/// wait ends.
 DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout);
 
 /// The same for one handle.
 DWORD WaitPumping(HANDLE handle, DWORD timeout);
+
+/// Waits in this way for the event of an operation. `hInterrupt`, which may be invalid, is an event
+/// that ends the wait. True when the operation's event is signalled, false on time-out or
+/// interrupt. Throws Win32Exception when the wait fails.
+bool WaitForEvent(HANDLE event, DWORD timeout, HANDLE hInterrupt);
 
 }  // namespace tvn

@@ -34,7 +34,7 @@ int Process::Start(ComString appPath, ComString cmdLine, ComString user, ComStri
 int Process::Terminate(DWORD /*timeoutMs*/)
 {
     constexpr UINT kExitCode = 0xFFFFFFFF;
-    return m_handle && TerminateProcess(m_handle->Get(), kExitCode) ? sOk : sFail;
+    return HoldsProcess() && TerminateProcess(m_handle->Get(), kExitCode) ? sOk : sFail;
 }
 
 int Process::GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IProcess>>& processes,
@@ -59,12 +59,12 @@ int Process::GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IP
 
 DWORD Process::GetPid()
 {
-    return m_handle ? m_pid : 0;
+    return HoldsProcess() ? m_pid : 0;
 }
 
 int Process::WaitForExit(DWORD timeoutMs)
 {
-    if (!m_handle) {
+    if (!HoldsProcess()) {
         return sFail;
     }
     switch (WaitForSingleObject(m_handle->Get(), timeoutMs)) {

@@ -17,7 +17,7 @@ class Process : public IProcess
     /// Holds no process.
     Process() noexcept = default;
 
-    /// Holds an open process, shared, and its id.
+    /// Holds an open process, shared, and its id. With an invalid handle it holds none.
     Process(const boost::shared_ptr<Handle>& handle, DWORD pid) noexcept;
 
     /// The local start takes as long as the system does; `timeoutMs` is not used.
@@ -34,6 +34,8 @@ class Process : public IProcess
     Process& operator=(const Process&) = delete;
 
   private:
+    bool HoldsProcess() const noexcept { return m_handle && m_handle->IsValid(); }
+
     boost::shared_ptr<Handle> m_handle;
     DWORD m_pid = 0;
 };

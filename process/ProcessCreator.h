@@ -17,8 +17,10 @@ class ProcessCreator
     ProcessCreator& operator=(const ProcessCreator&) = delete;
 
     /// Starts `appPath`. Without a `user` the new process gets the command line `appPath`, a blank
-    /// and `cmdLine`; with one, exactly `cmdLine`. `sOk` with `processInfo` filled in, whose
-    /// handles the caller then owns, or `sFail` after a line to the log. `timeoutMs` is not used.
+    /// and `cmdLine`; with one, exactly `cmdLine`, of which the system takes 1,023 characters at
+    /// most. An empty `domain` leaves it to the system to find the account. `sOk` with
+    /// `processInfo` filled in, whose handles the caller then owns, or `sFail` after a line to the
+    /// log. `timeoutMs` is not used.
     int Create(const ComString& appPath, const ComString& cmdLine, const ComString& user,
                const ComString& domain, const ComString& password, DWORD timeoutMs,
                PROCESS_INFORMATION& processInfo);

@@ -34,8 +34,8 @@ int RunnerInstancesMgr::GetInstancesByName(std::vector<boost::shared_ptr<Instanc
             }
         }
         return reply->result;
-    } catch (const PipeException&) {
-        return sFail;
+    } catch (const PipeException& exception) {
+        return ResultOfFailure(exception, sFail);
     }
 }
 

@@ -35,8 +35,8 @@ int RunnerProcess::Start(ComString appPath, ComString cmdLine, ComString user, C
         m_processKey = reply->processKey;
         m_pid = reply->pid;
         return reply->result;
-    } catch (const PipeException&) {
-        return sRunnerNotReachable;
+    } catch (const PipeException& exception) {
+        return ResultOfFailure(exception, sRunnerNotReachable);
     }
 }
 
@@ -53,7 +53,7 @@ int RunnerProcess::Terminate(DWORD timeoutMs)
             return reply ? reply->result : sFail;
         } catch (const PipeException& exception) {
             if (exception.GetError() != ERROR_PIPE_BUSY) {
-                return sFail;
+                return ResultOfFailure(exception, sFail);
             }
         }
     }
@@ -81,8 +81,8 @@ int RunnerProcess::GetProcessesByName(ComString name,
             }
         }
         return reply->result;
-    } catch (const PipeException&) {
-        return sFail;
+    } catch (const PipeException& exception) {
+        return ResultOfFailure(exception, sFail);
     }
 }
 
@@ -103,8 +103,8 @@ int RunnerProcess::WaitForExit(DWORD timeoutMs)
         return reply ? reply->result : sFail;
     } catch (const ReadPipeTimeout&) {
         return sTimeout;
-    } catch (const PipeException&) {
-        return sFail;
+    } catch (const PipeException& exception) {
+        return ResultOfFailure(exception, sFail);
     }
 }
 

@@ -6,6 +6,13 @@
 namespace tvn
 {
 
+int ResultOfFailure(const PipeException& failure, int result) noexcept
+{
+    const bool notTaken = failure.GetError() == WAIT_TIMEOUT &&
+                          dynamic_cast<const WritePipeError*>(&failure) != nullptr;
+    return notTaken ? sTimeout : result;
+}
+
 RunnerRequest::RunnerRequest() : m_client(RunnerPipeName()) {}
 
 void RunnerRequest::Open()

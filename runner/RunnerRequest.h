@@ -4,12 +4,17 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include "basicslib/Exceptions.h"
 #include "basicslib/TimeBudget.h"
 #include "pipeutils/RemotePipeClient.h"
 #include "runner/RunnerMessages.h"
 
 namespace tvn
 {
+
+/// The result of a request that failed with `failure`: `sTimeout` when the service did not take the
+/// request in time, otherwise `result`.
+int ResultOfFailure(const PipeException& failure, int result) noexcept;
 
 /// A connection to the runner service for one request. The connection is closed with the object.
 /// Failures are thrown as exceptions of the PipeException family.

@@ -15,10 +15,10 @@ VARIANT Referring(VARIANT& value)
 
 AppClient::AppClient()
 {
-    comserver::ComPtr<IClassFactory> factory;
-    void** const out = reinterpret_cast<void**>(factory.Receive());
+    Microsoft::WRL::ComPtr<IClassFactory> factory;
+    void** const out = reinterpret_cast<void**>(factory.GetAddressOf());
     EXPECT_EQ(g_module.GetClassObject(CLSID_App, IID_IClassFactory, out), S_OK);
-    void** const app = reinterpret_cast<void**>(m_app.Receive());
+    void** const app = reinterpret_cast<void**>(m_app.GetAddressOf());
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IApp, app), S_OK);
 }
 

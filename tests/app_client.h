@@ -2,13 +2,13 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <wrl/client.h>
 
 #include <string>
 #include <string_view>
 
 #include "Interface/App.h"
 #include "basicslib/ComString.h"
-#include "comserver/ComPtr.h"
 #include "tests/texts.h"
 
 namespace tvn::tests
@@ -76,7 +76,7 @@ class AppClient
         return Narrow(ComString(value, false));
     }
 
-    comserver::ComPtr<IApp> m_app;
+    Microsoft::WRL::ComPtr<IApp> m_app;
 };
 
 }  // namespace tvn::tests

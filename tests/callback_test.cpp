@@ -33,6 +33,7 @@ static void ServeOneClient()
     SimplePipeServer server;
     EXPECT_THROW(server.WaitForClient(0), InvalidOperationException);
     server.Create(kName, true);
+    EXPECT_THROW(server.Create(kName, true), InvalidOperationException) << "it listens already";
     EXPECT_FALSE(server.WaitForClient(0));
     EXPECT_FALSE(server.WaitForClient(50));
     EXPECT_EQ(log.Count(kDebug + "SimplePipeServer, Timeout 50"), 1);

@@ -19,7 +19,7 @@
 namespace tvn::tests
 {
 
-using comserver::ComPtr;
+using Microsoft::WRL::ComPtr;
 using testing::ElementsAre;
 
 static std::string DllPath()
@@ -51,7 +51,7 @@ static std::string Guid(REFGUID guid)
 template <class Interface>
 static void** Out(ComPtr<Interface>& pointer)
 {
-    return reinterpret_cast<void**>(pointer.Receive());
+    return reinterpret_cast<void**>(pointer.GetAddressOf());
 }
 
 class ComServer : public testing::Test
@@ -102,6 +102,9 @@ TEST_F(ComServer, TheServerIsInUseWhileSomethingOfItIs)
     factory->LockServer(FALSE);
     factory.Detach()->Release();
     EXPECT_EQ(Call("DllCanUnloadNow"), S_OK);
+    EXPECT_TRUE(FreeLibrary(m_dll.get()) && FreeLibrary(m_dll.get()));
+    EXPECT_NE(GetModuleHandleA(DllPath().c_str()), nullptr) << "stays once it was used";
+    LoadLibraryA(DllPath().c_str());  // for the fixture to give back
 }
 
 TEST_F(ComServer, AnObjectHasThreeInterfacesAndOneIdentity)
@@ -127,9 +130,18 @@ TEST_F(ComServer, AnObjectHasThreeInterfacesAndOneIdentity)
     ComPtr<ITypeInfo> typeInfo;
     EXPECT_EQ(dispatch->GetTypeInfoCount(&count), S_OK);
     EXPECT_EQ(count, 1U);
-    EXPECT_EQ(dispatch->GetTypeInfo(1, 0, typeInfo.Receive()), DISP_E_BADINDEX);
+    auto* stale = reinterpret_cast<ITypeInfo*>(&count);
+    EXPECT_EQ(dispatch->GetTypeInfo(1, 0, &stale), DISP_E_BADINDEX);
+    EXPECT_EQ(stale, nullptr);
+    wchar_t nameText[] = L"tvnExit";
+    wchar_t* name = nameText;
+    DISPID id = 0;
+    EXPECT_EQ(dispatch->GetIDsOfNames(IID_IApp, &name, 1, 0, &id), DISP_E_UNKNOWNINTERFACE);
+    EXPECT_EQ(
+        dispatch->Invoke(29, IID_IApp, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr),
+        DISP_E_UNKNOWNINTERFACE);
     EXPECT_EQ(dispatch->GetTypeInfo(0, 0, nullptr), E_POINTER);
-    EXPECT_EQ(dispatch->GetTypeInfo(0, 0, typeInfo.Receive()), S_OK);
+    EXPECT_EQ(dispatch->GetTypeInfo(0, 0, typeInfo.GetAddressOf()), S_OK);
 }
 
 TEST_F(ComServer, AnObjectCanBeAPartOfAnother)
@@ -215,7 +227,7 @@ TEST_F(ComServer, TheEmbeddedTypeLibraryHoldsTheWholeInterface)
 {
     ComPtr<ITypeLib> library;
     const auto path = ToComString(DllPath() + "\\1");
-    ASSERT_EQ(LoadTypeLibEx(path, REGKIND_NONE, library.Receive()), S_OK);
+    ASSERT_EQ(LoadTypeLibEx(path, REGKIND_NONE, library.GetAddressOf()), S_OK);
     TLIBATTR* attributes = nullptr;
     ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
     EXPECT_EQ(attributes->lcid, 0x409U);
@@ -227,11 +239,11 @@ TEST_F(ComServer, TheEmbeddedTypeLibraryHoldsTheWholeInterface)
 
     ComPtr<ITypeInfo> dispatch;
     ComPtr<ITypeInfo> info;
-    ASSERT_EQ(library->GetTypeInfoOfGuid(IID_IApp, dispatch.Receive()), S_OK);
+    ASSERT_EQ(library->GetTypeInfoOfGuid(IID_IApp, dispatch.GetAddressOf()), S_OK);
     TYPEATTR* type = nullptr;
     HREFTYPE reference = 0;
     ASSERT_EQ(dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference), S_OK);
-    ASSERT_EQ(dispatch->GetRefTypeInfo(reference, info.Receive()), S_OK);
+    ASSERT_EQ(dispatch->GetRefTypeInfo(reference, info.GetAddressOf()), S_OK);
     info->GetTypeAttr(&type);
     EXPECT_EQ(type->wTypeFlags, TYPEFLAG_FDUAL | TYPEFLAG_FOLEAUTOMATION | TYPEFLAG_FDISPATCHABLE);
     std::vector<std::string> methods;
@@ -242,12 +254,12 @@ TEST_F(ComServer, TheEmbeddedTypeLibraryHoldsTheWholeInterface)
     const auto implemented = [&reference](ITypeInfo& of) {
         ComPtr<ITypeInfo> base;
         of.GetRefTypeOfImplType(0, &reference);
-        of.GetRefTypeInfo(reference, base.Receive());
+        of.GetRefTypeInfo(reference, base.GetAddressOf());
         return Named(*base.Get(), -1);
     };
     EXPECT_THAT(implemented(*info.Get()), testing::StartsWith("IDispatch "));
     ComPtr<ITypeInfo> coclass;
-    ASSERT_EQ(library->GetTypeInfoOfGuid(CLSID_App, coclass.Receive()), S_OK);
+    ASSERT_EQ(library->GetTypeInfoOfGuid(CLSID_App, coclass.GetAddressOf()), S_OK);
     INT flags = 0;
     coclass->GetImplTypeFlags(0, &flags);
     EXPECT_EQ(implemented(*coclass.Get()) + std::to_string(flags), "IApp 'IApp Interface'1");
@@ -272,7 +284,7 @@ TEST_F(ComServer, TheEmbeddedTypeLibraryHoldsTheWholeInterface)
     std::vector<std::string> types;
     for (UINT index = 0; index < library->GetTypeInfoCount(); ++index) {
         ComPtr<ITypeInfo> each;
-        library->GetTypeInfo(index, each.Receive());
+        library->GetTypeInfo(index, each.GetAddressOf());
         each->GetTypeAttr(&type);
         // (The compiler makes the enumeration's own name up.)
         const auto at = static_cast<long>(index);
@@ -304,8 +316,16 @@ TEST_F(ComServer, RegistrationWritesOneCopyAndUnregistrationTakesItBack)
     const std::string classKey = "CLSID\\" + clsid;
     const std::string libraryKey = "TypeLib\\" + Guid(LIBID_Talvern);
     SetRegistryValue("SOFTWARE\\Classes\\" + classKey + "\\Stale", "", "x");
+    // What this user has of the class must not draw the registration into the user's part.
+    const std::string own = "Software\\Classes\\";
+    for (const std::string& key : {std::string("talvern"), classKey, libraryKey + "\\1.0"}) {
+        EXPECT_EQ(RegSetKeyValueA(HKEY_CURRENT_USER, (own + key).c_str(), "own", REG_SZ, "", 1), 0);
+    }
     ASSERT_EQ(Call("DllRegisterServer"), S_OK);
     ASSERT_EQ(Call("DllRegisterServer"), S_OK);
+    RegDeleteTreeA(HKEY_CURRENT_USER, (own + "talvern").c_str());
+    RegDeleteTreeA(HKEY_CURRENT_USER, (own + classKey).c_str());
+    RegDeleteTreeA(HKEY_CURRENT_USER, (own + libraryKey).c_str());
     const std::pair<std::string, std::string> values[] = {
         {"talvern.1", "App Class"},
         {"talvern.1\\CLSID", clsid},
@@ -350,11 +370,12 @@ TEST_F(ComServer, ARegistrationThatFailsHalfWayGivesTheReason)
     ASSERT_EQ(g_module.RegisterServer(), S_OK);
     for (const char* script : {"", "HKCU { }", "HKCR {", "HKCR { a = s 'x }", "HKCR { a = x 'y' }",
                                "HKCR { a { val b } }", "HKCR { } more"}) {
-        const comserver::RegistryScript broken(script, L"");
+        const comserver::RegistryScript broken(HKEY_CLASSES_ROOT, script, L"");
         EXPECT_EQ(broken.Register(), E_INVALIDARG) << script;
         EXPECT_EQ(broken.Unregister(), E_INVALIDARG) << script;
     }
-    const comserver::RegistryScript quoted("HKCR { tvn_test = s 'it''s %MODULE%' }", L"C:\\o'm");
+    const comserver::RegistryScript quoted(HKEY_CLASSES_ROOT,
+                                           "HKCR { tvn_test = s 'it''s %MODULE%' }", L"C:\\o'm");
     EXPECT_EQ(quoted.Register(), S_OK);
     EXPECT_EQ(ClassesValue("tvn_test"), "it's C:\\o'm");
     EXPECT_EQ(quoted.Unregister(), S_OK);

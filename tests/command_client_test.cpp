@@ -23,9 +23,8 @@ class Commands : public testing::Test
   protected:
     int Run(DWORD timeout)
     {
-        int status = 0;
-        client.Execute(timeout, L"C", L"", reply, status);
-        return status;
+        reply = client.Execute(timeout, L"C", L"");
+        return reply.status;
     }
     int Run(DWORD timeout, const Script& script)
     {
@@ -37,7 +36,7 @@ class Commands : public testing::Test
     std::optional<ScriptedPeer> instance{std::in_place, kName};
     boost::shared_ptr<Handle> interrupt = NewEvent();
     MacrosClient client{kName, interrupt, true};
-    ComString reply;
+    CommandReply reply;
 };
 
 TEST_F(Commands, OnlyTheReplyWithTheCommandsIdIsTaken)
@@ -45,11 +44,10 @@ TEST_F(Commands, OnlyTheReplyWithTheCommandsIdIsTaken)
     const LogCapture log;
     EXPECT_EQ(Run(0), sTimeout);
     EXPECT_EQ(log.Count(kDebug + "[CommandClient::Execute] sTimeout (cmd = C)"), 1);
-    EXPECT_FALSE(static_cast<const wchar_t*>(reply)) << "nothing was read, nothing was touched";
     EXPECT_EQ(Run(5000, {{Command(1)},  // one that timed out used its id
                          {Command(2), {Message(1, 17, "stale"), Message(2, -500, "own")}}}),
               -500);
-    EXPECT_EQ(Narrow(reply), "own");
+    EXPECT_EQ(reply.text, L"own");
 }
 
 TEST_F(Commands, AFailureOfTheOtherSideIsAStatus)
@@ -63,6 +61,20 @@ TEST_F(Commands, AFailureOfTheOtherSideIsAStatus)
     instance.reset();
     EXPECT_EQ(Run(INFINITE), sFail);
     EXPECT_EQ(log.Count(kFailed), 4) << "the write and the read fail each";
+}
+
+TEST_F(Commands, AReplyIsReadWhateverItsLengthFieldSaysAndMissingAFieldItIsAFailure)
+{
+    const std::pair<std::uint32_t, int> lengths[] = {{12, 5}, {20, 6}, {0, 7}, {0xFFFFFFFF, 8}};
+    std::uint32_t id = 0;
+    for (const auto& [length, status] : lengths) {
+        ++id;
+        const Bytes odd = Words({length, id, static_cast<std::uint32_t>(status), 4, 0x00620061});
+        EXPECT_EQ(Run(5000, {{std::nullopt, {odd}}}), status) << length;
+        EXPECT_EQ(reply.text, L"ab");
+    }
+    EXPECT_EQ(Run(5000, {{std::nullopt, {Words({16, 5, 1})}}}), sFail);
+    EXPECT_EQ(reply.text, L"");
 }
 
 TEST_F(Commands, StaleRepliesWithoutEndDoNotHoldTheCaller)
@@ -86,10 +98,8 @@ TEST_F(Commands, AMissingPipeIsAwaitedOnlyWhenThatIsAskedFor)
 {
     instance.reset();
     const LogCapture log;
-    int status = 0;
     CommandClient once(kName, {}, false);
-    once.Execute(INFINITE, L"C", L"", reply, status);
-    EXPECT_EQ(status, sFail);
+    EXPECT_EQ(once.Execute(INFINITE, L"C", L"").status, sFail);
     EXPECT_THAT(log.Lines(),
                 ElementsAre(kOpen + kName, kOpen + "CreateFile failed with code 0x00000002",
                             kDebug + "hPipe == INVALID_HANDLE_VALUE (0x00000002)"));

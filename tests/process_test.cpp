@@ -22,6 +22,10 @@ TEST(Processes, AStartedProcessIsAwaitedAndEnded)
     EXPECT_EQ(process.GetPid(), 0U);
     EXPECT_EQ(process.WaitForExit(INFINITE), sFail);
     EXPECT_EQ(process.Terminate(INFINITE), sFail);
+    Process invalid(boost::make_shared<Handle>(INVALID_HANDLE_VALUE), 5);
+    EXPECT_EQ(invalid.GetPid(), 0U);
+    EXPECT_EQ(invalid.WaitForExit(0), sFail);
+    EXPECT_EQ(invalid.Terminate(0), sFail);
     const std::string path = StandinFolder() + "\\iexplore.exe";
     ASSERT_EQ(process.Start(path.c_str(), L"-free", kNone, L"D", L"P", INFINITE), sOk);
     EXPECT_TRUE(g_imports.logon.empty()) << "domain and password alone ask for no logon";
@@ -49,7 +53,7 @@ TEST(Processes, CredentialsGoToTheLogonCallAndAFailureToTheLog)
     EXPECT_EQ(process.GetPid(), 0U);
     g_imports.logonSucceeds = true;
     EXPECT_EQ(process.Start(L"C:\\app.exe", kNone, L"U", kNone, kNone, 0), sOk);
-    EXPECT_EQ(g_imports.logon.substr(0, 18), L"U|(null)|(null)|1|");
+    EXPECT_EQ(g_imports.logon.substr(0, 12), L"U|(null)||1|");
     EXPECT_EQ(process.GetPid(), 4711U);
 }
 

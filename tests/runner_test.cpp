@@ -96,6 +96,25 @@ TEST(RunnerFailures, StartAwaitsAnAbsentServiceAndTerminateABusyOne)
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(process.Terminate(500), sTimeout); }), Within(450, 1500));
 }
 
+TEST(RunnerFailures, ARequestThatIsNotTakenInTimeIsATimeout)
+{
+    std::vector<boost::shared_ptr<Handle>> deafEnds;
+    for (int count = 0; count < 5; ++count) {
+        deafEnds.push_back(
+            ShareHandle(CreateNamedPipeA(kPipe.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED,
+                                         PIPE_TYPE_MESSAGE, 255, 1024, 1024, 0, nullptr)));
+    }
+    const ComString longName = ToComString(std::wstring(4000, L'n'));
+    RunnerProcess process(longName, 1);
+    Processes processes;
+    Instances instances;
+    EXPECT_EQ(process.Start(longName, kNone, kNone, kNone, kNone, 300), sTimeout);
+    EXPECT_EQ(process.Terminate(300), sTimeout);
+    EXPECT_EQ(process.GetProcessesByName(longName, processes, 300), sTimeout);
+    EXPECT_EQ(process.WaitForExit(300), sTimeout);
+    EXPECT_EQ(RunnerInstancesMgr().GetInstancesByName(instances, longName, 300), sTimeout);
+}
+
 TEST(RunnerFailures, EveryKindOfBadAnswerHasItsResult)
 {
     const std::tuple<const char*, Bytes, Results> cases[] = {

@@ -37,6 +37,37 @@ class Waits : public testing::Test
     const boost::shared_ptr<Handle> pipe = peer.Client();
 };
 
+TEST_F(Waits, BeginWithTheMessagesThatAnEarlierOneHasLeftAndEndWithALookAtTheHandles)
+{
+    static int calls;
+    static HANDLE toSet;
+    HWND window =
+        CreateWindowA("Static", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    const WNDPROC count = [](HWND to, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+        if (message == WM_APP) {
+            ++calls;
+        } else if (message == WM_APP + 1) {
+            Sleep(100);
+            SetEvent(toSet);
+        }
+        return DefWindowProcA(to, message, wParam, lParam);
+    };
+    SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(count));
+    toSet = event;
+    PostMessageA(window, WM_APP + 1, 0, 0);
+    for (int posted = 1; posted < 600; ++posted) {
+        PostMessageA(window, WM_APP, 0, 0);
+    }
+    EXPECT_EQ(WaitPumping(event, 5000), WAIT_OBJECT_0 + 0U);
+    EXPECT_EQ(calls, 255) << "the handle is looked at now and then";
+    ResetEvent(event);
+    EXPECT_EQ(WaitPumping(event, 200), 258U);
+    EXPECT_EQ(calls, 599);
+    PostMessageA(window, WM_APP + 1, 0, 0);
+    EXPECT_EQ(WaitPumping(event, 50), WAIT_OBJECT_0 + 0U) << "set before the wait could end";
+    DestroyWindow(window);
+}
+
 TEST_F(Waits, AWaitTellsWhichHandleWasSignalledAndPrefersTheFirst)
 {
     const auto other = NewEvent(true);

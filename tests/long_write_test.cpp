@@ -1,0 +1,79 @@
+// Commands that are longer than the pipe and outlast their time.
+
+#include <boost/make_shared.hpp>
+
+#include "basicslib/StatusCode.h"
+#include "pipeutils/MacrosClient.h"
+#include "tests/log_capture.h"
+#include "tests/moments.h"
+#include "tests/resources.h"
+#include "tests/scripted_peer.h"
+#include "tests/texts.h"
+
+namespace tvn::tests
+{
+
+class LongWrite : public testing::Test
+{
+  protected:
+    int Run(DWORD timeout, const wchar_t* command, std::wstring_view text = {})
+    {
+        return client->Execute(timeout, command, text).status;
+    }
+    Bytes LongCommand(int id) const { return Message(id, "L", ToNarrow(longText)); }
+
+    const std::wstring longText = std::wstring(3000, L'x');
+    ScriptedPeer instance{"\\\\.\\pipe\\Talvern_long_write_test"};
+    boost::shared_ptr<MacrosClient> client = boost::make_shared<MacrosClient>(
+        "\\\\.\\pipe\\Talvern_long_write_test", boost::shared_ptr<Handle>(), true);
+};
+
+TEST_F(LongWrite, ArrivesWholeHoweverLateTheInstanceReads)
+{
+    const LogCapture log;
+    EXPECT_EQ(Run(0, L"L", longText), sTimeout);
+    EXPECT_EQ(log.Count(kDebug + "[CommandClient::Execute] sTimeout (cmd = L)"), 1);
+    EXPECT_EQ(log.Lines(kDebug + "[CommandClient::Execute] sFail").size(), 0U);
+    instance.Perform({{LongCommand(1), {Message(1, sOk, "late")}},
+                      {Message(2, "N", ""), {Message(2, sOk, "next")}}});
+    EXPECT_EQ(Run(5000, L"N"), sOk);
+}
+
+TEST_F(LongWrite, IsAwaitedByTheNextCommandWhichSendsNothingWhenItsOwnTimeEnds)
+{
+    EXPECT_EQ(Run(0, L"L", longText), sTimeout);
+    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Run(300, L"refused"), sTimeout); }), Within(250, 1500));
+    // What was not sent used no id. The reading begins while the third command waits.
+    const Script script = {{LongCommand(1)}, {Message(2, "N", ""), {Message(2, sOk, "")}}};
+    CallLater(200, [&] { instance.Perform(script); });
+    EXPECT_EQ(Run(5000, L"N"), sOk);
+}
+
+TEST_F(LongWrite, DoesNotKeepARereadingInstanceFromSendingALongReply)
+{
+    // One that answers the first command only when it is asked the second time, and reads nothing
+    // before its answer has been taken.
+    EXPECT_EQ(Run(0, L"N"), sTimeout);
+    const std::string stale(3000, 's');
+    instance.Perform({{Message(1, "N", ""), {Message(1, sOk, stale)}, 100},
+                      {LongCommand(2), {Message(2, sOk, "")}}});
+    EXPECT_EQ(Run(5000, L"L", longText), sOk);
+}
+
+TEST_F(LongWrite, IsCancelledWithItsClientOnAnyThread)
+{
+    for (const bool elsewhere : {false, true}) {
+        ScriptedPeer other("\\\\.\\pipe\\Talvern_long_write_other");
+        const NoHandleStaysOpen handles;
+        auto owner = boost::make_shared<MacrosClient>("\\\\.\\pipe\\Talvern_long_write_other",
+                                                      boost::shared_ptr<Handle>(), true);
+        EXPECT_EQ(owner->Execute(0, L"L", longText).status, sTimeout);
+        const auto release = [&owner] {
+            owner.reset();
+        };
+        EXPECT_THAT(Elapsed([&] { elsewhere ? std::thread(release).join() : release(); }),
+                    Within(0, 1000));
+    }
+}
+
+}  // namespace tvn::tests
