@@ -6,15 +6,14 @@
 
 #include "basicslib/ComString.h"
 #include "basicslib/StatusCode.h"
-#include "pipeutils/Deserializer.h"
-#include "pipeutils/Serializer.h"
+#include "runner/MessageFields.h"
 
 namespace tvn
 {
 
 /// The messages of the runner service's pipe: what the client asks for, and the service's answers.
-/// A message is its type id and then its own fields, in the order of the members below. An answer's
-/// type id is its request's plus one. Messages are held by shared pointer and used by one thread.
+/// A message is its type id and then its own fields, in the order of `Fields`. An answer's type id
+/// is its request's plus one. Messages are held by shared pointer and used by one thread.
 enum MsgType : std::uint32_t {
     mtStart = 1,
     mtStartComplete = 2,
@@ -48,7 +47,7 @@ class BaseMsg
     std::uint32_t msgId;
 
   protected:
-    explicit BaseMsg(std::uint32_t id = kNoId) : msgId(id) {}
+    explicit BaseMsg(std::uint32_t id = kNoId) noexcept : msgId(id) {}
     BaseMsg(const BaseMsg&) = default;
     BaseMsg& operator=(const BaseMsg&) = default;
 };
@@ -57,22 +56,23 @@ class BaseMsg
 class BaseCompleteMsg : public BaseMsg
 {
   public:
+    explicit BaseCompleteMsg(std::uint32_t id = 0) noexcept : BaseMsg(id) {}
+
     void Serialize(boost::shared_ptr<Serializer> serializer) override;
     void Deserialize(boost::shared_ptr<Deserializer> deserializer) override;
 
     int result = sFail;  ///< a status code
-
-  protected:
-    explicit BaseCompleteMsg(std::uint32_t id) : BaseMsg(id) {}
 };
 
 /// Starts a program.
-class MsgStart : public BaseMsg
+class MsgStart : public MessageWithFields<MsgStart, BaseMsg, mtStart>
 {
   public:
-    std::uint32_t GetType() const override { return mtStart; }
-    void Serialize(boost::shared_ptr<Serializer> serializer) override;
-    void Deserialize(boost::shared_ptr<Deserializer> deserializer) override;
+    template <class Archive>
+    void Fields(Archive& fields)
+    {
+        fields(appPath, cmdLine, user, domain, password);
+    }
 
     ComString appPath;
     ComString cmdLine;
@@ -81,100 +81,114 @@ class MsgStart : public BaseMsg
     ComString password;
 };
 
-class MsgStartComplete : public BaseCompleteMsg
+class MsgStartComplete
+    : public MessageWithFields<MsgStartComplete, BaseCompleteMsg, mtStartComplete>
 {
   public:
-    explicit MsgStartComplete(std::uint32_t id = 0) : BaseCompleteMsg(id) {}
-    std::uint32_t GetType() const override { return mtStartComplete; }
-    void Serialize(boost::shared_ptr<Serializer> serializer) override;
-    void Deserialize(boost::shared_ptr<Deserializer> deserializer) override;
+    using MessageWithFields::MessageWithFields;
+
+    template <class Archive>
+    void Fields(Archive& fields)
+    {
+        fields(pid, processKey);
+    }
 
     std::uint32_t pid = 0;
     ComString processKey;  ///< the service's name for the process in later requests
 };
 
 /// Ends a process.
-class MsgTerminate : public BaseMsg
+class MsgTerminate : public MessageWithFields<MsgTerminate, BaseMsg, mtTerminate>
 {
   public:
-    std::uint32_t GetType() const override { return mtTerminate; }
-    void Serialize(boost::shared_ptr<Serializer> serializer) override;
-    void Deserialize(boost::shared_ptr<Deserializer> deserializer) override;
+    template <class Archive>
+    void Fields(Archive& fields)
+    {
+        fields(processKey);
+    }
 
     ComString processKey;
 };
 
-class MsgTerminateComplete : public BaseCompleteMsg
+class MsgTerminateComplete
+    : public MessageWithFields<MsgTerminateComplete, BaseCompleteMsg, mtTerminateComplete>
 {
   public:
-    explicit MsgTerminateComplete(std::uint32_t id = 0) : BaseCompleteMsg(id) {}
-    std::uint32_t GetType() const override { return mtTerminateComplete; }
+    using MessageWithFields::MessageWithFields;
 };
 
 /// Waits for the end of a process.
-class MsgWaitForExit : public BaseMsg
+class MsgWaitForExit : public MessageWithFields<MsgWaitForExit, BaseMsg, mtWaitForExit>
 {
   public:
-    std::uint32_t GetType() const override { return mtWaitForExit; }
-    void Serialize(boost::shared_ptr<Serializer> serializer) override;
-    void Deserialize(boost::shared_ptr<Deserializer> deserializer) override;
+    template <class Archive>
+    void Fields(Archive& fields)
+    {
+        fields(timeout, processKey);
+    }
 
     std::uint32_t timeout = 0;  ///< milliseconds
     ComString processKey;
 };
 
-class MsgWaitForExitComplete : public BaseCompleteMsg
+class MsgWaitForExitComplete
+    : public MessageWithFields<MsgWaitForExitComplete, BaseCompleteMsg, mtWaitForExitComplete>
 {
   public:
-    explicit MsgWaitForExitComplete(std::uint32_t id = 0) : BaseCompleteMsg(id) {}
-    std::uint32_t GetType() const override { return mtWaitForExitComplete; }
+    using MessageWithFields::MessageWithFields;
 };
 
-/// What the two requests for a list share: the file name of an executable.
-class ListRequestMsg : public BaseMsg
+/// Lists what runs of an executable.
+template <std::uint32_t kType>
+class ListRequestMsg : public MessageWithFields<ListRequestMsg<kType>, BaseMsg, kType>
 {
   public:
-    void Serialize(boost::shared_ptr<Serializer> serializer) override;
-    void Deserialize(boost::shared_ptr<Deserializer> deserializer) override;
+    template <class Archive>
+    void Fields(Archive& fields)
+    {
+        fields(processName);
+    }
 
-    ComString processName;
+    ComString processName;  ///< the executable's file name
 };
 
-/// Lists the processes of an executable.
-class MsgGetProcessesByName : public ListRequestMsg
-{
-  public:
-    std::uint32_t GetType() const override { return mtGetProcessesByName; }
-};
+/// The processes of an executable.
+using MsgGetProcessesByName = ListRequestMsg<mtGetProcessesByName>;
 
 /// Parallel arrays. A message whose arrays differ in length is written without records.
-class MsgGetProcessesByNameComplete : public BaseCompleteMsg
+class MsgGetProcessesByNameComplete
+    : public MessageWithFields<MsgGetProcessesByNameComplete, BaseCompleteMsg,
+                               mtGetProcessesByNameComplete>
 {
   public:
-    explicit MsgGetProcessesByNameComplete(std::uint32_t id = 0) : BaseCompleteMsg(id) {}
-    std::uint32_t GetType() const override { return mtGetProcessesByNameComplete; }
-    void Serialize(boost::shared_ptr<Serializer> serializer) override;
-    void Deserialize(boost::shared_ptr<Deserializer> deserializer) override;
+    using MessageWithFields::MessageWithFields;
+
+    template <class Archive>
+    void Fields(Archive& fields)
+    {
+        fields.Records(pids, processKeys);
+    }
 
     std::vector<std::uint32_t> pids;
     std::vector<ComString> processKeys;
 };
 
-/// Lists the browser instances of an executable.
-class MsgGetInstancesByName : public ListRequestMsg
-{
-  public:
-    std::uint32_t GetType() const override { return mtGetInstancesByName; }
-};
+/// The browser instances of an executable.
+using MsgGetInstancesByName = ListRequestMsg<mtGetInstancesByName>;
 
 /// Parallel arrays. A message whose arrays differ in length is written without records.
-class MsgGetInstancesByNameComplete : public BaseCompleteMsg
+class MsgGetInstancesByNameComplete
+    : public MessageWithFields<MsgGetInstancesByNameComplete, BaseCompleteMsg,
+                               mtGetInstancesByNameComplete>
 {
   public:
-    explicit MsgGetInstancesByNameComplete(std::uint32_t id = 0) : BaseCompleteMsg(id) {}
-    std::uint32_t GetType() const override { return mtGetInstancesByNameComplete; }
-    void Serialize(boost::shared_ptr<Serializer> serializer) override;
-    void Deserialize(boost::shared_ptr<Deserializer> deserializer) override;
+    using MessageWithFields::MessageWithFields;
+
+    template <class Archive>
+    void Fields(Archive& fields)
+    {
+        fields.Records(pids, processKeys, windows);
+    }
 
     std::vector<std::uint32_t> pids;
     std::vector<ComString> processKeys;

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "process/BrowserLocation.h"
+#include "process/FirefoxVersions.h"
+#include "process/RegistryReading.h"
 #include "tests/log_capture.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"

@@ -1,0 +1,71 @@
+#include "process/RegistryReading.h"
+
+namespace tvn
+{
+
+RegistryKey::RegistryKey(HKEY root, const char* path) noexcept
+{
+    if (RegOpenKeyExA(root, path, 0, KEY_READ | KEY_WOW64_32KEY, &m_key) != ERROR_SUCCESS) {
+        m_key = nullptr;
+    }
+}
+
+RegistryKey::~RegistryKey()
+{
+    if (IsOpen()) {
+        RegCloseKey(m_key);
+    }
+}
+
+std::string ReadRegString(HKEY key, const char* valueName)
+{
+    DWORD type = REG_NONE;
+    std::string data;
+    if (QueryRegValue(key, valueName, type, data) != ERROR_SUCCESS ||
+        (type != REG_SZ && type != REG_EXPAND_SZ)) {
+        return {};
+    }
+    data.resize(strnlen(data.data(), data.size()));
+    return data;
+}
+
+LONG QueryRegValue(HKEY key, const char* valueName, DWORD& type, std::string& data)
+{
+    // The size is asked for with a buffer of no bytes: without any buffer the call would succeed
+    // and leave nothing to tell a value without content from one that is still to be read.
+    data.clear();
+    type = REG_NONE;
+    BYTE none = 0;
+    DWORD size = 0;
+    LONG result = RegQueryValueExA(key, valueName, nullptr, &type, &none, &size);
+    if (result == ERROR_MORE_DATA) {
+        data.resize(size);
+        result = RegQueryValueExA(key, valueName, nullptr, &type,
+                                  reinterpret_cast<BYTE*>(data.data()), &size);
+    }
+    if (result != ERROR_SUCCESS) {
+        type = REG_NONE;
+        size = 0;
+    }
+    data.resize(size);
+    return result;
+}
+
+std::string ExpandEnvironment(const std::string& text)
+{
+    const DWORD size = ExpandEnvironmentStringsA(text.c_str(), nullptr, 0);
+    if (size == 0) {
+        return {};
+    }
+    std::string expanded(size, '\0');
+    ExpandEnvironmentStringsA(text.c_str(), expanded.data(), size);
+    expanded.resize(strnlen(expanded.data(), size));
+    return expanded;
+}
+
+std::string StripQuotes(const std::string& text)
+{
+    return text.size() >= 2 && text.front() == '"' ? text.substr(1, text.size() - 2) : text;
+}
+
+}  // namespace tvn

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace tvn
+{
+
+/// Reading the registry as the browsers' installers wrote it: always in the 32-bit view, never
+/// writing. Names and values are narrow text in the ANSI code page. Nothing fails: what cannot be
+/// read is empty. Only a lack of memory throws. Used by one thread.
+class RegistryKey
+{
+  public:
+    /// Opens `path` below `root`.
+    RegistryKey(HKEY root, const char* path) noexcept;
+    ~RegistryKey();
+    RegistryKey(const RegistryKey&) = delete;
+    RegistryKey& operator=(const RegistryKey&) = delete;
+
+    bool IsOpen() const noexcept { return m_key != nullptr; }
+
+    /// The open key, borrowed; null when it could not be opened.
+    HKEY Get() const noexcept { return m_key; }
+
+  private:
+    HKEY m_key = nullptr;
+};
+
+/// A string value of an open key, without expansion; an empty text when there is none.
+std::string ReadRegString(HKEY key, const char* valueName);
+
+/// Reads a value of any size. Returns the system's result; on failure the type is 0 and `data`
+/// empty.
+LONG QueryRegValue(HKEY key, const char* valueName, DWORD& type, std::string& data);
+
+/// `text` with its references to environment variables replaced.
+std::string ExpandEnvironment(const std::string& text);
+
+/// `text` without its first and last character when the first is a double quote.
+std::string StripQuotes(const std::string& text);
+
+}  // namespace tvn
