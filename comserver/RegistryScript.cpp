@@ -7,6 +7,11 @@ namespace comserver
 namespace
 {
 
+HRESULT Result(LSTATUS status) noexcept
+{
+    return HRESULT_FROM_WIN32(static_cast<unsigned long>(status));
+}
+
 /// Deletes a key with all that is below it; one that is not there is no failure.
 LSTATUS DeleteKey(HKEY parent, const std::wstring& name)
 {
@@ -169,73 +174,84 @@ RegistryScript::RegistryScript(HKEY root, std::string_view script, std::wstring_
 
 HRESULT RegistryScript::Register() const
 {
-    HRESULT result = m_valid ? S_OK : E_INVALIDARG;
+    if (!m_valid) {
+        return E_INVALIDARG;
+    }
     for (const Key& key : m_keys) {
-        if (SUCCEEDED(result)) {
-            result = RegisterKey(m_root, key);
+        const HRESULT result = RegisterKey(m_root, key);
+        if (FAILED(result)) {
+            return result;
         }
     }
-    return result;
+    return S_OK;
 }
 
 HRESULT RegistryScript::Unregister() const
 {
-    HRESULT result = m_valid ? S_OK : E_INVALIDARG;
-    for (const Key& key : m_keys) {
-        const HRESULT keyResult = UnregisterKey(HKEY_CLASSES_ROOT, key);
-        if (SUCCEEDED(result)) {
-            result = keyResult;
-        }
+    if (!m_valid) {
+        return E_INVALIDARG;
     }
-    return result;
+    HRESULT first = S_OK;
+    for (const Key& key : m_keys) {
+        const HRESULT result = UnregisterKey(m_root, key);
+        first = FAILED(first) ? first : result;
+    }
+    return first;
 }
 
 HRESULT RegistryScript::RegisterKey(HKEY parent, const Key& key)
 {
-    LSTATUS status = key.keep == Keep::ForceRemove ? DeleteKey(parent, key.name) : ERROR_SUCCESS;
+    if (key.keep == Keep::ForceRemove) {
+        const LSTATUS deleted = DeleteKey(parent, key.name);
+        if (deleted != ERROR_SUCCESS) {
+            return Result(deleted);
+        }
+    }
     RegistryKey opened;
-    if (status == ERROR_SUCCESS) {
-        status = RegCreateKeyExW(parent, key.name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                 KEY_READ | KEY_WRITE, nullptr, opened.Receive(), nullptr);
+    const LSTATUS created =
+        RegCreateKeyExW(parent, key.name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                        KEY_READ | KEY_WRITE, nullptr, opened.Receive(), nullptr);
+    if (created != ERROR_SUCCESS) {
+        return Result(created);
     }
     for (const Value& value : key.values) {
-        if (status == ERROR_SUCCESS) {
-            const std::size_t bytes = (value.text.size() + 1) * sizeof(wchar_t);
-            status = RegSetValueExW(opened.Get(), value.name.c_str(), 0, REG_SZ,
-                                    reinterpret_cast<const BYTE*>(value.text.c_str()),
-                                    static_cast<DWORD>(bytes));
+        const std::size_t bytes = (value.text.size() + 1) * sizeof(wchar_t);
+        const LSTATUS set = RegSetValueExW(opened.Get(), value.name.c_str(), 0, REG_SZ,
+                                           reinterpret_cast<const BYTE*>(value.text.c_str()),
+                                           static_cast<DWORD>(bytes));
+        if (set != ERROR_SUCCESS) {
+            return Result(set);
         }
     }
-    HRESULT result = HRESULT_FROM_WIN32(static_cast<unsigned long>(status));
     for (const Key& subkey : key.subkeys) {
-        if (SUCCEEDED(result)) {
-            result = RegisterKey(opened.Get(), subkey);
+        const HRESULT result = RegisterKey(opened.Get(), subkey);
+        if (FAILED(result)) {
+            return result;
         }
     }
-    return result;
+    return S_OK;
 }
 
 HRESULT RegistryScript::UnregisterKey(HKEY parent, const Key& key)
 {
     if (key.keep != Keep::NoRemove) {
-        return HRESULT_FROM_WIN32(static_cast<unsigned long>(DeleteKey(parent, key.name)));
+        return Result(DeleteKey(parent, key.name));
     }
     RegistryKey opened;
     const LSTATUS status =
         RegOpenKeyExW(parent, key.name.c_str(), 0, KEY_READ | KEY_WRITE, opened.Receive());
+    if (status == ERROR_FILE_NOT_FOUND) {
+        return S_OK;
+    }
     if (status != ERROR_SUCCESS) {
-        return status == ERROR_FILE_NOT_FOUND
-                   ? S_OK
-                   : HRESULT_FROM_WIN32(static_cast<unsigned long>(status));
+        return Result(status);
     }
-    HRESULT result = S_OK;
+    HRESULT first = S_OK;
     for (const Key& subkey : key.subkeys) {
-        const HRESULT subkeyResult = UnregisterKey(opened.Get(), subkey);
-        if (SUCCEEDED(result)) {
-            result = subkeyResult;
-        }
+        const HRESULT result = UnregisterKey(opened.Get(), subkey);
+        first = FAILED(first) ? first : result;
     }
-    return result;
+    return first;
 }
 
 }  // namespace comserver

@@ -14,24 +14,24 @@ RemotePipeClient::RemotePipeClient(const ComString& pipeName)
     : m_pipeName(pipeName), m_hPipe(boost::make_shared<Handle>(INVALID_HANDLE_VALUE))
 {}
 
-HANDLE RemotePipeClient::OpenPipe(const char* name)
+boost::shared_ptr<Handle> RemotePipeClient::OpenPipe(const char* name)
 {
     LogDebug("[RemotePipeClient::OpenPipe] %s", name);
-    HANDLE pipe = CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                              FILE_FLAG_OVERLAPPED, nullptr);
-    if (!Handle::IsValid(pipe)) {
-        const DWORD error = GetLastError();
+    HANDLE opened = CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                                FILE_FLAG_OVERLAPPED, nullptr);
+    const DWORD error = GetLastError();
+    const boost::shared_ptr<Handle> pipe = ShareHandle(opened);
+    if (!pipe->IsValid()) {
         LogDebug("[RemotePipeClient::OpenPipe] CreateFile failed with code 0x%08X",
                  static_cast<unsigned int>(error));
         throw PipeException(error, __FILE__, __LINE__);
     }
     DWORD mode = PIPE_READMODE_MESSAGE;
-    if (!SetNamedPipeHandleState(pipe, &mode, nullptr, nullptr)) {
-        const DWORD error = GetLastError();
+    if (!SetNamedPipeHandleState(pipe->Get(), &mode, nullptr, nullptr)) {
+        const DWORD modeError = GetLastError();
         LogDebug("[RemotePipeClient::OpenPipe] SetNamedPipeHandleState failed with code 0x%08X",
-                 static_cast<unsigned int>(error));
-        CloseHandle(pipe);
-        throw PipeException(error, __FILE__, __LINE__);
+                 static_cast<unsigned int>(modeError));
+        throw PipeException(modeError, __FILE__, __LINE__);
     }
     return pipe;
 }
@@ -39,7 +39,7 @@ HANDLE RemotePipeClient::OpenPipe(const char* name)
 boost::shared_ptr<Handle> RemotePipeClient::OpenPipe()
 {
     if (!m_hPipe->IsValid()) {
-        m_hPipe = ShareHandle(OpenPipe(static_cast<const char*>(m_pipeName)));
+        m_hPipe = OpenPipe(static_cast<const char*>(m_pipeName));
     }
     return m_hPipe;
 }

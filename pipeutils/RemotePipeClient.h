@@ -20,9 +20,9 @@ class RemotePipeClient
     RemotePipeClient(const RemotePipeClient&) = delete;
     RemotePipeClient& operator=(const RemotePipeClient&) = delete;
 
-    /// Opens one client end of the pipe `name`. The caller owns the handle. A busy pipe fails like
-    /// a missing one.
-    HANDLE OpenPipe(const char* name);
+    /// Opens one client end of the pipe `name`, for the caller alone. A busy pipe fails like a
+    /// missing one.
+    static boost::shared_ptr<Handle> OpenPipe(const char* name);
 
     /// The kept handle; opens the client's own pipe first if there is none yet.
     boost::shared_ptr<Handle> OpenPipe();

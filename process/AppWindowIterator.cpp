@@ -21,23 +21,14 @@ std::string LowerCase(std::string text)
     return text;
 }
 
+/// The text that the system keeps of a window. Asking the window itself would take several calls,
+/// and one of this very process would be waited for as long as its thread is busy, which may be
+/// waiting for this one. A longer text than fits is no title that is looked for.
 std::string WindowText(HWND hwnd)
 {
-    // A window of this very process would be asked by a message and waited for as long as its
-    // thread is busy, which may be waiting for this one; what the system itself knows is good
-    // enough.
-    DWORD owner = 0;
-    GetWindowThreadProcessId(hwnd, &owner);
-    if (owner == GetCurrentProcessId()) {
-        wchar_t own[512];
-        const int units = InternalGetWindowText(hwnd, own, static_cast<int>(std::size(own)));
-        return ToNarrow(std::wstring_view(own, static_cast<std::size_t>(units)));
-    }
-    const int size = GetWindowTextLengthA(hwnd) + 1;
-    std::string text(static_cast<std::size_t>(size), '\0');
-    const int length = GetWindowTextA(hwnd, text.data(), size);
-    text.resize(static_cast<std::size_t>(length));
-    return text;
+    wchar_t text[512];
+    const int units = InternalGetWindowText(hwnd, text, static_cast<int>(std::size(text)));
+    return ToNarrow(std::wstring_view(text, static_cast<std::size_t>(units)));
 }
 
 }  // namespace

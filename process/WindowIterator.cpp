@@ -6,7 +6,9 @@ namespace tvn
 CWindowIterator::CWindowIterator(DWORD capacity) : CWindowIterator(nullptr, capacity) {}
 
 CWindowIterator::CWindowIterator(HWND parent, DWORD capacity)
-    : m_parent(parent), m_handles(std::make_unique<HWND[]>(capacity)), m_capacity(capacity)
+    : m_parent(parent),
+      m_handles(std::make_unique_for_overwrite<HWND[]>(capacity)),
+      m_capacity(capacity)
 {}
 
 HWND CWindowIterator::First()
