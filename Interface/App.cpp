@@ -7,6 +7,7 @@
 
 #include "Interface/AutomationValue.h"
 #include "Interface/PlayTexts.h"
+#include "Version.h"
 #include "basicslib/Exceptions.h"
 #include "basicslib/FormatText.h"
 #include "basicslib/InstanceProtocol.h"
@@ -29,7 +30,7 @@ static_assert(static_cast<int>(::sOk) == sOk && static_cast<int>(::sFail) == sFa
               static_cast<int>(::sRunnerNotReachable) == sRunnerNotReachable &&
               static_cast<int>(::sInstancesCountLimitReached) == sInstancesCountLimitReached);
 
-constexpr LONG kInterfaceVersion = 6300216;
+constexpr LONG kInterfaceVersion = TVN_INTERFACE_VERSION;
 
 constexpr const char* kUnexpectedText = "tvnMethod. Unexpected exception catched. %d, %s";
 
