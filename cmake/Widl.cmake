@@ -9,17 +9,22 @@ find_path(
   PATHS /usr/lib/x86_64-linux-gnu/wine/x86_64-windows /usr/lib/wine/x86_64-windows
   NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
 
-# Makes NAME.tlb, NAME.h and NAME_i.c (the identifiers) from NAME.idl in the folder `output`.
+# Makes NAME.tlb, NAME.h and NAME_i.c (the identifiers) from NAME.idl in the folder `output`. The
+# results tell neither when nor in which folder they were made.
 function(tvn_compile_idl idl output)
   get_filename_component(name ${idl} NAME_WE)
   get_filename_component(source ${idl} ABSOLUTE)
+  get_filename_component(folder ${source} DIRECTORY)
+  get_filename_component(file ${source} NAME)
   file(MAKE_DIRECTORY ${output})
-  set(compile ${TVN_WIDL} --win64 -I ${TVN_IDL_INCLUDE} -L ${TVN_TLB_FOLDER})
+  set(compile ${CMAKE_COMMAND} -E env WIDL_TIME_OVERRIDE=0 ${TVN_WIDL} --win64 -I ${TVN_IDL_INCLUDE}
+              -L ${TVN_TLB_FOLDER})
   add_custom_command(
     OUTPUT ${output}/${name}.tlb ${output}/${name}.h ${output}/${name}_i.c
-    COMMAND ${compile} -t -o ${output}/${name}.tlb ${source}
-    COMMAND ${compile} -h -o ${output}/${name}.h ${source}
-    COMMAND ${compile} -u -o ${output}/${name}_i.c ${source}
+    COMMAND ${compile} -t -o ${output}/${name}.tlb ${file}
+    COMMAND ${compile} -h -o ${output}/${name}.h ${file}
+    COMMAND ${compile} -u -o ${output}/${name}_i.c ${file}
     DEPENDS ${source}
+    WORKING_DIRECTORY ${folder}
     VERBATIM)
 endfunction()
