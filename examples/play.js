@@ -24,7 +24,7 @@ WScript.Quit(failed ? 1 : 0);
 
 function playMacro() {
     app.tvnSet("city", "New York");
-    app.tvnSet("nights", 3);
+    app.tvnSet("nights", "3");
     succeeded("tvnPlay", app.tvnPlay(macro, seconds));
     for (var index = 1; index <= 32767; index++) {
         var piece = app.tvnGetLastExtract(index);

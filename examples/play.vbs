@@ -30,7 +30,7 @@ If failed Then WScript.Quit 1
 Sub PlayMacro()
     Dim index, piece
     app.tvnSet "city", "New York"
-    app.tvnSet "nights", 3
+    app.tvnSet "nights", "3"
     Succeeded "tvnPlay", app.tvnPlay(macro, seconds)
     For index = 1 To 32767
         piece = app.tvnGetLastExtract(index)

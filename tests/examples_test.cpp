@@ -1,0 +1,362 @@
+// The examples do what they say: those that can be run here are run, and every call in the others
+// is held against the type library of the DLL.
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <set>
+
+#include "tests/support.h"
+
+namespace tvn::tests
+{
+namespace
+{
+
+const std::string kExamples = TESTS_FOLDER "\\..\\examples\\";
+
+std::string Contents(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file.is_open()) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What a program prints, behind its exit code and a bar.
+std::string Ran(std::string commandLine)
+{
+    constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE;  // with what it leaves behind
+    const std::string printed =
+        BuildFolder() + "\\example-" + std::to_string(GetCurrentThreadId()) + ".txt";
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    PROCESS_INFORMATION started = {};
+    DWORD exitCode = 12345;
+    {
+        const Handle file(CreateFileA(printed.c_str(), GENERIC_WRITE, kShared, &inherited,
+                                      CREATE_ALWAYS, 0, nullptr));
+        startup.hStdOutput = startup.hStdError = file.Get();
+        EXPECT_TRUE(CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                   nullptr, &startup, &started))
+            << commandLine;
+        const Handle process(started.hProcess);
+        const Handle thread(started.hThread);
+        EXPECT_EQ(WaitForSingleObject(process.Get(), 60000), WAIT_OBJECT_0) << commandLine;
+        GetExitCodeProcess(process.Get(), &exitCode);
+    }
+    std::string text = Contents(printed);
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    return std::to_string(exitCode) + "|" + text;
+}
+
+std::string Script(const std::string& name)
+{
+    return "cscript.exe //nologo \"" + kExamples + name + "\" ";
+}
+
+const std::string kPlayed =
+    "tvnInit: 1\ntvnPlay: 1\n1: Hotel Search\n2: city=New York\n3: nights=3\ntvnExit: 1\n";
+
+/// One method of the type library.
+struct Method
+{
+    struct Parameter
+    {
+        std::string name;
+        VARTYPE type;
+        bool optional;
+        std::string shown;  ///< as a signature shows it, with its default
+    };
+    std::vector<Parameter> parameters;
+
+    std::string Signature(const std::string& name) const
+    {
+        std::string text;
+        for (const Parameter& parameter : parameters) {
+            text += (text.empty() ? "" : ", ") + parameter.shown;
+        }
+        return name + "(" + text + ")";
+    }
+};
+
+std::map<std::string, Method> ReadTypeLibrary()
+{
+    comserver::ComPtr<ITypeLib> library;
+    comserver::ComPtr<ITypeInfo> info;
+    const _bstr_t dll((BuildFolder() + "\\talvern.dll").c_str());
+    EXPECT_EQ(LoadTypeLibEx(dll, REGKIND_NONE, library.Receive()), S_OK);
+    EXPECT_EQ(library->GetTypeInfoOfGuid(IID_IApp, info.Receive()), S_OK);
+    std::map<std::string, Method> methods;
+    FUNCDESC* function = nullptr;
+    for (UINT index = 0; info->GetFuncDesc(index, &function) == S_OK; ++index) {
+        BSTR names[10] = {};
+        UINT count = 0;
+        EXPECT_EQ(info->GetNames(function->memid, names, 10, &count), S_OK);
+        Method method;
+        for (UINT at = 1; at < count; ++at) {
+            const ELEMDESC& element = function->lprgelemdescParam[at - 1];
+            Method::Parameter parameter = {Narrow(ComString(names[at], true)), element.tdesc.vt,
+                                           (element.paramdesc.wParamFlags & PARAMFLAG_FOPT) != 0,
+                                           ""};
+            if ((element.paramdesc.wParamFlags & PARAMFLAG_FRETVAL) != 0) {
+                continue;
+            }
+            std::string byDefault;
+            if ((element.paramdesc.wParamFlags & PARAMFLAG_FHASDEFAULT) != 0) {
+                const VARIANT& value = element.paramdesc.pparamdescex->varDefaultValue;
+                byDefault = V_VT(&value) == VT_BOOL ? V_BOOL(&value) ? " = True" : " = False"
+                                                    : " = " + std::to_string(V_I4(&value));
+            }
+            parameter.shown =
+                parameter.optional ? "[" + parameter.name + byDefault + "]" : parameter.name;
+            method.parameters.push_back(parameter);
+        }
+        const std::string name = Narrow(ComString(names[0], true));
+        if (name.starts_with("tvn")) {
+            methods[name] = method;
+        }
+        std::for_each(names, names + count, SysFreeString);
+        info->ReleaseFuncDesc(function);
+    }
+    return methods;
+}
+
+/// The arguments of the call whose first character behind the method's name is at `at`.
+std::vector<std::string> ArgumentsAt(const std::string& text, std::size_t at)
+{
+    const bool inParentheses = text[at] == '(';
+    std::vector<std::string> arguments;
+    std::string argument;
+    char quote = 0;
+    for (int depth = inParentheses ? 0 : 1; at < text.size(); ++at) {
+        const char c = text[at];
+        depth += quote == 0 ? (c == '(') - (c == ')') : 0;
+        const bool ends = depth == 0 || (c == '\n' && !inParentheses);
+        if (quote == 0 && (ends || (depth == 1 && c == ','))) {
+            arguments.push_back(argument);
+            argument.clear();
+            if (ends) {
+                break;
+            }
+        } else if (depth > 1 || c != '(' || !argument.empty()) {
+            argument += c == ' ' && argument.empty() ? "" : std::string(1, c);
+        }
+        quote = c == quote ? '\0' : quote == 0 && (c == '"' || c == '\'') ? c : quote;
+    }
+    if (arguments.size() == 1 && arguments[0].empty()) {
+        arguments.clear();
+    }
+    return arguments;
+}
+
+/// Whether what stands in a call, if it is a constant, is of a parameter's type.
+bool Fits(const std::string& argument, VARTYPE type)
+{
+    static const std::regex kNumber("-?\\d+");
+    static const std::regex kTruth("\\$?(true|false)", std::regex::icase);
+    const bool isText = !argument.empty() && (argument[0] == '"' || argument[0] == '\'');
+    if (isText) {
+        return type == VT_BSTR || type == VT_VARIANT;
+    }
+    if (std::regex_match(argument, kNumber)) {
+        return type == VT_I4 || type == VT_VARIANT;
+    }
+    return !std::regex_match(argument, kTruth) || type == VT_BOOL;
+}
+
+void CheckCall(const Method& method, const std::vector<std::string>& arguments,
+               const std::string& where)
+{
+    static const std::regex kNamed("(\\w+) ?(:=|:|=)(?!=) ?([^]*)");
+    std::set<std::string> given;
+    for (std::size_t index = 0; index < arguments.size(); ++index) {
+        std::smatch named;
+        const bool isNamed = std::regex_match(arguments[index], named, kNamed);
+        const auto parameter =
+            std::find_if(method.parameters.begin(), method.parameters.end(), [&](const auto& p) {
+                return isNamed ? p.name == named[1] : &p == &method.parameters[0] + index;
+            });
+        ASSERT_NE(parameter, method.parameters.end()) << where << ": " << arguments[index];
+        EXPECT_TRUE(given.insert(parameter->name).second) << where;
+        EXPECT_TRUE(Fits(isNamed ? named[3].str() : arguments[index], parameter->type))
+            << where << ": " << arguments[index];
+    }
+    for (const auto& parameter : method.parameters) {
+        EXPECT_TRUE(parameter.optional || given.count(parameter.name) == 1)
+            << where << ": " << parameter.name;
+    }
+}
+
+}  // namespace
+
+TEST(Examples, EveryLanguagePrintsTheSameAndTellsEachStatusInTheWordsOfTheReference)
+{
+    const std::string reference = Contents(TESTS_FOLDER "\\..\\docs\\scripting-reference.md");
+    std::string others;
+    for (const char* name : {"play.bas", "play.ps1", "play.py", "play.cs"}) {
+        others += Contents(kExamples + name) + '\f';
+    }
+    const std::string programs[] = {Script("play.vbs"), Script("play.js"),
+                                    BuildFolder() + "\\examples\\play.exe ",
+                                    BuildFolder() + "\\examples\\play_c.exe "};
+    const std::string init = "tvnInit: 1\n";
+    const std::string exit = "tvnExit: 1\n";
+    const Pairs<std::string, std::string> cases = {
+        {"", "0|" + kPlayed},
+        {"\"!status -100\n!reply Stop[tvn!E!tvn]a[EXTRACT]b\" -fx 20",
+         "1|" + init + "tvnPlay: -100\nerror text: Stop (-100)\nHELP1: a\n2: b\n" + exit},
+        {"m -standin=refuse", "1|tvnInit: -1\nHELP"},
+        {"m -standin=no-callback 1", "1|tvnInit: -3\nHELP"},
+        {"!silent \"\" 1", "1|" + init + "tvnPlay: -3\nHELP" + exit},
+        {"!end", "1|" + init + "tvnPlay: -1\nHELP" + exit},
+        {"\"!status -2\"", "1|" + init + "tvnPlay: -2\nHELP" + exit},
+        {"\"!status -4\"", "1|" + init + "tvnPlay: -4\nHELP" + exit},
+        {"\"!status -6\"", "1|" + init + "tvnPlay: -6\nHELP" + exit},
+        {"\"!status -7\"", "1|" + init + "tvnPlay: -7\nHELP" + exit},
+        {"\"!status -20\"", "1|" + init + "tvnPlay: -20\nHELP" + exit},
+        {"\"!status 12\"", "1|" + init + "tvnPlay: 12\nHELP" + exit},
+    };
+    std::set<std::string> sentences;
+    for (const auto& [arguments, expected] : cases) {
+        std::string printed[std::size(programs)];
+        std::vector<std::thread> beside;
+        for (std::size_t index = 0; index < std::size(programs); ++index) {
+            beside.emplace_back(
+                [&, index, line = programs[index] + arguments] { printed[index] = Ran(line); });
+        }
+        for (std::thread& thread : beside) {
+            thread.join();
+        }
+        std::string first = printed[0];
+        EXPECT_THAT(printed, testing::Each(first)) << arguments;
+        std::smatch help;
+        if (std::regex_search(first, help, std::regex("cause: (.*)\nremedy: (.*)\n"))) {
+            sentences.insert({help[1], help[2]});
+            first = help.prefix().str() + "HELP" + help.suffix().str();
+        }
+        EXPECT_EQ(first, expected) << arguments;
+        EndBrowsers();
+    }
+    EXPECT_GE(sentences.size(), 20U);
+    for (const std::string& sentence : sentences) {
+        EXPECT_THAT(reference, HasSubstr(sentence));
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = others.find(sentence, at)) != std::string::npos; ++at) {
+            ++count;
+        }
+        EXPECT_EQ(count, 4U) << "in the examples that are not run here: " << sentence;
+    }
+}
+
+TEST(Examples, ForEveryDayDoWhatTheySay)
+{
+    const std::string folder = BuildFolder() + "\\";
+    std::ofstream(folder + "rows.txt")
+        << "!reply Name\tNote[EXTRACT]A \"B\"\t=1+1[EXTRACT]-3\t-x\t";
+    EXPECT_EQ(Ran(Script("table_to_csv.vbs") + folder + "rows.csv page " + folder + "rows.txt"),
+              "0|tvnInit: 1\ntvnPlay: 1 \nrows: 3\ntvnExit: 1\n");
+    const std::string csv = Contents(folder + "rows.csv");
+    const std::wstring rows(L"\xFEFFName\tNote\r\n\"A \"\"B\"\"\"\t'=1+1\r\n-3\t'-x\t\r\n");
+    EXPECT_EQ(csv, std::string(reinterpret_cast<const char*>(rows.data()), rows.size() * 2));
+
+    std::ofstream(folder + "list.txt") << "one\n\ntwo words\n";
+    DeleteFileA((folder + "log.txt").c_str());
+    const std::string retry =
+        Script("list_with_retry.vbs") + folder + "list.txt " + folder + "log.txt ";
+    EXPECT_EQ(Ran(retry + "m"),
+              "0|one, attempt 1: 1 m; item=one\ntwo words, attempt 1: 1 m; item=two words\n"
+              "end, 0 failed\n");
+    std::string failing;
+    for (const char* item : {"one", "two words"}) {
+        for (const char* attempt : {"1", "2", "3"}) {
+            failing += std::string(item) + ", attempt " + attempt + ": -1 \n";
+        }
+    }
+    EXPECT_EQ(Ran(retry + "!end"), "2|" + failing + "end, 2 failed\n");
+    EXPECT_EQ(Contents(folder + "log.txt").substr(0, 2), "\xFF\xFE");
+
+    EXPECT_THAT(
+        Ran(Script("two_browsers.vbs")),
+        HasSubstr("second: tvnPlay: 1 \ncity=New York -> Hotel Prices[EXTRACT]name=city=New "
+                  "York\nfirst: tvnExit: 1\nsecond: tvnExit: 1\n"));
+    EXPECT_THAT(Ran(Script("two_browsers.vbs") + "!end"), HasSubstr("1|first: tvnInit: 1"));
+    const std::string both = BuildFolder() + "\\examples\\two_at_once.exe ";
+    EXPECT_THAT(Elapsed([&] {
+                    EXPECT_THAT(Ran(both + "\"!wait 3000\" \"!wait 3000\""),
+                                HasSubstr("0|browser "));
+                }),
+                Within(3000, 5800))
+        << "the two plays run at the same time";
+    EXPECT_TRUE(Running("talvern.exe").empty());
+}
+
+TEST(Examples, TheInstanceInCIsStartedFoundReservedKeptAndEnded)
+{
+    SetRegistryValue(kProductKey, "PathBasic", BuildFolder() + "\\examples\\instance");
+    const std::string lookAlikes =
+        "/pipeUuid=00000000_0000_0000_0000_000000000000 "
+        "/creatorUuid=00000000_0000_0000_0000_000000000000";
+    AppClient creator;
+    AppClient other;
+    ASSERT_EQ(creator.Init(lookAlikes.c_str()), sOk);
+    EXPECT_EQ(creator.Set("city", "New York"), sOk);
+    const std::string argument = " -macro a[SP]b  -var_city New[SP]York";
+    EXPECT_EQ(creator.Played("a b"), "1||" + argument + "|" + argument);
+    const std::string large(200000, 'm');
+    EXPECT_EQ(creator.Play(large, 0), sTimeout) << "its reply fills the pipe";
+    EXPECT_EQ(creator.Play(large), sOk) << "the command is read while the stale reply waits";
+    EXPECT_EQ(creator.Extract().size(), large.size() + 9);
+
+    creator.Release();
+    Sleep(500);  // it takes a moment to see that it has been let go
+    EXPECT_EQ(other.Init("", false), sOk);
+    EXPECT_EQ(Running("talvern.exe").size(), 1U) << "it was free again";
+    EXPECT_EQ(other.Display("text"), sOk);
+    EXPECT_EQ(other.Exit(), sOk);
+    EXPECT_TRUE(Eventually([] { return Running("talvern.exe").empty(); }));
+
+    const auto reserved = Started("examples\\instance\\talvern.exe",
+                                  "/creatorUuid=00000000_0000_0000_0000_000000000000");
+    EXPECT_TRUE(Eventually([] { return !Running("talvern.exe").empty(); }));
+    EXPECT_EQ(other.Init("", false), sOk);
+    EXPECT_EQ(Running("talvern.exe").size(), 2U) << "the first waits for its creator";
+    EXPECT_EQ(other.Exit(), sOk);
+    SetRegistryValue(kProductKey, "PathBasic", StandinFolder());
+}
+
+TEST(Examples, CallOnlyWhatTheTypeLibraryHas)
+{
+    const std::map<std::string, Method> methods = ReadTypeLibrary();
+    EXPECT_EQ(methods.size(), 8U);
+    const std::regex mentioned("(\\.|->|::)?(tvn(?!Aux|Method|Runner)[A-Z]\\w*)( ?)([^]?)");
+    std::size_t calls = 0;
+    for (const char* name : {"play.bas", "play.ps1", "play.py", "play.cs", "cpp\\TalvernClient.h",
+                             "play.vbs", "play.js", "table_to_csv.vbs", "list_with_retry.vbs",
+                             "two_browsers.vbs", "..\\docs\\scripting-reference.md"}) {
+        const std::string text = Contents(kExamples + name);
+        for (std::sregex_iterator at(text.begin(), text.end(), mentioned), end; at != end; ++at) {
+            const auto method = methods.find((*at)[2]);
+            ASSERT_NE(method, methods.end()) << name << ": " << at->str();
+            const auto behind = static_cast<std::size_t>(at->position(4));
+            if ((*at)[1] == ".") {
+                const std::string where = name + std::string(": ") + at->str();
+                CheckCall(method->second, ArgumentsAt(text, behind), where);
+                ++calls;
+            } else if (!(*at)[1].matched && (*at)[4] == "(" && (*at)[3].length() == 0) {
+                std::string signature = text.substr(static_cast<std::size_t>(at->position(2)));
+                signature.resize(signature.find(')') + 1);
+                const std::string shown =
+                    std::regex_replace(signature, std::regex("\\s+(///)?\\s*"), " ");
+                EXPECT_EQ(shown, method->second.Signature(method->first)) << name;
+            }
+        }
+    }
+    EXPECT_GT(calls, 80U);
+}
+
+}  // namespace tvn::tests
