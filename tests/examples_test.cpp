@@ -167,6 +167,26 @@ TEST(Examples, ForEveryDayDoWhatTheySay)
     EXPECT_TRUE(Running("talvern.exe").empty());
 }
 
+TEST(Examples, EveryScriptInTheDocumentsRunsToItsEnd)
+{
+    std::size_t count = 0;
+    for (const char* name : {"README.md", "docs\\scripting-reference.md", "docs\\cheat-sheet.md"}) {
+        const std::string text = Contents(kExamples + "..\\" + name);
+        const std::string opening = "```vbs\n";
+        for (std::size_t at = 0; (at = text.find(opening, at)) != std::string::npos; ++count) {
+            at += opening.size();
+            const std::string block = text.substr(at, text.find("```", at) - at);
+            std::ofstream(BuildFolder() + "\\block.vbs") << "Set app = CreateObject(\"talvern\")\n"
+                                                         << block << "WScript.Echo \"the end\"\n";
+            EXPECT_THAT(Ran("cscript.exe //nologo " + BuildFolder() + "\\block.vbs"),
+                        testing::EndsWith("the end\n"))
+                << block;
+        }
+    }
+    EXPECT_GT(count, 15U);
+    EndBrowsers();
+}
+
 TEST(Examples, TheInstanceInCIsStartedFoundReservedKeptAndEnded)
 {
     SetRegistryValue(kProductKey, "PathBasic", BuildFolder() + "\\examples\\instance");

@@ -160,9 +160,10 @@ TEST(Examples, CallOnlyWhatTheTypeLibraryHas)
     EXPECT_EQ(methods.size(), 8U);
     const std::regex mentioned("(\\.|->|::)?(tvn(?!Aux|Method|Runner)[A-Z]\\w*)( ?)([^]?)");
     std::size_t calls = 0;
-    for (const char* name : {"play.bas", "play.ps1", "play.py", "play.cs", "cpp\\TalvernClient.h",
-                             "play.vbs", "play.js", "table_to_csv.vbs", "list_with_retry.vbs",
-                             "two_browsers.vbs", "..\\docs\\scripting-reference.md"}) {
+    for (const char* name :
+         {"play.bas", "play.ps1", "play.py", "play.cs", "cpp\\TalvernClient.h", "play.vbs",
+          "play.js", "table_to_csv.vbs", "list_with_retry.vbs", "two_browsers.vbs",
+          "..\\docs\\scripting-reference.md", "..\\docs\\cheat-sheet.md"}) {
         const std::string text = Contents(kExamples + name);
         for (std::sregex_iterator at(text.begin(), text.end(), mentioned), end; at != end; ++at) {
             const auto method = methods.find((*at)[2]);
