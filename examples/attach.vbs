@@ -5,16 +5,23 @@
 
 Option Explicit
 
-Dim apps(2), i, status
+Dim apps(2), i, status, failed
+failed = False
 For i = 0 To 2
     Set apps(i) = CreateObject("talvern")
     status = apps(i).tvnInit("-fx", False)
     WScript.Echo "object " & (i + 1) & ": tvnInit:", status
-    If status <> 1 Then WScript.Quit 1
-    apps(i).tvnPlay "!commandline"
-    WScript.Echo "object " & (i + 1) & ": plays in", apps(i).tvnGetLastExtract()
+    If status = 1 Then
+        apps(i).tvnPlay "!commandline"
+        WScript.Echo "object " & (i + 1) & ": plays in", apps(i).tvnGetLastExtract()
+    Else
+        failed = True
+    End If
 Next
 
 For i = 0 To 2
-    WScript.Echo "object " & (i + 1) & ": tvnExit:", apps(i).tvnExit()
+    status = apps(i).tvnExit()
+    WScript.Echo "object " & (i + 1) & ": tvnExit:", status
+    If status <> 1 Then failed = True
 Next
+If failed Then WScript.Quit 1

@@ -1,4 +1,4 @@
-' Plays one macro and prints every answer.
+' Plays one macro and prints every answer. Ends with exit code 1 when one is no success.
 '
 '     cscript //nologo demo.vbs [COMMAND LINE OF tvnInit]
 
@@ -22,7 +22,9 @@ End If
 WScript.Echo "tvnSet city:", app.tvnSet("city", "New York")
 WScript.Echo "tvnSet nights:", app.tvnSet("nights", "3")
 
-WScript.Echo "tvnPlay:", app.tvnPlay("Hotel Search", 20)
+Dim played
+played = app.tvnPlay("Hotel Search", 20)
+WScript.Echo "tvnPlay:", played
 WScript.Echo "tvnGetLastError: [" & app.tvnGetLastError() & "]"
 WScript.Echo "tvnGetLastExtract: [" & app.tvnGetLastExtract() & "]"
 
@@ -34,4 +36,6 @@ For i = 1 To 100
 Next
 
 WScript.Echo "tvnDisplay:", app.tvnDisplay("Found " & (i - 1) & " pieces.")
-WScript.Echo "tvnExit:", app.tvnExit()
+status = app.tvnExit()
+WScript.Echo "tvnExit:", status
+If played <> 1 Or status <> 1 Then WScript.Quit 1
