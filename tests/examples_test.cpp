@@ -95,11 +95,12 @@ TEST(Examples, EveryLanguagePrintsTheSameAndTellsEachStatusInTheWordsOfTheRefere
     };
     std::set<std::string> sentences;
     for (const auto& [arguments, expected] : cases) {
-        std::string printed[std::size(programs)];
+        std::vector<std::string> printed(std::size(programs));
         std::vector<std::thread> beside;
-        for (std::size_t index = 0; index < std::size(programs); ++index) {
-            beside.emplace_back(
-                [&, index, line = programs[index] + arguments] { printed[index] = Ran(line); });
+        for (const std::string& program : programs) {
+            beside.emplace_back([&target = printed[beside.size()], line = program + arguments] {
+                target = Ran(line);
+            });
         }
         for (std::thread& thread : beside) {
             thread.join();

@@ -137,11 +137,14 @@ void CheckCall(const Method& method, const std::vector<std::string>& arguments,
     for (std::size_t index = 0; index < arguments.size(); ++index) {
         std::smatch named;
         const bool isNamed = std::regex_match(arguments[index], named, kNamed);
+        const auto& all = method.parameters;
+        const auto hasName = [&](const auto& p) {
+            return p.name == named[1];
+        };
         const auto parameter =
-            std::find_if(method.parameters.begin(), method.parameters.end(), [&](const auto& p) {
-                return isNamed ? p.name == named[1] : &p == &method.parameters[0] + index;
-            });
-        ASSERT_NE(parameter, method.parameters.end()) << where << ": " << arguments[index];
+            isNamed ? std::find_if(all.begin(), all.end(), hasName)
+                    : all.begin() + static_cast<std::ptrdiff_t>(std::min(index, all.size()));
+        ASSERT_NE(parameter, all.end()) << where << ": " << arguments[index];
         EXPECT_TRUE(given.insert(parameter->name).second) << where;
         EXPECT_TRUE(Fits(isNamed ? named[3].str() : arguments[index], parameter->type))
             << where << ": " << arguments[index];
