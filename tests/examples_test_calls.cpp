@@ -2,6 +2,7 @@
 // library of the DLL: those in languages that cannot be run here too.
 
 #include <gtest/gtest.h>
+#include <wrl/client.h>
 
 #include <algorithm>
 #include <map>
@@ -12,7 +13,6 @@
 
 #include "Interface.h"
 #include "basicslib/ComString.h"
-#include "comserver/ComPtr.h"
 #include "tests/examples_test.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
@@ -46,11 +46,11 @@ struct Method
 
 std::map<std::string, Method> ReadTypeLibrary()
 {
-    comserver::ComPtr<ITypeLib> library;
-    comserver::ComPtr<ITypeInfo> info;
+    Microsoft::WRL::ComPtr<ITypeLib> library;
+    Microsoft::WRL::ComPtr<ITypeInfo> info;
     const _bstr_t dll((BuildFolder() + "\\talvern.dll").c_str());
-    EXPECT_EQ(LoadTypeLibEx(dll, REGKIND_NONE, library.Receive()), S_OK);
-    EXPECT_EQ(library->GetTypeInfoOfGuid(IID_IApp, info.Receive()), S_OK);
+    EXPECT_EQ(LoadTypeLibEx(dll, REGKIND_NONE, library.GetAddressOf()), S_OK);
+    EXPECT_EQ(library->GetTypeInfoOfGuid(IID_IApp, info.GetAddressOf()), S_OK);
     std::map<std::string, Method> methods;
     FUNCDESC* function = nullptr;
     for (UINT index = 0; info->GetFuncDesc(index, &function) == S_OK; ++index) {
