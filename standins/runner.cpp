@@ -3,7 +3,8 @@
 // and ends them by these keys. Several clients are served at a time.
 //
 // "/limit=N" on its command line makes it answer a start with sInstancesCountLimitReached when N of
-// the processes that it started still run. It runs until it is ended.
+// the processes that it started still run; "/keep=SECONDS" tells how long it knows a process that
+// has ended. It runs until it is ended.
 
 #include <windows.h>
 
@@ -19,11 +20,11 @@
 #include "basicslib/Exceptions.h"
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
+#include "instance/PipeListener.h"
 #include "pipeutils/PipeNames.h"
 #include "process/InstancesMgr.h"
 #include "process/Process.h"
 #include "runner/RunnerProtocol.h"
-#include "standins/PipeListener.h"
 
 namespace
 {
@@ -31,45 +32,76 @@ namespace
 constexpr DWORD kRequestTime = 10000;
 constexpr DWORD kReplyTime = 10000;
 
-/// The processes that the service has named. A key stays valid as long as the service runs, so that
-/// the end of a process can still be asked for after it has come.
+/// The processes that the service has named. A key is unique over all runs of the service, so that
+/// nobody ends a stranger's browser with a key of an earlier run. It stays valid for a while after
+/// its process has ended, because that end is asked for then, and is forgotten after that.
 class KnownProcesses
 {
   public:
+    /// `keepTime` in milliseconds.
+    explicit KnownProcesses(ULONGLONG keepTime) : m_keepTime(keepTime) {}
+
     /// The key of a process, a new one when it has none yet. Ids are used again by the system, so
     /// one that names an ended process does not name this one.
     tvn::ComString KeyOf(const boost::shared_ptr<tvn::IProcess>& process)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        Forget();
         for (const auto& [key, known] : m_processes) {
-            if (known->GetPid() == process->GetPid() && known->WaitForExit(0) == tvn::sTimeout) {
+            if (known.endedAt == 0 && known.process->GetPid() == process->GetPid()) {
                 return tvn::ToComString(key);
             }
         }
-        const std::wstring key = L"process-" + std::to_wstring(m_processes.size() + 1);
-        m_processes[key] = process;
-        return tvn::ToComString(key);
+        const tvn::ComString key = tvn::CreateUuidString();
+        m_processes[std::wstring(tvn::ToView(key))] = {process, 0};
+        return key;
     }
 
-    /// The process of a key, empty for a key that was never given out.
+    /// The process of a key, empty for one that was never given out or is forgotten.
     boost::shared_ptr<tvn::IProcess> Find(const tvn::ComString& key)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        Forget();
         const auto found = m_processes.find(std::wstring(tvn::ToView(key)));
-        return found == m_processes.end() ? boost::shared_ptr<tvn::IProcess>() : found->second;
+        return found == m_processes.end() ? boost::shared_ptr<tvn::IProcess>()
+                                          : found->second.process;
     }
 
   private:
+    struct Known
+    {
+        boost::shared_ptr<tvn::IProcess> process;
+        ULONGLONG endedAt;  ///< when its end was first noticed, 0 while it runs
+    };
+
+    void Forget()
+    {
+        const ULONGLONG now = GetTickCount64();
+        for (auto at = m_processes.begin(); at != m_processes.end();) {
+            Known& known = at->second;
+            if (known.endedAt == 0 && known.process->WaitForExit(0) == tvn::sOk) {
+                known.endedAt = now;
+            }
+            const bool over = known.endedAt != 0 && now - known.endedAt > m_keepTime;
+            at = over ? m_processes.erase(at) : std::next(at);
+        }
+    }
+
+    ULONGLONG m_keepTime;
     std::mutex m_mutex;
-    std::map<std::wstring, boost::shared_ptr<tvn::IProcess>> m_processes;
+    std::map<std::wstring, Known> m_processes;
 };
 
 class RunnerService
 {
   public:
-    explicit RunnerService(std::size_t limit)
+    /// Whoever reaches the pipe starts programs under this account, so it is open to this account
+    /// only; a service for others names them in a descriptor of its own.
+    RunnerService(std::size_t limit, ULONGLONG keepTime)
         : m_limit(limit),
+          m_processes(keepTime),
           m_listener(static_cast<const char*>(tvn::RunnerPipeName()),
+                     instance::PipeAccess::kOwnAccount,
                      [this](const boost::shared_ptr<tvn::Handle>& pipe) { Serve(pipe->Get()); })
     {}
 
@@ -184,25 +216,26 @@ class RunnerService
     std::mutex m_startMutex;
     std::vector<boost::shared_ptr<tvn::IProcess>> m_started;
     KnownProcesses m_processes;
-    standins::PipeListener m_listener;
+    instance::PipeListener m_listener;
 };
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    constexpr const char* kLimit = "/limit=";
-    std::size_t limit = 100;
+    std::map<std::string, unsigned long> options = {{"/limit", 100}, {"/keep", 600}};
     for (int index = 1; index < argc; ++index) {
         const std::string argument = argv[index];
-        if (argument.rfind(kLimit, 0) != 0) {
-            std::fprintf(stderr, "runner: unknown argument '%s'; only %sN is known\n", argv[index],
-                         kLimit);
+        const std::size_t sign = std::min(argument.find('='), argument.size());
+        const auto option = options.find(argument.substr(0, sign));
+        if (option == options.end() || sign == argument.size()) {
+            std::fprintf(stderr, "runner: unknown argument '%s'; /limit=N and /keep=SECONDS are\n",
+                         argv[index]);
             return 2;
         }
-        limit = std::strtoul(argument.c_str() + std::string(kLimit).size(), nullptr, 10);
+        option->second = std::strtoul(argument.c_str() + sign + 1, nullptr, 10);
     }
-    RunnerService service(limit);
+    RunnerService service(options["/limit"], options["/keep"] * 1000ULL);
     if (!service.Start()) {
         std::fprintf(stderr, "runner: the runner's pipe cannot be made; does another one run?\n");
         return 1;

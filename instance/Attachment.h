@@ -1,0 +1,44 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+
+namespace instance
+{
+
+/// Whom an instance belongs to: at most one client. One that was started by a scripting object is
+/// reserved for that object until it has attached; when the client's connection ends, the instance
+/// is free for anybody. A client is named by any pointer. Used by several threads.
+class Attachment
+{
+  public:
+    /// An empty `creatorUuid` reserves the instance for nobody.
+    explicit Attachment(std::wstring creatorUuid);
+
+    /// Holds the instance for `client` while it decides. False when it belongs to another client or
+    /// is reserved for somebody else.
+    bool Take(const void* client, const std::wstring& creatorUuid);
+
+    /// The instance has accepted the client that took it, and is reserved no more.
+    void Accept(const void* client);
+
+    /// The instance has refused the client, or the client's connection has ended.
+    void Release(const void* client);
+
+    /// Whether the instance has accepted `client`.
+    bool BelongsTo(const void* client) const;
+
+    /// Whether it has accepted anybody.
+    bool IsTaken() const;
+
+    /// Whether its creator has not attached yet.
+    bool IsReserved() const;
+
+  private:
+    mutable std::mutex m_mutex;
+    const void* m_client = nullptr;
+    bool m_accepted = false;
+    std::wstring m_reservedFor;
+};
+
+}  // namespace instance

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <windows.h>
+
+#include <boost/shared_ptr.hpp>
+#include <string>
+
+#include "instance/Attachment.h"
+#include "instance/Connection.h"
+#include "instance/ICommands.h"
+#include "instance/InstanceArguments.h"
+#include "instance/PipeListener.h"
+
+namespace instance
+{
+
+/// Serves the command pipe of one instance: takes the commands of any number of clients, attaches
+/// at most one of them, and hands that one's commands on. Whatever comes from a client that is not
+/// attached, and whatever is not known, is answered with a failure.
+class CommandService
+{
+  public:
+    /// `window` names the pipe. `commands` must live as long as the process.
+    CommandService(HWND window, const InstanceArguments& arguments, ICommands& commands);
+
+    /// Makes the pipe and begins to serve it. False when it cannot be made. The object must then
+    /// live as long as the process.
+    bool Start();
+
+    /// Whether the creator of the instance has not attached yet.
+    bool IsReserved() const { return m_attachment.IsReserved(); }
+
+  private:
+    void Serve(const boost::shared_ptr<tvn::Handle>& pipe);
+    void ReadCommands(const boost::shared_ptr<Connection>& connection);
+    void Attach(const std::wstring& creatorUuid, const Answer& answer);
+    void Run(const std::wstring& command, const std::wstring& argument, const Answer& answer);
+
+    ICommands& m_commands;
+    Attachment m_attachment;
+    PipeListener m_listener;
+};
+
+}  // namespace instance

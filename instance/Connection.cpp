@@ -1,0 +1,104 @@
+#include "instance/Connection.h"
+
+#include <chrono>
+#include <utility>
+
+#include "basicslib/ComString.h"
+#include "basicslib/Exceptions.h"
+#include "basicslib/Log.h"
+#include "instance/RunApart.h"
+#include "pipeutils/BaseProtocol.h"
+#include "pipeutils/Serializer.h"
+
+namespace instance
+{
+namespace
+{
+
+constexpr DWORD kReplyTime = 10000;
+constexpr std::size_t kMostQueued = 64;
+
+}  // namespace
+
+Connection::Connection(boost::shared_ptr<tvn::Handle> pipe)
+    : m_pipe(std::move(pipe)),
+      m_closing(tvn::ShareHandle(CreateEventA(nullptr, TRUE, FALSE, nullptr)))
+{
+    if (!m_closing->IsValid()) {
+        throw tvn::Win32Exception(GetLastError(), __FILE__, __LINE__);
+    }
+}
+
+bool Connection::Start()
+{
+    return RunApart([self = shared_from_this()] { self->WriteQueued(); });
+}
+
+void Connection::Reply(unsigned int id, int status, const std::wstring& text)
+{
+    tvn::Serializer message;
+    message.AddUInt(id);
+    message.AddInt(status);
+    message.AddString(tvn::ToComString(text));
+    message.Serialize();
+    Send(message.GetBuffer(), message.GetSize());
+}
+
+void Connection::Send(const tvn::MessageBuffer& bytes, DWORD size)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_closed) {
+        m_queue.push_back({bytes, size});
+        m_changed.notify_all();
+    }
+}
+
+bool Connection::WaitForRoom()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_closed || m_queue.size() < kMostQueued; });
+    return !m_closed;
+}
+
+void Connection::Flush(DWORD timeout)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_for(lock, std::chrono::milliseconds(timeout),
+                       [this] { return m_closed || (m_queue.empty() && !m_writing); });
+}
+
+void Connection::Close()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_closed = true;
+    m_queue.clear();
+    SetEvent(m_closing->Get());
+    m_changed.notify_all();
+}
+
+void Connection::WriteQueued()
+{
+    tvn::BaseProtocol protocol(Pipe(), Closing());
+    std::unique_lock<std::mutex> lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_closed || !m_queue.empty(); });
+        if (m_closed) {
+            return;
+        }
+        const Message message = std::move(m_queue.front());
+        m_queue.pop_front();
+        m_writing = true;
+        lock.unlock();
+        try {
+            protocol.WritePipe(message.bytes.get(), message.size, kReplyTime);
+        } catch (const tvn::BaseException& exception) {
+            tvn::LogDebug("A reply was not taken. %s",
+                          static_cast<const char*>(exception.GetDescription()));
+        }
+        lock.lock();
+        m_writing = false;
+        m_changed.notify_all();
+    }
+}
+
+}  // namespace instance

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <windows.h>
+
+#include <boost/enable_shared_from_this.hpp>
+#include <boost/shared_ptr.hpp>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <string>
+
+#include "basicslib/Handle.h"
+#include "pipeutils/MessageBuffer.h"
+
+namespace instance
+{
+
+/// One client's end of the command pipe. Replies are queued and written by a thread of their own,
+/// so that reading the next command never waits for a client that does not read: both would wait
+/// for each other. Used by several threads.
+class Connection : public boost::enable_shared_from_this<Connection>
+{
+  public:
+    /// `pipe` is connected and was opened for overlapped I/O. Throws when there is no event.
+    explicit Connection(boost::shared_ptr<tvn::Handle> pipe);
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    /// Starts the writing thread. False when there is none; call it once.
+    bool Start();
+
+    /// For the one thread that reads commands. Signalled when the connection is to end.
+    HANDLE Pipe() const { return m_pipe->Get(); }
+    HANDLE Closing() const { return m_closing->Get(); }
+
+    /// Queues the reply to the command with this id. One that the client does not take within some
+    /// seconds is dropped: it has given the command up and reads nothing at present.
+    void Reply(unsigned int id, int status, const std::wstring& text);
+
+    /// Queues one message of `size` bytes, whatever they are.
+    void Send(const tvn::MessageBuffer& bytes, DWORD size);
+
+    /// Waits until fewer replies are queued than a client that reads none may have. False when the
+    /// connection ends.
+    bool WaitForRoom();
+
+    /// Waits up to `timeout` milliseconds until everything queued was written or dropped.
+    void Flush(DWORD timeout);
+
+    /// Ends the connection, with what is still queued. Its pipe is closed with the last pointer.
+    void Close();
+
+  private:
+    struct Message
+    {
+        tvn::MessageBuffer bytes;
+        DWORD size;
+    };
+
+    void WriteQueued();
+
+    boost::shared_ptr<tvn::Handle> m_pipe;
+    boost::shared_ptr<tvn::Handle> m_closing;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<Message> m_queue;
+    bool m_writing = false;
+    bool m_closed = false;
+};
+
+}  // namespace instance

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+namespace instance
+{
+
+/// What the one who starts an instance tells it, on the command line of the own browser
+/// ("/pipeUuid=...") or in the start page's URL of another one ("&pipeUuid=...").
+struct InstanceArguments
+{
+    /// A script's own text comes first and may hold look-alikes: the last of each name counts.
+    explicit InstanceArguments(const std::wstring& commandLine);
+
+    std::wstring pipeUuid;      ///< names the callback pipe, empty when nobody waits
+    std::wstring creatorUuid;   ///< who the instance is reserved for, empty for nobody
+    bool authorizeAll = false;  ///< other accounts may use the instance
+};
+
+}  // namespace instance
