@@ -1,5 +1,6 @@
 #include "instance/PipeListener.h"
 
+#include <deque>
 #include <utility>
 
 #include "basicslib/Log.h"
@@ -13,6 +14,7 @@ namespace
 constexpr DWORD kBufferSize = 1024;
 constexpr DWORD kDefaultTimeout = 5000;
 constexpr DWORD kPause = 100;
+constexpr std::size_t kEnds = 4;
 
 }  // namespace
 
@@ -22,6 +24,12 @@ PipeListener::PipeListener(std::string name, PipeAccess access, Session session)
 
 bool PipeListener::Start()
 {
+    // Not every system that runs this heeds the flag of the first end, so the name is looked for
+    // too; between this look and the end, only the flag helps.
+    if (WaitNamedPipeA(m_name.c_str(), 1) || GetLastError() != ERROR_FILE_NOT_FOUND) {
+        tvn::LogError("%s is served already", m_name.c_str());
+        return false;
+    }
     auto first = NewEnd(End::kFirst);
     if (!first->IsValid()) {
         return false;
@@ -55,19 +63,23 @@ boost::shared_ptr<tvn::Handle> PipeListener::NewEnd(End end) const
     return tvn::ShareHandle(pipe);
 }
 
-void PipeListener::Listen(boost::shared_ptr<tvn::Handle> pipe) const
+void PipeListener::Listen(boost::shared_ptr<tvn::Handle> first) const
 {
-    // One end more than there are clients: one of them may come the moment another is connected.
-    auto spare = NewEnd(End::kFurther);
+    // A client finds an end that nobody waits on yet, but one that comes when there is none goes
+    // away: several may come the moment another is connected.
+    std::deque<boost::shared_ptr<tvn::Handle>> ends = {std::move(first)};
     for (;;) {
+        while (ends.size() < kEnds) {
+            ends.push_back(NewEnd(End::kFurther));
+        }
+        const auto pipe = std::move(ends.front());
+        ends.pop_front();
         DWORD error = 0;
         if (!pipe->IsValid()) {
             Sleep(kPause);  // the system has none to give at present
         } else if (ConnectPipe(pipe->Get(), INFINITE, nullptr, error)) {
-            RunApart([this, client = std::move(pipe)] { m_session(client); });
+            RunApart([this, pipe] { m_session(pipe); });
         }
-        pipe = std::move(spare);
-        spare = NewEnd(End::kFurther);
     }
 }
 

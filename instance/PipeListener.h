@@ -39,7 +39,7 @@ class PipeListener : private tvn::PipeServerBase
     enum class End { kFirst, kFurther };
 
     boost::shared_ptr<tvn::Handle> NewEnd(End end) const;
-    void Listen(boost::shared_ptr<tvn::Handle> pipe) const;
+    void Listen(boost::shared_ptr<tvn::Handle> first) const;
 
     std::string m_name;
     PipeAccess m_access;

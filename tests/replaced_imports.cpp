@@ -19,8 +19,10 @@ static const char* Described(const SECURITY_ATTRIBUTES* security)
     ACL* list = nullptr;
     GetSecurityDescriptorDacl(security->lpSecurityDescriptor, &present, &list, &defaulted);
     const bool isNull = present && list == nullptr && !defaulted;
-    const bool complete = security->nLength == sizeof *security && security->bInheritHandle;
-    return isNull && complete ? "inheritable, null list" : "other";
+    if (!isNull || security->nLength != sizeof *security) {
+        return "other";
+    }
+    return security->bInheritHandle ? "inheritable, null list" : "null list";
 }
 
 static const bool g_replaced = [] {
