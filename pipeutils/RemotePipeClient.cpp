@@ -20,7 +20,7 @@ boost::shared_ptr<Handle> RemotePipeClient::OpenPipe(const char* name)
     HANDLE opened = CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                                 FILE_FLAG_OVERLAPPED, nullptr);
     const DWORD error = GetLastError();
-    const boost::shared_ptr<Handle> pipe = ShareHandle(opened);
+    boost::shared_ptr<Handle> pipe = ShareHandle(opened);
     if (!pipe->IsValid()) {
         LogDebug("[RemotePipeClient::OpenPipe] CreateFile failed with code 0x%08X",
                  static_cast<unsigned int>(error));
