@@ -13,8 +13,10 @@ build=$root/build
 # Boost, GoogleTest and Catch are headers or sources that are compiled for Windows here.
 build_packages=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 mingw-w64-tools
     libwine libwine-dev wine64 wine libboost-dev libcli11-dev googletest)
-lint_packages=(clang clang-format clang-tidy shellcheck)
+lint_packages=(clang clang-format clang-tidy shellcheck codespell)
+coverage_packages=(gcovr)
 bench_packages=(catch2)
+package_packages=(wixl msitools zip unzip pandoc python3-minimal nlohmann-json3-dev)
 
 say() { printf '==> %s\n' "$*"; }
 

@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+#
+# Makes the installer and the archive out of a folder that was laid out. To be sourced after
+# tools/setup.sh.
+: "${root:?tools/setup.sh comes first}" "${build:?}"
+
+# A name in the form that the installer wants, made from a text: the same text gives the same one.
+guid_of() { # text
+    local hash
+    hash=$(printf '%s' "$1" | sha256sum | tr '[:lower:]' '[:upper:]')
+    printf '%s-%s-5%s-8%s-%s\n' "${hash:0:8}" "${hash:8:4}" "${hash:13:3}" "${hash:17:3}" \
+        "${hash:20:12}"
+}
+
+# What is in a folder, by names and bytes.
+fingerprint() { # folder
+    (cd "$1" && find . -type f -print0 | LC_ALL=C sort -z | xargs -0 sha256sum | sha256sum)
+}
+
+# The names that were made up by chance for the folders become numbers.
+number_folders() { # file
+    local name names number=0
+    mapfile -t names < <(grep -oE 'dir[0-9A-F]{32}' "$1" | awk '!seen[$0]++')
+    for name in "${names[@]}"; do
+        sed -i "s/$name/folder$((++number))/g" "$1"
+    done
+}
+
+make_msi() { # folder, file
+    local stage=${1#"$root/"} # wixl takes no absolute names
+    local product action type folders=$build/package/folders.wxs log=$build/package/wixl.log
+    # Two packages are two products to the installer, unless they are the same.
+    product=$(guid_of "$(fingerprint "$1")$(sha256sum packaging/talvern.wxs)")
+    # The compiler takes files by their names from here only, and no wildcards.
+    find "$stage" -mindepth 2 -type f | LC_ALL=C sort |
+        wixl-heat --prefix "$stage/" --var var.Stage --directory-ref INSTALLDIR \
+            --component-group Folders --win64 >"$folders"
+    number_folders "$folders"
+    rm -f "$2"
+    # Not every error that it tells of makes it fail.
+    if ! wixl --arch x64 -D Version="${1##*-}" -D ProductCode="$product" -D Stage="$stage" \
+        -D Packaging=packaging -D Win64=yes \
+        -o "$2" packaging/talvern.wxs "$folders" >"$log" 2>&1 || [ -s "$log" ]; then
+        fail "wixl cannot make the package; see build/package/wixl.log"
+    fi
+    # A rollback's action is a deferred one that is skipped until then.
+    for action in TakeRegistrationBack TakeUnregistrationBack; do
+        type=$(msiinfo export "$2" CustomAction | tr -d '\r' | awk -v "name=$action" '$1 == name { print $2 }')
+        msibuild "$2" -q "UPDATE \`CustomAction\` SET \`Type\` = $((type | 256)) WHERE \`Action\` = '$action'" ||
+            fail "the action $action cannot be kept for a rollback"
+    done
+    packaging/summary.py "$2" "{$(guid_of "package $product")}" "$SOURCE_DATE_EPOCH" ||
+        fail "the package cannot be given its code and time"
+}
+
+make_zip() { # folder, file
+    rm -f "$2"
+    (cd "$(dirname "$1")" && find "$(basename "$1")" -type f | LC_ALL=C sort |
+        zip -q -X -9 "$2" -@) || fail "the archive cannot be made"
+}

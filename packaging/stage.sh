@@ -1,0 +1,93 @@
+#!/usr/bin/env bash
+#
+# Lays out what a person gets, for the installer and for the archive alike. To be sourced after
+# tools/setup.sh.
+: "${root:?tools/setup.sh comes first}" "${build:?}"
+
+stage_programs() { # folder
+    local release=$build/release
+    cp "$release/talvern.dll" "$release/tvntrace/tvntrace.exe" "$1"
+    mkdir "$1/include"
+    cp "$release"/Interface/generated/Interface{.h,_i.c,.tlb} Interface/Interface.idl "$1/include"
+    if [ -d "$release/browser" ]; then
+        mkdir "$1/browser"
+        cp -r "$release/browser/talvern.exe" "$release/browser/Macros" "$1/browser"
+    fi
+    cp packaging/register.cmd packaging/unregister.cmd "$1"
+}
+
+# Whose code is linked into the programs: the compiler's runtime library, the platform's threads and
+# start-up code, and the libraries that are headers.
+notice_packages() {
+    local compiler=x86_64-w64-mingw32-g++-posix file
+    for file in "$($compiler -print-file-name=libstdc++.a)" \
+        "$($compiler -print-file-name=libwinpthread.a)" \
+        /usr/include/boost/shared_ptr.hpp /usr/include/CLI/CLI.hpp /usr/include/nlohmann/json.hpp; do
+        dpkg -S "$(realpath "$file")" | sed 's/:.*//' ||
+            fail "no package holds $file, so its notice cannot be found"
+    done
+}
+
+stage_notices() { # file
+    local package
+    {
+        echo "What others wrote of the programs here, and on which terms it is used."
+        for package in $(notice_packages); do
+            printf '\n======== %s %s\n\n' "$package" \
+                "$(dpkg-query -W -f='${Version}' "$package")"
+            cat "/usr/share/doc/$package/copyright"
+        done
+    } >"$1"
+}
+
+stage_examples() { # folder
+    find examples -type f ! -name CMakeLists.txt ! -name '*.md' -print0 |
+        xargs -0 cp --parents -t "$1"
+}
+
+# The documents as pages, beside the pictures that they show.
+stage_documents() { # folder
+    local document documents page
+    mapfile -t documents < <(find README.md CHANGELOG.md docs examples -name '*.md' 2>/dev/null |
+        LC_ALL=C sort)
+    find docs -name '*.svg' -exec cp --parents -t "$1" {} +
+    for document in "${documents[@]}"; do
+        page=$1/${document%.md}.html
+        mkdir -p "$(dirname "$page")"
+        DOCUMENTS="${documents[*]}" HERE=$(dirname "$document") STAGE=$1 \
+            pandoc --from gfm --to html5 --standalone --lua-filter packaging/links.lua \
+            --metadata "pagetitle=$(sed -n 's/^# //p' "$document" | head -1)" \
+            --output "$page" "$document" || fail "$document cannot be made a page"
+    done
+}
+
+# Every link of the pages has to lead somewhere.
+check_links() { # folder
+    local page link path anchor broken=()
+    while IFS=: read -r page link; do
+        path=${link%%#*} anchor=
+        [ "$path" = "$link" ] || anchor=${link#*#}
+        path=${path:+$(dirname "$page")/$path}
+        path=${path:-$page}
+        if [ ! -e "$path" ]; then
+            broken+=("${page#"$1/"}: $link")
+        elif [ -n "$anchor" ] && ! grep -qF "id=\"$anchor\"" "$path"; then
+            broken+=("${page#"$1/"}: $link")
+        fi
+    done < <(find "$1" -name '*.html' -print0 | xargs -0 grep -oHE '(href|src)="[^"]+"' |
+        sed -E 's/:(href|src)="([^"]*)"$/:\2/' | grep -vE ':[a-z]+:')
+    [ ${#broken[@]} -eq 0 ] || fail "links in the pages lead nowhere:"$'\n'"$(printf '%s\n' "${broken[@]}")"
+}
+
+# The same sources give the same names, times (SOURCE_DATE_EPOCH) and permissions.
+stage() { # folder
+    rm -rf "$1"
+    mkdir -p "$1"
+    stage_programs "$1"
+    stage_notices "$1/NOTICES.txt"
+    stage_examples "$1"
+    stage_documents "$1"
+    check_links "$1"
+    find "$1" -type f -exec chmod 644 {} + -o -type d -exec chmod 755 {} +
+    find "$1" -exec touch -d "@$SOURCE_DATE_EPOCH" {} +
+}
