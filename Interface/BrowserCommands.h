@@ -37,7 +37,8 @@ void ParseCommandLine(const ComString& text, InitOptions& options);
 /// The executable's file name, by which running instances are found.
 ComString BrowserExeName(BrowserKind kind);
 
-/// The program to start, from the registry; what is not installed gives a path that leads nowhere.
+/// The program to start, from the registry; of a browser that is not installed it is a path that
+/// leads nowhere.
 ComString BrowserPath(const InitOptions& options);
 
 /// The arguments with which the program is started. `args` is the caller's own command line behind

@@ -21,7 +21,7 @@ ComString ToComString(std::wstring_view text);
 ComString ToComString(std::string_view text);
 
 /// Takes a BSTR over, which is freed also when this throws: `_com_error` with E_OUTOFMEMORY for a
-/// null one, which the platform gives when there is no memory, and std::bad_alloc.
+/// null one, which the platform returns when there is no memory, and std::bad_alloc.
 ComString TakeBstr(BSTR bstr);
 
 /// The characters of `text`, valid as long as `text` holds them. Never fails.

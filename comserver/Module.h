@@ -18,7 +18,8 @@ struct ClassEntry
 {
     const CLSID& clsid;
 
-    /// Makes an object, aggregated by `outer` when that is not null, and gives its interface `iid`.
+    /// Makes an object, aggregated by `outer` when that is not null, and returns its interface
+    /// `iid`.
     HRESULT (*create)(Module& module, IUnknown* outer, REFIID iid, void** object);
 };
 
@@ -62,7 +63,7 @@ class Module
     /// loaded all the same, see `GetClassObject`.
     HRESULT CanUnloadNow() const noexcept;
 
-    /// Gives the interface `iid` of the class factory of `clsid`, or CLASS_E_CLASSNOTAVAILABLE.
+    /// Returns the interface `iid` of the class factory of `clsid`, or CLASS_E_CLASSNOTAVAILABLE.
     ///
     /// The first success keeps the server in the process for good: the C++ runtime inside it gives
     /// back neither its memory for exceptions nor its thread-local index when it is unloaded, so a
@@ -70,15 +71,15 @@ class Module
     HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** object) noexcept;
 
     /// Applies the registry script (resource "REGISTRY", 101) and registers the embedded type
-    /// library for all users. Stops at the first failure and gives its HRESULT.
+    /// library for all users. Stops at the first failure and returns its HRESULT.
     HRESULT RegisterServer() noexcept;
 
     /// Takes back what `RegisterServer` has done; what is not there is no failure. Goes on after a
-    /// failure and gives the first one's HRESULT.
+    /// failure and returns the first one's HRESULT.
     HRESULT UnregisterServer() noexcept;
 
-    /// Gives the type information of the dual interface, referenced for the caller. It is read from
-    /// the embedded library on first need and kept until `Term`.
+    /// Returns the type information of the dual interface, referenced for the caller. It is read
+    /// from the embedded library on first need and kept until `Term`.
     HRESULT GetTypeInfo(ITypeInfo** typeInfo) noexcept;
 
   private:

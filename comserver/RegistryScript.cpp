@@ -21,7 +21,7 @@ LSTATUS DeleteKey(HKEY parent, const std::wstring& name)
 
 }  // namespace
 
-/// Reads a script from the front. Every operation gives false, or nothing, for a script that is not
+/// Reads a script from the front. Every operation returns false, or takes nothing, for a script that is not
 /// well-formed.
 class RegistryScript::Parser
 {

@@ -21,8 +21,8 @@ namespace comserver
 /// Names and texts may stand in single quotes, with '' for a quote inside. %MODULE% in a text is
 /// replaced by the module's path. Everything goes under the given root, which stands for the HKCR
 /// of the script, is borrowed and outlives this object. The operations return an HRESULT and throw
-/// only std::bad_alloc; a script that cannot be read gives E_INVALIDARG before anything is touched.
-/// Used by one thread.
+/// only std::bad_alloc; a script that cannot be read returns E_INVALIDARG before anything is
+/// touched. Used by one thread.
 class RegistryScript
 {
   public:

@@ -30,10 +30,11 @@ class CommandClient : private RemotePipeClient
                   bool waitForPipe);
 
     /// Sends one command and waits for its reply, `timeout` milliseconds (INFINITE: no limit) in
-    /// all, a wait for an earlier command that is still under way included. Gives the reply to this
-    /// very command, or a status without a text: `sTimeout` when no reply came in time, `sFail` on
-    /// any pipe failure and when a command already runs on this client (called from a message that
-    /// its wait dispatches). Throws only what is not a pipe failure: a failed wait, or no memory.
+    /// all, a wait for an earlier command that is still under way included. Returns the reply to
+    /// this very command, or a status without a text: `sTimeout` when no reply came in time,
+    /// `sFail` on any pipe failure and when a command already runs on this client (called from a
+    /// message that its wait dispatches). Throws only what is not a pipe failure: a failed wait, or
+    /// no memory.
     CommandReply Execute(DWORD timeout, const wchar_t* command, std::wstring_view arguments);
 
   private:

@@ -21,7 +21,7 @@ class CommandsProtocol : public BaseProtocol
     static Serializer NewCommand(unsigned int id, std::wstring_view command,
                                  std::wstring_view arguments);
 
-    /// Client side: reads exactly one reply and gives its id.
+    /// Client side: reads exactly one reply and returns its id.
     unsigned int ReadReply(CommandReply& reply, DWORD timeout);
 
     /// Client side: reads replies until one carries `expectedId` and drops the others, which are

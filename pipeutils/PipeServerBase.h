@@ -17,9 +17,9 @@ class PipeServerBase
     virtual ~PipeServerBase() = default;
 
   protected:
-    /// Makes one server end of the pipe `name` and gives it to the caller, or INVALID_HANDLE_VALUE.
-    /// With `allowAllToAccessPipe` any account may open the pipe; the handle is then inheritable.
-    /// `error` receives the last error of the last system call, also after success.
+    /// Makes one server end of the pipe `name`, which the caller owns. INVALID_HANDLE_VALUE on
+    /// failure. With `allowAllToAccessPipe` any account may open the pipe; the handle is then
+    /// inheritable. `error` receives the last error of the last system call, also after success.
     static HANDLE CreatePipe(const char* name, BOOL allowAllToAccessPipe, DWORD& error);
 
     /// Starts waiting for a client on `hPipe` with a block made for it. True when a client is there

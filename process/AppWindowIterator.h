@@ -25,7 +25,7 @@ class CAppWindowIterator
     CAppWindowIterator(const CAppWindowIterator&) = delete;
     CAppWindowIterator& operator=(const CAppWindowIterator&) = delete;
 
-    /// Searches, and gives the first match, or null.
+    /// Searches. Returns the first match, or null.
     HWND First();
 
     /// The next match, null at the end.

@@ -16,7 +16,7 @@ class IInstancesMgr
 {
   public:
     /// Empties `instances` and fills it, in discovery order, with the instances whose executable
-    /// has the file name `processName`. Gives a status code: `sOk` when the search ran, also when
+    /// has the file name `processName`. Returns a status code: `sOk` when the search ran, also when
     /// it found nothing. `timeoutMs` in milliseconds, INFINITE for no limit.
     virtual int GetInstancesByName(std::vector<boost::shared_ptr<Instance>>& instances,
                                    ComString processName, DWORD timeoutMs) = 0;

@@ -11,7 +11,7 @@ namespace tvn
 class InstancesMgr : public IInstancesMgr
 {
   public:
-    /// Always gives `sOk`; takes as long as the search does and does not use `timeoutMs`.
+    /// Always returns `sOk`; takes as long as the search does and does not use `timeoutMs`.
     int GetInstancesByName(std::vector<boost::shared_ptr<Instance>>& instances,
                            ComString processName, DWORD timeoutMs) override;
     virtual ~InstancesMgr() = default;

@@ -22,7 +22,7 @@ class CWindowIterator
     CWindowIterator(const CWindowIterator&) = delete;
     CWindowIterator& operator=(const CWindowIterator&) = delete;
 
-    /// Takes the snapshot and gives its first window, or null.
+    /// Takes the snapshot. Returns its first window, or null.
     HWND First();
 
     /// The next window of the snapshot, null at its end.

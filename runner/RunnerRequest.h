@@ -29,7 +29,7 @@ class RunnerRequest
     /// Connects, trying again for up to `timeoutMs` milliseconds.
     void Open(DWORD timeoutMs);
 
-    /// Sends `request` and gives the answer, or an empty pointer when the answer is not of the type
+    /// Sends `request`. Returns the answer, or an empty pointer when the answer is not of the type
     /// that belongs to the request. Both together take up to `timeoutMs` milliseconds (INFINITE: no
     /// limit); when the request is taken at once, the answer gets all of them.
     template <class Reply>
