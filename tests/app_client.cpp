@@ -1,5 +1,8 @@
 #include "tests/app_client.h"
 
+#include <gtest/gtest.h>
+#include <wrl/client.h>
+
 #include "Interface/ServerModule.h"
 
 namespace tvn::tests
@@ -13,14 +16,19 @@ VARIANT Referring(VARIANT& value)
     return reference;
 }
 
-AppClient::AppClient()
+/// From the code under test itself, which is linked into this program, and not from what is
+/// registered.
+static IApp* NewApp()
 {
     Microsoft::WRL::ComPtr<IClassFactory> factory;
     void** const out = reinterpret_cast<void**>(factory.GetAddressOf());
     EXPECT_EQ(g_module.GetClassObject(CLSID_App, IID_IClassFactory, out), S_OK);
-    void** const app = reinterpret_cast<void**>(m_app.GetAddressOf());
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IApp, app), S_OK);
+    void* app = nullptr;
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IApp, &app), S_OK);
+    return static_cast<IApp*>(app);
 }
+
+AppClient::AppClient() : Client(NewApp()) {}
 
 std::string AppClient::Texts()
 {

@@ -1,15 +1,14 @@
 // The scripting object as a compiled client sees it.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <wrl/client.h>
+#include <windows.h>
 
 #include <string>
 #include <string_view>
 
 #include "Interface/App.h"
 #include "basicslib/ComString.h"
-#include "tests/texts.h"
+#include "examples/cpp/TalvernClient.h"
 
 namespace tvn::tests
 {
@@ -17,20 +16,17 @@ namespace tvn::tests
 /// A script's variable that holds `value`, as it arrives.
 VARIANT Referring(VARIANT& value);
 
-/// Called through its virtual table. Every call checks that the HRESULT is S_OK.
-class AppClient
+/// The example's client, with narrow texts and the time-outs of tests.
+class AppClient : public talvern::Client
 {
   public:
     AppClient();
-    IApp* Get() const { return m_app.Get(); }
-    void Release() { m_app.Detach()->Release(); }
 
     int Init(const VARIANT& line = LeftOut(), bool openNew = true, LONG time = 20,
              const VARIANT& user = LeftOut(), const VARIANT& password = LeftOut(),
              const VARIANT& domain = LeftOut())
     {
-        const VARIANT_BOOL start = openNew ? VARIANT_TRUE : VARIANT_FALSE;
-        return Run(&IApp::tvnInit, line, start, user, password, domain, time);
+        return Client::Init(line, openNew, time, user, password, domain);
     }
     int Init(const char* line, bool openNew = true, LONG time = 20)
     {
@@ -38,13 +34,15 @@ class AppClient
     }
     int Play(std::string_view text, LONG time = 20)
     {
-        return Run(&IApp::tvnPlay, ToComString(text), time);
+        return Client::Play(ToView(ToComString(text)), time);
     }
-    int Display(const char* text) { return Run(&IApp::tvnDisplay, _bstr_t(text), 10); }
-    int Exit(LONG time = 10) { return Run(&IApp::tvnExit, time); }
-    int Set(const _bstr_t& name, const _bstr_t& value) { return Run(&IApp::tvnSet, name, value); }
-    std::string Error() { return Text(&IApp::tvnGetLastError); }
-    std::string Extract(const VARIANT& i = LeftOut()) { return Text(&IApp::tvnGetLastExtract, i); }
+    int Display(const char* text) { return Client::Display(ToView(_bstr_t(text))); }
+    int Set(const _bstr_t& name, const _bstr_t& value)
+    {
+        return Client::Set(ToView(name), ToView(value));
+    }
+    std::string Error() { return ToNarrow(LastError()); }
+    std::string Extract(const VARIANT& i = LeftOut()) { return ToNarrow(LastExtract(i)); }
 
     /// "ERROR|EXTRACT|PIECE|PIECE..." as the object has them.
     std::string Texts();
@@ -58,25 +56,6 @@ class AppClient
 
     /// The form in which an argument that a late-bound caller leaves out arrives.
     static _variant_t LeftOut() { return {DISP_E_PARAMNOTFOUND, VT_ERROR}; }
-
-  private:
-    template <class Method, class... Arguments>
-    int Run(Method method, const Arguments&... arguments)
-    {
-        int status = 12345;
-        EXPECT_EQ((Get()->*method)(arguments..., reinterpret_cast<Status*>(&status)), S_OK);
-        return status;
-    }
-    template <class Method, class... Arguments>
-    std::string Text(Method method, const Arguments&... arguments)
-    {
-        BSTR value = nullptr;
-        EXPECT_EQ((Get()->*method)(arguments..., &value), S_OK);
-        EXPECT_NE(value, nullptr);
-        return Narrow(ComString(value, false));
-    }
-
-    Microsoft::WRL::ComPtr<IApp> m_app;
 };
 
 }  // namespace tvn::tests

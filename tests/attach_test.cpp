@@ -10,6 +10,7 @@
 #include "tests/moments.h"
 #include "tests/replaced_imports.h"
 #include "tests/surroundings.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {

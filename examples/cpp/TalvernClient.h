@@ -25,10 +25,10 @@ class ComError : public std::runtime_error
 
     HRESULT Result() const noexcept { return m_result; }
 
-    /// Throws when `result` is a failure.
+    /// Throws when `result` is not S_OK.
     static void Check(HRESULT result)
     {
-        if (FAILED(result)) {
+        if (result != S_OK) {
             throw ComError(result);
         }
     }
@@ -52,7 +52,8 @@ class Apartment
   public:
     explicit Apartment(DWORD kind = COINIT_APARTMENTTHREADED)
     {
-        ComError::Check(CoInitializeEx(nullptr, kind));
+        const HRESULT result = CoInitializeEx(nullptr, kind);
+        ComError::Check(result == S_FALSE ? S_OK : result);  // S_FALSE: once more
     }
     ~Apartment() { CoUninitialize(); }
     Apartment(const Apartment&) = delete;
@@ -128,10 +129,13 @@ class Client
     /// The same before the end; nothing else may be called any more.
     void Release() noexcept
     {
-        if (IApp* app = std::exchange(m_app, nullptr)) {
+        if (IApp* app = Forget()) {
             app->Release();
         }
     }
+
+    /// Gives the reference to the caller; nothing else may be called any more.
+    IApp* Forget() noexcept { return std::exchange(m_app, nullptr); }
 
     /// Borrowed.
     IApp* Get() const noexcept { return m_app; }
