@@ -96,13 +96,13 @@ static DWORD WINAPI Serve(void* pipe)
             goOn =
                 size >= 8 && TakeText(&at, in + size, name) && TakeText(&at, in + size, argument);
             if (goOn) {
-                /* The reply before this one is being read: its reader writes no more commands. */
+                /* The reply before this one: its client waits for an answer, and so reads. */
                 GetOverlappedResult(pipe, &writing, &size, TRUE);
                 out[2] = (DWORD)Answer(pipe, name, argument, (wchar_t*)(out + 4));
                 out[3] = (DWORD)(2 * wcslen((wchar_t*)(out + 4)));
                 out[0] = 16 + out[3];
                 CopyMemory(out + 1, in + 4, 4);
-                /* Not waited for: a client that writes its next command is not reading yet. */
+                /* Not waited for: whoever has given this command up reads nothing for now. */
                 WriteFile(pipe, out, out[0], NULL, &writing);
                 if (wcscmp(name, L"appEnd") == 0 && out[2] == 1) {
                     PostMessageW(g_window, WM_TIMER, 0, 0); /* ends the process */
