@@ -28,19 +28,19 @@ number_folders() { # file
 
 make_msi() { # folder, file
     local stage=${1#"$root/"} # wixl takes no absolute names
-    local product action type folders=$build/package/folders.wxs log=$build/package/wixl.log
+    local product action type files=$build/package/files.wxs log=$build/package/wixl.log
     # Two packages are two products to the installer, unless they are the same.
     product=$(guid_of "$(fingerprint "$1")$(sha256sum packaging/talvern.wxs)")
     # The compiler takes files by their names from here only, and no wildcards.
-    find "$stage" -mindepth 2 -type f | LC_ALL=C sort |
+    find "$stage" -type f ! -path "$stage/talvern.dll" ! -path "$stage/*register.cmd" | LC_ALL=C sort |
         wixl-heat --prefix "$stage/" --var var.Stage --directory-ref INSTALLDIR \
-            --component-group Folders --win64 >"$folders"
-    number_folders "$folders"
+            --component-group Files --win64 >"$files"
+    number_folders "$files"
     rm -f "$2"
     # Not every error that it tells of makes it fail.
     if ! wixl --arch x64 -D Version="${1##*-}" -D ProductCode="$product" -D Stage="$stage" \
         -D Packaging=packaging -D Win64=yes \
-        -o "$2" packaging/talvern.wxs "$folders" >"$log" 2>&1 || [ -s "$log" ]; then
+        -o "$2" packaging/talvern.wxs "$files" >"$log" 2>&1 || [ -s "$log" ]; then
         fail "wixl cannot make the package; see build/package/wixl.log"
     fi
     # A rollback's action is a deferred one that is skipped until then.

@@ -9,7 +9,7 @@ stage_programs() { # folder
     cp "$release/talvern.dll" "$release/tvntrace/tvntrace.exe" "$1"
     mkdir "$1/include"
     cp "$release"/Interface/generated/Interface{.h,_i.c,.tlb} Interface/Interface.idl "$1/include"
-    if [ -d "$release/browser" ]; then
+    if [ -d browser ]; then
         mkdir "$1/browser"
         cp -r "$release/browser/talvern.exe" "$release/browser/Macros" "$1/browser"
     fi
