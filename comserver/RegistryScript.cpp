@@ -21,8 +21,8 @@ LSTATUS DeleteKey(HKEY parent, const std::wstring& name)
 
 }  // namespace
 
-/// Reads a script from the front. Every operation returns false, or takes nothing, for a script that is not
-/// well-formed.
+/// Reads a script from the front. Every operation returns false, or takes nothing, for a script
+/// that is not well-formed.
 class RegistryScript::Parser
 {
   public:
