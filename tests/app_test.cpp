@@ -2,7 +2,7 @@
 
 #include "Interface/ServerModule.h"
 #include "basicslib/StatusCode.h"
-#include "tests/app_client.h"
+#include "tests/attached_app.h"
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
@@ -68,6 +68,28 @@ TEST_F(Scripting, AnIndexMayBeAReferenceAndAResultMayHaveNoPlace)
     EXPECT_EQ(app.Extract(reference), "two");
     V_VARIANTREF(&reference) = &reference;
     EXPECT_EQ(app.Extract(reference), "NODATA");
+}
+
+TEST_F(Scripting, AnIndexIsANumberUpTo32767)
+{
+    std::string macro = "!reply ";
+    for (int separators = 0; separators < 32766; ++separators) {
+        macro += "[EXTRACT]";
+    }
+    ASSERT_EQ(app.Init(), sOk);
+    EXPECT_EQ(app.Play(macro + "last[EXTRACT]one more"), sOk);
+    EXPECT_EQ(app.Extract(_variant_t(32767L)), "last");
+    for (const double index : {32768.0, 65536.0, 98303.0, 2147483647.0, 4294967297.0, -1.0}) {
+        EXPECT_EQ(app.Extract(_variant_t(index)), "NODATA") << index;
+    }
+}
+
+TEST_F(Scripting, AnExitGivesAThirdOfItsTimeToTheCommandAndHalfOfTheRestToTheWait)
+{
+    AttachedApp attached({{Message(2, "appEnd", "")}},
+                         {{AsksForExit("key", Within(850, 1001)), {Message(6, 0, sTimeout)}},
+                          {Asks(3, "key"), {Message(4, 0, -9)}}});
+    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(attached.app.Exit(3), -9); }), Within(950, 1900));
 }
 
 TEST_F(Scripting, EachObjectHasABrowserThatOutlivesItsRelease)

@@ -131,6 +131,8 @@ TEST_F(Attach, TheTraceTellsTheStepsOfAStart)
                   folder + "\\talvern.exe, cmdLine: -fxLocale \"de DE\" -other /pipeUuid=P " +
                   "/creatorUuid=C)\nWait new instance to callback\nThe new instance HWND = H\n"
                   "CApp::AttachIfFree(pipeHwnd = H, creatorUuid = C)\nCApp::AttachIfFree - sOk\n");
+    EXPECT_THAT(g_imports.newPipe, testing::EndsWith(" inheritable, null list"))
+        << "a browser under another account calls back too";
     EXPECT_EQ(app.Exit(), sOk);
 }
 

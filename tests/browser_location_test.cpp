@@ -37,7 +37,9 @@ class BrowserLocation : public testing::Test
 
 TEST_F(BrowserLocation, PathsComeFromThe32BitViewAndExplorersIsExpandedAndUnquoted)
 {
+    SetEnvironmentVariableA("TALVERN_QUOTED", "\"C:\\a b.exe\"");
     const std::tuple<std::string, DWORD, std::string, std::string> cases[] = {
+        {"%TALVERN_QUOTED%", REG_EXPAND_SZ, "%TALVERN_QUOTED%", "C:\\a b.exe"},
         {"%SystemRoot%\\T", REG_EXPAND_SZ, "%SystemRoot%\\T", "C:\\windows\\T"},
         {std::string(3000, 'p'), REG_SZ, std::string(3000, 'p'), std::string(3000, 'p')},
         {"abc", REG_BINARY, "", ""},

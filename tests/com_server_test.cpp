@@ -11,6 +11,7 @@
 #include "Interface/ServerModule.h"
 #include "comserver/RegistryScript.h"
 #include "tests/app_client.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/replaced_imports.h"
 #include "tests/surroundings.h"
@@ -354,6 +355,24 @@ TEST_F(ComServer, RegistrationWritesOneCopyAndUnregistrationTakesItBack)
     }
     EXPECT_NE(ClassesValue("CLSID"), "(none)");
     ASSERT_EQ(Call("DllRegisterServer"), S_OK);
+}
+
+TEST_F(ComServer, AnyImportThatFailsIsTheResultOfARegistration)
+{
+    g_module.Init(m_dll.get());  // the linked product
+    HRESULT result = S_OK;
+    const auto before = [] {
+        EXPECT_EQ(g_module.RegisterServer(), S_OK);
+    };
+    const auto failed = [&](const std::string& import, int /*handles*/) {
+        // A library without a path is not registered.
+        EXPECT_EQ(SUCCEEDED(result), import == "QueryPathOfRegTypeLib") << import;
+    };
+    FailEachImport(
+        before, [&] { result = g_module.RegisterServer(); }, failed);
+    FailEachImport(
+        before, [&] { result = g_module.UnregisterServer(); }, failed);
+    before();
 }
 
 TEST_F(ComServer, ARegistrationThatFailsHalfWayGivesTheReason)

@@ -2,10 +2,14 @@
 
 #include <boost/make_shared.hpp>
 
+#include "basicslib/Exceptions.h"
 #include "basicslib/StatusCode.h"
 #include "pipeutils/MacrosClient.h"
+#include "pipeutils/RemotePipeClient.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
+#include "tests/resources.h"
 #include "tests/scripted_peer.h"
 #include "tests/texts.h"
 
@@ -77,6 +81,29 @@ TEST_F(Commands, AReplyIsReadWhateverItsLengthFieldSaysAndMissingAFieldItIsAFail
     EXPECT_EQ(reply.text, L"");
 }
 
+TEST_F(Commands, AnyImportThatFailsIsAStatusOrAnExceptionAndLeavesNoHandleOpen)
+{
+    int status = 0;
+    const auto before = [&] {
+        instance.emplace(kName, Script{{std::nullopt, {Message(1, sOk, "")}}});
+    };
+    const auto run = [&] {
+        try {
+            status = CommandClient(kName, interrupt, false).Execute(1000, L"C", L"").status;
+        } catch (const BaseException&) {
+            status = sFail;
+        } catch (const _com_error&) {
+            status = sFail;
+        }
+    };
+    FailEachImport(before, run, [&](const std::string& import, int handles) {
+        // There is nothing to cancel, and this instance answers without being asked.
+        EXPECT_EQ(status == sOk, import == "CancelIo" || import == "WriteFile") << import;
+        EXPECT_EQ(handles, 0) << import;
+        RemotePipeClient(kName).OpenPipe(1000);  // which the instance waits for
+    });
+}
+
 TEST_F(Commands, StaleRepliesWithoutEndDoNotHoldTheCaller)
 {
     const Step stale = {std::nullopt, {Message(0, 1, "stale")}, 50};
@@ -126,6 +153,7 @@ TEST_F(Commands, TheAuxiliaryCommandsGiveStatusAndCount)
 
 TEST_F(Commands, AClientOutlivesItsOwnerDuringACommand)
 {
+    const FreedMemoryIsGone gone;
     auto owner = boost::make_shared<MacrosClient>(kName, interrupt, true);
     CallLater(50, [&] { owner.reset(); });
     EXPECT_EQ(owner->AuxAttachIfFree(300, L""), sTimeout);

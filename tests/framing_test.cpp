@@ -2,6 +2,7 @@
 
 #include "basicslib/Exceptions.h"
 #include "pipeutils/BaseProtocol.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
 #include "tests/resources.h"
@@ -79,6 +80,31 @@ TEST_F(Framing, AMessageIsWhatThePipeHoldsWhateverItsLengthFieldSays)
     }
 }
 
+TEST_F(Framing, WhatATornMessageLeavesIsTakenOut)
+{
+    // Between the reading of the length and of the rest, the message is taken back, and nothing, or
+    // a longer one, comes in its place.
+    const auto slow = TVN_REPLACE_IMPORT(
+        ReadFile, [](HANDLE file, void* buffer, DWORD count, DWORD* read, OVERLAPPED* block) {
+            const BOOL success = TVN_REAL_IMPORT(ReadFile)(file, buffer, count, read, block);
+            const DWORD error = GetLastError();
+            if (count == 4) {
+                Sleep(200);
+            }
+            SetLastError(error);
+            return success;
+        });
+    const auto sized = [](std::size_t size) {
+        return Message(std::string(size, 'm'));
+    };
+    const Step takenBack = {std::nullopt, {sized(3000)}, 0, false, 100};
+    peer->Perform({takenBack});
+    EXPECT_THAT(Elapsed([&] { EXPECT_THROW(Read(5000), ReadPipeError); }), Within(0, 3000));
+    peer->Perform({takenBack, {std::nullopt, {sized(8000)}}, {std::nullopt, {Words({8, 7})}}});
+    Read(5000);
+    EXPECT_EQ(Read(5000), Words({8, 7}));
+}
+
 TEST_F(Framing, AReadThatEndsOnTimeOrWithTheInterruptTakesNothing)
 {
     EXPECT_THROW(Read(0), ReadPipeTimeout);
@@ -93,7 +119,7 @@ TEST_F(Framing, AWriteThatEndsOnTimeOrWithTheInterruptLeavesNothingPending)
 {
     protocol.WritePipe(Words({4}).data(), 4, 0);  // makes what is kept for later writes
     peer->Receive();
-    std::optional<NoHandleStaysOpen> handles(std::in_place);
+    const ImportWatch watch;
     const auto error = [&](DWORD timeout) -> DWORD {
         try {
             protocol.WritePipe(large.data(), static_cast<DWORD>(large.size()), timeout);
@@ -105,7 +131,7 @@ TEST_F(Framing, AWriteThatEndsOnTimeOrWithTheInterruptLeavesNothingPending)
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(error(300), 258U); }), Within(250, 3000));
     SetEvent(interrupt->Get());
     EXPECT_EQ(error(INFINITE), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
-    handles.reset();
+    EXPECT_EQ(watch.OpenHandles(), 0);
     peer.reset();
     EXPECT_NE(error(1000), 0U);
     EXPECT_THROW(Read(), ReadPipeError) << "a closed pipe fails both ways";

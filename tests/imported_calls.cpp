@@ -13,6 +13,7 @@
 #include <array>
 #include <iterator>
 #include <type_traits>
+#include <utility>
 
 namespace tvn::tests
 {
@@ -37,6 +38,7 @@ constinit std::array<void*, kImportCount> g_real = {};
 constinit std::array<void*, kImportCount> g_replacements = {};
 constinit std::array<unsigned int, kImportCount> g_calls = {};
 constinit DWORD g_watchedThread = 0;
+constinit int g_openHandles = 0;
 constinit std::size_t g_failing = kImportCount;
 constinit unsigned int g_callsLeft = 0;
 constinit DWORD g_error = 0;
@@ -94,6 +96,17 @@ Result FailingResult()
     }
 }
 
+constexpr int HandlesOpenedBy(std::string_view import)
+{
+    for (const char* one :
+         {"CreateEventA", "CreateFileA", "CreateNamedPipeA", "DuplicateHandle", "OpenProcess"}) {
+        if (import == one) {
+            return 1;
+        }
+    }
+    return import == "CreateProcessA" ? 2 : import == "CloseHandle" ? -1 : 0;
+}
+
 template <ImportIndex kIndex, class Function>
 struct Entry;
 
@@ -103,7 +116,10 @@ struct Entry<kIndex, Result(Arguments...)>
     static Result Call(Arguments... arguments)
     {
         using Function = Result(Arguments...);
-        if (g_watchedThread != 0 && g_watchedThread == Real<kGetCurrentThreadId, DWORD()>()()) {
+        constexpr int kHandles = HandlesOpenedBy(kNames[kIndex]);
+        const bool watched =
+            g_watchedThread != 0 && g_watchedThread == Real<kGetCurrentThreadId, DWORD()>()();
+        if (watched) {
             ++g_calls[kIndex];
             if (g_failing == kIndex && g_callsLeft != 0 && --g_callsLeft == 0) {
                 Real<kSetLastError, void(DWORD)>()(g_error);
@@ -111,8 +127,15 @@ struct Entry<kIndex, Result(Arguments...)>
             }
         }
         auto* const replacement = reinterpret_cast<Function*>(g_replacements[kIndex]);
-        auto* const real = Real<kIndex, Function>();
-        return (replacement == nullptr ? real : replacement)(arguments...);
+        auto* const function = replacement == nullptr ? Real<kIndex, Function>() : replacement;
+        if constexpr (kHandles == 0) {
+            return function(arguments...);
+        } else {
+            const Result result = function(arguments...);
+            const bool opened = result != Result() && result != FailingResult<kIndex, Result>();
+            g_openHandles += watched && opened ? kHandles : 0;
+            return result;
+        }
     }
 };
 
@@ -163,6 +186,7 @@ bool CanFail(const std::string& import)
 ImportWatch::ImportWatch() noexcept
 {
     g_calls = {};
+    g_openHandles = 0;
     g_failing = kImportCount;
     g_watchedThread = Real<kGetCurrentThreadId, DWORD()>()();
 }
@@ -191,6 +215,33 @@ std::map<std::string, unsigned int> ImportWatch::Calls() const
     return named;
 }
 
+int ImportWatch::OpenHandles() const
+{
+    return g_openHandles;
+}
+
+void FailEachImport(const std::function<void()>& before, const std::function<void()>& work,
+                    const std::function<void(const std::string& import, int handles)>& after)
+{
+    const auto run = [&](const std::string& import, unsigned int call) {
+        before();
+        ImportWatch watch;
+        if (call != 0) {
+            watch.Fail(import, ERROR_ACCESS_DENIED, call);
+        }
+        work();
+        return std::pair(watch.Calls(), watch.OpenHandles());
+    };
+    for (const auto& [import, calls] : run("", 0).first) {
+        for (unsigned int call = 1; call <= calls && CanFail(import); ++call) {
+            const int handles = run(import, call).second;
+            if (g_callsLeft == 0) {  // a wait may be needed only now and then
+                after(import, handles);
+            }
+        }
+    }
+}
+
 void* RealImport(const char* import)
 {
     void*& real = g_real[IndexOf(import)];
@@ -198,9 +249,13 @@ void* RealImport(const char* import)
     return real;
 }
 
-void ReplaceImport(const char* import, void* replacement)
+ReplacedImport::ReplacedImport(const char* import, void* replacement)
+    : m_place(g_replacements[IndexOf(import)]), m_before(std::exchange(m_place, replacement))
+{}
+
+ReplacedImport::~ReplacedImport()
 {
-    g_replacements[IndexOf(import)] = replacement;
+    m_place = m_before;
 }
 
 // The names under which the linker looks for the imports' addresses, and for those functions that

@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <map>
 #include <span>
 #include <string>
@@ -33,16 +34,38 @@ class ImportWatch
 
     /// The calls that were made of each import that was called.
     std::map<std::string, unsigned int> Calls() const;
+
+    /// The handles that were opened by these calls less those that were closed.
+    int OpenHandles() const;
 };
 
-/// The function itself, and another one in its place, on all threads; null ends that. The other one
-/// is called by the macro's form, which sees to it that the two are of one type.
+/// Does `work`, and then again for each call of an import in it, which then fails. What comes
+/// before and after each of these is not part of it; `after` is told which import it was, and how
+/// many handles the work has left open.
+void FailEachImport(const std::function<void()>& before, const std::function<void()>& work,
+                    const std::function<void(const std::string& import, int handles)>& after);
+
+/// Puts another function in the place of an import, on all threads, until it goes. Made by the
+/// macro, which sees to it that the two are of one type.
+class ReplacedImport
+{
+  public:
+    ReplacedImport(const char* import, void* replacement);
+    ~ReplacedImport();
+    ReplacedImport(const ReplacedImport&) = delete;
+    ReplacedImport& operator=(const ReplacedImport&) = delete;
+
+  private:
+    void*& m_place;
+    void* m_before;
+};
+
+/// The function itself.
 void* RealImport(const char* import);
-void ReplaceImport(const char* import, void* replacement);
 
 #define TVN_REAL_IMPORT(name) reinterpret_cast<decltype(&(name))>(tvn::tests::RealImport(#name))
 #define TVN_REPLACE_IMPORT(name, replacement) \
-    tvn::tests::ReplaceImport(                \
+    tvn::tests::ReplacedImport(               \
         #name, reinterpret_cast<void*>(static_cast<decltype(&(name))>(replacement)))
 
 }  // namespace tvn::tests

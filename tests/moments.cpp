@@ -12,10 +12,12 @@ testing::Matcher<long long> Within(long long least, long long most)
 
 bool Eventually(const std::function<bool()>& condition)
 {
-    for (int tries = 0; tries < 500 && !condition(); ++tries) {
+    bool is = condition();
+    for (const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+         !is && std::chrono::steady_clock::now() < end; is = condition()) {
         Sleep(20);
     }
-    return condition();
+    return is;
 }
 
 void CallLater(UINT delay, const std::function<void()>& action)

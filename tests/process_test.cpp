@@ -3,8 +3,11 @@
 #include "process/Process.h"
 
 #include <gmock/gmock.h>
+#include <psapi.h>
 
 #include "basicslib/StatusCode.h"
+#include "process/ProcessFileName.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
 #include "tests/replaced_imports.h"
@@ -74,6 +77,29 @@ TEST(Processes, ProcessesAreListedByNameInAnyLetterCase)
     EXPECT_EQ(process.GetProcessesByName(L"none.exe", list, 0), sOk);
     EXPECT_TRUE(list.empty());
     EXPECT_EQ(process.GetPid(), 0U) << "the object's own process has no part in it";
+}
+
+TEST(Processes, AnObjectWithoutAProcessHasNoneInAnyOperation)
+{
+    Process process(nullptr, 4711);
+    EXPECT_EQ(process.GetPid(), 0U);
+    EXPECT_EQ(process.WaitForExit(INFINITE), sFail);
+    EXPECT_EQ(process.Terminate(INFINITE), sFail);
+}
+
+TEST(Processes, AProcessHasTheNameBehindTheLastSeparatorOfEitherKind)
+{
+    static const char* path;
+    const auto named =
+        TVN_REPLACE_IMPORT(K32GetModuleFileNameExA, [](HANDLE, HMODULE, LPSTR text, DWORD size) {
+            return static_cast<DWORD>(std::string_view(path).copy(text, size));
+        });
+    for (const char* each : {"C:\\a\\b.exe", "C:/a/b.exe", "C:\\a/b.exe", "C:/a\\b.exe", "b.exe"}) {
+        path = each;
+        EXPECT_EQ(Narrow(GetProcessFileName(GetCurrentProcess())), "b.exe") << path;
+    }
+    path = "C:\\a\\";
+    EXPECT_EQ(Narrow(GetProcessFileName(GetCurrentProcess())), "");
 }
 
 }  // namespace tvn::tests

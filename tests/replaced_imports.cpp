@@ -25,16 +25,17 @@ static const char* Described(const SECURITY_ATTRIBUTES* security)
     return security->bInheritHandle ? "inheritable, null list" : "null list";
 }
 
-static const bool g_replaced = [] {
+static const ReplacedImport g_replaced[] = {
     TVN_REPLACE_IMPORT(GetTickCount,
-                       [] { return TVN_REAL_IMPORT(GetTickCount)() + g_imports.tickOffset; });
-    TVN_REPLACE_IMPORT(CreateEventA, [](auto... arguments) -> HANDLE {
-        if (g_imports.failCreateEvent) {
-            SetLastError(ERROR_NO_SYSTEM_RESOURCES);
-            return nullptr;
-        }
-        return TVN_REAL_IMPORT(CreateEventA)(arguments...);
-    });
+                       [] { return TVN_REAL_IMPORT(GetTickCount)() + g_imports.tickOffset; }),
+    TVN_REPLACE_IMPORT(CreateEventA,
+                       [](auto... arguments) -> HANDLE {
+                           if (g_imports.failCreateEvent) {
+                               SetLastError(ERROR_NO_SYSTEM_RESOURCES);
+                               return nullptr;
+                           }
+                           return TVN_REAL_IMPORT(CreateEventA)(arguments...);
+                       }),
     TVN_REPLACE_IMPORT(
         RegSetValueExW,
         [](HKEY key, LPCWSTR name, DWORD zero, DWORD type, const BYTE* data,
@@ -43,17 +44,18 @@ static const bool g_replaced = [] {
             const bool failing = !fails.empty() && fails == reinterpret_cast<const wchar_t*>(data);
             return failing ? ERROR_ACCESS_DENIED
                            : TVN_REAL_IMPORT(RegSetValueExW)(key, name, zero, type, data, size);
-        });
-    TVN_REPLACE_IMPORT(
-        CreateNamedPipeA, [](LPCSTR name, DWORD openMode, DWORD pipeMode, DWORD count, DWORD out,
-                             DWORD in, DWORD time, SECURITY_ATTRIBUTES* security) {
-            std::ostringstream text;
-            text << std::hex << openMode << ' ' << pipeMode << std::dec << ' ' << count << ' '
-                 << out << ' ' << in << ' ' << time << ' ' << Described(security);
-            g_imports.newPipe = text.str();
-            return TVN_REAL_IMPORT(CreateNamedPipeA)(name, openMode, pipeMode, count, out, in, time,
-                                                     security);
-        });
+        }),
+    TVN_REPLACE_IMPORT(CreateNamedPipeA,
+                       [](LPCSTR name, DWORD openMode, DWORD pipeMode, DWORD count, DWORD out,
+                          DWORD in, DWORD time, SECURITY_ATTRIBUTES* security) {
+                           std::ostringstream text;
+                           text << std::hex << openMode << ' ' << pipeMode << std::dec << ' '
+                                << count << ' ' << out << ' ' << in << ' ' << time << ' '
+                                << Described(security);
+                           g_imports.newPipe = text.str();
+                           return TVN_REAL_IMPORT(CreateNamedPipeA)(name, openMode, pipeMode, count,
+                                                                    out, in, time, security);
+                       }),
     TVN_REPLACE_IMPORT(
         CreateProcessWithLogonW,
         [](LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD logonFlags, LPCWSTR application,
@@ -75,8 +77,7 @@ static const bool g_replaced = [] {
             }
             SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
             return g_imports.logonSucceeds;
-        });
-    return true;
-}();
+        }),
+};
 
 }  // namespace tvn::tests

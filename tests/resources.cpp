@@ -3,8 +3,11 @@
 #include <windows.h>
 
 #include <gtest/gtest.h>
+#include <winternl.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdio>
 #include <new>
 #include <thread>
 
@@ -14,13 +17,86 @@
 
 namespace tvn::tests
 {
+
 std::size_t g_largestAllocation = 0;
+std::size_t g_allocations = 0;
+
+namespace
+{
+
+/// Addresses that are given out once only, a block at the end of its pages and at least one page
+/// that is never there between two blocks.
+class GuardedPages
+{
+  public:
+    void Reserve()
+    {
+        if (m_start == 0) {
+            m_start = Address(VirtualAlloc(nullptr, kCount * kPage, MEM_RESERVE, PAGE_NOACCESS));
+        }
+    }
+
+    bool Contains(const void* memory) const
+    {
+        return m_start != 0 && Address(memory) - m_start < kCount * kPage;
+    }
+
+    void* Allocate(std::size_t size)
+    {
+        const std::size_t pages = size / kPage + 1;
+        const std::size_t first = m_next.fetch_add(pages + 1);
+        if (first + pages >= kCount) {
+            return nullptr;
+        }
+        m_pages[first] = pages;
+        auto* block =
+            static_cast<char*>(VirtualAlloc(At(first), pages * kPage, MEM_COMMIT, PAGE_READWRITE));
+        return block + pages * kPage - (size + kAlignment - 1) / kAlignment * kAlignment;
+    }
+
+    void Free(void* memory)
+    {
+        const std::size_t first = (Address(memory) - m_start) / kPage;
+        VirtualFree(At(first), m_pages[first] * kPage, MEM_DECOMMIT);
+    }
+
+  private:
+    static constexpr std::size_t kPage = 0x1000;
+    static constexpr std::size_t kCount = 0x40000;
+    static constexpr std::size_t kAlignment = 16;
+
+    static std::size_t Address(const void* memory) { return reinterpret_cast<std::size_t>(memory); }
+    void* At(std::size_t page) const { return reinterpret_cast<void*>(m_start + page * kPage); }
+
+    std::size_t m_start = 0;
+    std::atomic<std::size_t> m_next = 0;
+    std::size_t m_pages[kCount] = {};
+};
+
+constinit GuardedPages g_pages;
+constinit std::atomic<bool> g_guarding = false;
+
+LONG CALLBACK SeeTouch(EXCEPTION_POINTERS* exception)
+{
+    const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
+    auto* const touched = reinterpret_cast<void*>(record.ExceptionInformation[1]);
+    if (record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION && g_pages.Contains(touched)) {
+        std::puts("memory was touched that had been freed, or behind its end");
+        std::fflush(stdout);
+        TerminateProcess(GetCurrentProcess(), 1);
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
 }
+
+}  // namespace
+}  // namespace tvn::tests
 
 void* operator new(std::size_t size)
 {
-    tvn::tests::g_largestAllocation = std::max(tvn::tests::g_largestAllocation, size);
-    void* memory = HeapAlloc(GetProcessHeap(), 0, size);
+    using namespace tvn::tests;
+    ++g_allocations;
+    g_largestAllocation = std::max(g_largestAllocation, size);
+    void* memory = g_guarding ? g_pages.Allocate(size) : HeapAlloc(GetProcessHeap(), 0, size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
@@ -29,16 +105,45 @@ void* operator new(std::size_t size)
 
 void operator delete(void* memory) noexcept
 {
-    HeapFree(GetProcessHeap(), 0, memory);
+    if (tvn::tests::g_pages.Contains(memory)) {
+        tvn::tests::g_pages.Free(memory);
+    } else {
+        HeapFree(GetProcessHeap(), 0, memory);
+    }
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept
 {
-    HeapFree(GetProcessHeap(), 0, memory);
+    operator delete(memory);
 }
 
 namespace tvn::tests
 {
+
+FreedMemoryIsGone::FreedMemoryIsGone() : m_handler(AddVectoredExceptionHandler(1, &SeeTouch))
+{
+    g_pages.Reserve();
+    g_guarding = true;
+}
+
+FreedMemoryIsGone::~FreedMemoryIsGone()
+{
+    g_guarding = false;
+    RemoveVectoredExceptionHandler(m_handler);
+}
+
+static bool IsCounted(HANDLE handle)
+{
+    static const auto query = reinterpret_cast<decltype(&NtQueryObject)>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("ntdll"), "NtQueryObject")));
+    alignas(PUBLIC_OBJECT_TYPE_INFORMATION) char type[512];
+    if (query(handle, ObjectTypeInformation, type, sizeof type, nullptr) != 0) {
+        return false;
+    }
+    const std::wstring name =
+        reinterpret_cast<PUBLIC_OBJECT_TYPE_INFORMATION*>(type)->TypeName.Buffer;
+    return name != L"Event" && name != L"Semaphore";
+}
 
 std::ptrdiff_t CountHandles()
 {
@@ -56,8 +161,7 @@ std::ptrdiff_t CountHandles()
     for (int rounds = 0; rounds < 3; ++rounds, Sleep(10)) {
         std::ptrdiff_t count = 0;
         for (ULONG_PTR value = 4; value < 0x2000; value += 4) {
-            DWORD flags = 0;
-            count += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags);
+            count += IsCounted(reinterpret_cast<HANDLE>(value));
         }
         least = std::min(least, count);
     }

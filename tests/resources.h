@@ -6,11 +6,27 @@
 namespace tvn::tests
 {
 
-/// The handles that this process has open.
+/// The handles that this process has open, without events and semaphores: the runtime makes some of
+/// these whenever two threads meet at one of its locks. (ImportWatch counts those of a thread.)
 std::ptrdiff_t CountHandles();
 
-/// The most bytes asked for at once since a test last set this to 0.
+/// The most bytes asked for at once, and the blocks asked for, since a test last set these to 0.
 extern std::size_t g_largestAllocation;
+extern std::size_t g_allocations;
+
+/// While one lives, memory that is freed can no longer be touched, and is not given out again: who
+/// touches it ends the program, with a line that says so. Slow, and good for some 100,000 blocks.
+class FreedMemoryIsGone
+{
+  public:
+    FreedMemoryIsGone();
+    ~FreedMemoryIsGone();
+    FreedMemoryIsGone(const FreedMemoryIsGone&) = delete;
+    FreedMemoryIsGone& operator=(const FreedMemoryIsGone&) = delete;
+
+  private:
+    void* m_handler;
+};
 
 /// Remembers the open handles, and compares them with those there are in the end.
 class NoHandleStaysOpen

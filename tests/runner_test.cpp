@@ -10,7 +10,7 @@
 #include "runner/RunnerInstancesMgr.h"
 #include "runner/RunnerProcess.h"
 #include "runner/RunnerProcessFactory.h"
-#include "tests/app_client.h"
+#include "tests/attached_app.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
 #include "tests/resources.h"
@@ -27,20 +27,6 @@ using Instances = std::vector<boost::shared_ptr<Instance>>;
 using Results = std::vector<int>;
 
 const std::string kPipe = Narrow(RunnerPipeName());
-
-/// A request without its length and its id, which is another one each time.
-static Bytes WithoutId(Bytes message)
-{
-    message.erase(message.begin() + 8, message.begin() + 12);
-    message.erase(message.begin(), message.begin() + 4);
-    return message;
-}
-
-template <class... Fields>
-static testing::Matcher<Bytes> Asks(int type, const Fields&... fields)
-{
-    return testing::ResultOf(&WithoutId, WithoutId(Message(type, 0, fields...)));
-}
 
 const auto kStart = Asks(1, "app", "cmd", "", "", "");
 
@@ -161,17 +147,11 @@ TEST(RunnerFailures, TheServicesCodesReachTheScript)
 
 TEST(RunnerInstances, InstancesAreAskedInTheOrderOfTheReply)
 {
-    const auto exitOfSecond = testing::ResultOf(
-        [](Bytes message) {
-            message.erase(message.begin() + 12, message.begin() + 16);  // the time
-            return WithoutId(message);
-        },
-        WithoutId(Message(5, 0, "2")));
     const ScriptedPeer service(
         kPipe,
         {{Asks(9, "talvern.exe"),
           {Message(10, 0, 1, 3, 11, "1", 0x80000003, 22, "2", 0x80000002, 33, "3", 0x80000001)}},
-         {exitOfSecond, {Message(6, 0, sTimeout)}},
+         {AsksForExit("2", testing::_), {Message(6, 0, sTimeout)}},
          {Asks(3, "2"), {Message(4, 0, sOk)}}});
     const Bytes attach = Message(1, "tvnAuxAttachIfFree", "");
     const std::string names[] = {"\\\\.\\pipe\\Talvern_-2147483645",
@@ -249,6 +229,11 @@ TEST_F(Runner, BrowsersAreStartedListedAwaitedAndEndedByTheirKeys)
 TEST_F(Runner, AScriptStartsAndAttachesThroughTheService)
 {
     Begin();
+    for (const char* options : {"-runner -fx", "-ie -runner"}) {
+        ASSERT_EQ(app.Init(options), sOk);
+        EXPECT_THAT(app.Played("!commandline"), HasSubstr("?authorizeAll=true&")) << options;
+        EXPECT_EQ(app.Exit(), sOk);
+    }
     const LogCapture log;
     ASSERT_EQ(app.Init("-runner"), sOk);
     EXPECT_THAT(app.Played("!commandline"),

@@ -114,7 +114,7 @@ void ScriptedPeer::Run(const Step& step)
     }
     WaitForSingleObject(m_stop->Get(), step.delay);
     for (const Bytes& reply : step.replies) {
-        Write(reply, INFINITE);  // a client that has gone does not want it
+        Write(reply, step.patience);  // a client that has gone does not want it
     }
     if (step.closes) {
         m_end = std::exchange(m_spare, {});
@@ -131,8 +131,12 @@ bool ScriptedPeer::NextClient()
     const auto connect = [this](OVERLAPPED* block) {
         return ConnectNamedPipe(m_end->Get(), block);
     };
-    m_connected =
-        m_end && (Complete(connect, INFINITE, bytes) || GetLastError() == ERROR_PIPE_CONNECTED);
+    if (!m_end) {
+        return false;
+    }
+    // A client may be there already, and may have gone already.
+    m_connected = Complete(connect, INFINITE, bytes) || GetLastError() == ERROR_PIPE_CONNECTED ||
+                  GetLastError() == ERROR_NO_DATA;
     if (m_connected) {
         m_spare = NewEnd(m_name);
     }

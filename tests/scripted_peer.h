@@ -52,6 +52,7 @@ struct Step
     std::vector<Bytes> replies = {};                  ///< a message each
     DWORD delay = 0;                                  ///< milliseconds before the replies
     bool closes = false;                              ///< the connection, after the replies
+    DWORD patience = INFINITE;                        ///< a reply not read by then is taken back
 };
 
 using Script = std::vector<Step>;

@@ -6,7 +6,9 @@
 #include "basicslib/HandleToDuplicate.h"
 #include "pipeutils/BaseProtocol.h"
 #include "pipeutils/Overlapped.h"
+#include "pipeutils/PipeOperation.h"
 #include "pipeutils/WaitPumping.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
 #include "tests/replaced_imports.h"
@@ -135,7 +137,7 @@ TEST_F(Waits, ABlockAwaitsItsOperationOrTheInterrupt)
 TEST_F(Waits, ABlockThatGoesHasNothingPendingAnyMore)
 {
     // The read's buffer is on a page that goes away with it: a late completion would be seen.
-    const NoHandleStaysOpen handles;
+    const ImportWatch watch;
     for (int round = 0; round < 50; ++round) {
         void* page = VirtualAlloc(nullptr, 0x1000, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
         {
@@ -150,6 +152,33 @@ TEST_F(Waits, ABlockThatGoesHasNothingPendingAnyMore)
     g_imports.failCreateEvent = true;
     EXPECT_THROW(Overlapped(pipe->Get()), Win32Exception);
     g_imports.failCreateEvent = false;
+    EXPECT_EQ(watch.OpenHandles(), 0);
+}
+
+TEST_F(Waits, ACancellationIsAwaitedHoweverLongItTakes)
+{
+    static std::vector<std::thread> cancellers;
+    static const auto cancelLater = [](HANDLE file, OVERLAPPED* block) -> BOOL {
+        cancellers.emplace_back([file, block] {
+            Sleep(100);
+            TVN_REAL_IMPORT(CancelIoEx)(file, block);
+        });
+        return TRUE;
+    };
+    const auto slow =
+        TVN_REPLACE_IMPORT(CancelIo, [](HANDLE file) { return cancelLater(file, nullptr); });
+    const auto slowEx = TVN_REPLACE_IMPORT(
+        CancelIoEx, [](HANDLE file, OVERLAPPED* block) { return cancelLater(file, block); });
+    auto block = boost::make_shared<Overlapped>(pipe->Get());
+    StartRead(*block, nullptr, 0);
+    EXPECT_THAT(Elapsed([&] { block.reset(); }), Within(90, 2000));
+    auto operation = boost::make_shared<PipeOperation>(pipe->Get());
+    operation->Read(nullptr, 0);
+    EXPECT_TRUE(operation->IsPending());
+    EXPECT_THAT(Elapsed([&] { operation.reset(); }), Within(90, 2000));
+    for (std::thread& canceller : cancellers) {
+        canceller.join();
+    }
 }
 
 TEST_F(Waits, ABlockIsOfUseOnlyOnItsOwnThread)
