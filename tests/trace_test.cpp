@@ -96,21 +96,21 @@ TEST(TraceViewer, ShowsTheLinesOfAllProcessesThatItIsAskedFor)
 {
     const std::string own = std::to_string(GetCurrentProcessId());
     const Pairs<std::string, std::string> expected = {
-        {"", "debug    one\ndebug    one\nprotocol [C] two\nerror    three\\nlines\n"},
-        {"--level protocol", "protocol [C] two\nerror    three\\nlines\n"},
+        {"", "debug    one\ndebug    one\nprotocol [C] two\nerror    three\\r\\n lines\\x1B\n"},
+        {"--level protocol", "protocol [C] two\nerror    three\\r\\n lines\\x1B\n"},
         {"--level other --grep o", "debug    one\ndebug    one\nprotocol [C] two\nother    four\n"},
-        {"--pid 4711 --pid " + own + " --grep ^three.*s$", "error    three\\nlines\n"},
+        {"--pid 4711 --pid " + own + " --grep ^three.*s.x1B$", "error    three\\r\\n lines\\x1B\n"},
         {"--pid 4711", ""},
         {"--explain",
          "debug    one\ndebug    (the same, 1 time more)\nprotocol [C] two\n"
-         "error    three\\nlines\n"},
+         "error    three\\r\\n lines\\x1B\n"},
     };
     for (const auto& [arguments, lines] : expected) {
         const Viewer viewer(arguments);
         LogDebug("one");
         LogDebug("one");
         LogProtocol("[C] two");
-        LogError("three\nlines\n");
+        LogError("three\r\n\tlines\x1B\n");
         OutputDebugStringA("four");
         EXPECT_EQ(viewer.End(), lines) << arguments;
     }
@@ -140,12 +140,13 @@ TEST(TraceViewer, ExplainsWhatACommandDoesAndEndsWithItsExitCode)
     const std::string steps = InBuildFolder("steps.txt");
     const std::string script = InBuildFolder("traced.vbs");
     std::ofstream(script) << "Set app = CreateObject(\"talvern\")\n"
-                             "WScript.Echo app.tvnInit(), app.tvnPlay(\"m\"), app.tvnExit()\n";
+                             "WScript.Echo app.tvnInit(), app.tvnPlay(\"m\"), app.tvnExit(), "
+                             "WScript.Arguments(0)\n";
     const auto [exitCode, printed] =
         Trace("--follow --explain --out \"" + steps + "\" cmd /c cscript.exe //nologo \"" + script +
-              "\" ^& exit 7");
+              "\" \"a b\\\\\" ^& exit 7");
     EXPECT_EQ(exitCode, 7);
-    EXPECT_EQ(printed, "1 1 1\n") << "the command's own output";
+    EXPECT_EQ(printed, "1 1 1 a b\\\n") << "the command's own output";
     const std::string text = Steps(steps);
     for (const char* step :
          {"debug    talvern.dll is loaded or unloaded\n",
