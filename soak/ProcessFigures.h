@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstddef>
+
+namespace soak
+{
+
+/// The handles that this process has open.
+std::ptrdiff_t CountHandles();
+
+/// The memory that belongs to this process alone, and the most it ever had, in KiB.
+std::ptrdiff_t PrivateKibibytes();
+std::ptrdiff_t PeakKibibytes();
+
+}  // namespace soak

@@ -1,0 +1,82 @@
+// Tries to break the system, one campaign at a time. tools/soak runs them all.
+
+#include <windows.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdio>
+#include <exception>
+
+#include "soak/Campaign.h"
+#include "soak/ReplacedImports.h"
+
+namespace
+{
+
+using namespace soak;
+
+constexpr Campaign kCampaigns[] = {
+    {"decoders", "messages", "broken messages through the decoders, in memory", &RunDecoders},
+};
+
+LONG WINAPI OnCrash(EXCEPTION_POINTERS* crash)
+{
+    Journal::Crash("the program crashed", crash->ExceptionRecord->ExceptionCode,
+                   crash->ExceptionRecord->ExceptionAddress);
+}
+
+[[noreturn]] void OnTerminate()
+{
+    Journal::Crash("an exception came out of what lets none out", 0, nullptr);
+}
+
+int Run(const Campaign& campaign, const Settings& settings, const std::string& report)
+{
+    Journal journal(campaign.name, settings.seed);
+    try {
+        campaign.run(settings, journal);
+    } catch (const std::exception& exception) {
+        journal.Fault(std::string("the campaign cannot go on: ") + exception.what());
+    }
+    return journal.Finish(campaign.unit, report);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    SetUnhandledExceptionFilter(&OnCrash);
+    std::set_terminate(&OnTerminate);
+    ReplacedImports::Install();
+
+    CLI::App app("Tries to break the scripting interface.");
+    Settings settings;
+    std::string report;
+    std::uint64_t onlyCase = 0;
+    std::uint64_t cases = 0;
+    app.require_subcommand(1);
+    for (const Campaign& campaign : kCampaigns) {
+        CLI::App* const command = app.add_subcommand(campaign.name, campaign.purpose);
+        command->add_option("--seed", settings.seed, "where the numbers begin");
+        command->add_option("--case", onlyCase, "only this case");
+        command->add_option("--cases", cases, "how many cases");
+        command->add_option("--seconds", settings.seconds, "go on for this long");
+        command->add_option("--report", report, "file for the tables");
+        command->add_flag("--short", settings.shortForm, "a few seconds in all");
+        command->add_flag("--full", settings.full, "cut nothing down");
+    }
+    CLI11_PARSE(app, argc, argv);
+    for (const Campaign& campaign : kCampaigns) {
+        const CLI::App* const command = app.get_subcommand(campaign.name);
+        if (*command) {
+            if (command->count("--case") != 0) {
+                settings.onlyCase = onlyCase;
+            }
+            if (command->count("--cases") != 0) {
+                settings.cases = cases;
+            }
+            return Run(campaign, settings, report);
+        }
+    }
+    return 2;
+}
