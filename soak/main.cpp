@@ -17,6 +17,7 @@ using namespace soak;
 
 constexpr Campaign kCampaigns[] = {
     {"decoders", "messages", "broken messages through the decoders, in memory", &RunDecoders},
+    {"pipes", "calls", "broken replies, callbacks and runner replies over real pipes", &RunPipes},
 };
 
 LONG WINAPI OnCrash(EXCEPTION_POINTERS* crash)
