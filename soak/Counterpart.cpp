@@ -83,7 +83,7 @@ const char* NameOf(Stage stage)
     return kNames[static_cast<std::size_t>(stage)];
 }
 
-Counterpart::Counterpart(Serves serves, std::size_t ends)
+Counterpart::Counterpart(Serves serves, std::size_t ends) : m_serves(serves)
 {
     if (serves != Serves::RunnerOnly) {
         m_commands = std::make_unique<PipeHost>(CommandPipe(), ends,
@@ -147,6 +147,13 @@ void Counterpart::ServeCommands(PipeLink& link)
 void Counterpart::ServeRunner(PipeLink& link)
 {
     Bytes message;
+    if (m_serves == Serves::DeafRunner || m_serves == Serves::RunnerReadsPart) {
+        if (m_serves == Serves::RunnerReadsPart) {
+            link.ReadPart(4);
+        }
+        link.Hang();
+        return;
+    }
     if (!link.Read(message)) {
         return;
     }
@@ -203,7 +210,7 @@ void Counterpart::CallBack(const std::wstring& commandLine, PipeLink& runner)
     const auto pipe =
         OpenClientEnd("\\\\.\\pipe\\Talvern_" + std::string(uuid.begin(), uuid.end()), 0);
     if (pipe->IsValid()) {
-        PipeLink link(pipe->Get(), nullptr);
+        PipeLink link(pipe->Get(), runner.Stop());
         Turn turn = {link, 0, {}, WithLength(fields)};
         if (Answer(Stage::Callback, turn)) {
             runner.AwaitClose();

@@ -51,8 +51,14 @@ class Counterpart
     /// What a play is answered with.
     static constexpr const wchar_t* kPlayed = L"played[EXTRACT]well";
 
-    /// Which of its pipes it serves.
-    enum class Serves : unsigned char { All, RunnerOnly, CommandsOnly };
+    /// Which of its pipes it serves, and how.
+    enum class Serves : unsigned char {
+        All,
+        RunnerOnly,
+        CommandsOnly,
+        DeafRunner,       ///< lets clients connect to the runner and reads nothing
+        RunnerReadsPart,  ///< reads the first bytes of a request
+    };
     explicit Counterpart(Serves serves = Serves::All, std::size_t ends = 6);
 
     /// Does `act` the next time that `stage` comes, once. Callable from any thread.
@@ -76,6 +82,7 @@ class Counterpart
 
     std::mutex m_mutex;
     std::map<Stage, Act> m_next;
+    Serves m_serves;
     std::atomic<bool> m_listed{true};
     std::unique_ptr<PipeHost> m_commands;
     std::unique_ptr<PipeHost> m_runner;

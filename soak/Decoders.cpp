@@ -14,6 +14,7 @@
 #include "soak/GuardedBuffer.h"
 #include "soak/MessageGenerator.h"
 #include "soak/OwnMemory.h"
+#include "soak/ProductCall.h"
 
 namespace soak
 {
@@ -51,7 +52,7 @@ class DecoderRun
         Ending ending = Ending::Read;
         bool isNew = false;
         {
-            const OwnMemory::Watch watch;
+            const ProductCall inside;
             Coverage::Begin();
             ending = Decode(shape, fields);
             isNew = Coverage::EndWithSomethingNew();

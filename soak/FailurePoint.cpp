@@ -1,13 +1,12 @@
 #include "soak/FailurePoint.h"
 
-#include <atomic>
+#include "soak/ProductCall.h"
 
 namespace soak
 {
 namespace
 {
 
-std::atomic<DWORD> g_thread{0};  ///< 0: disarmed
 std::size_t g_left = 0;
 const char* g_struck = nullptr;
 bool g_struckMemory = false;
@@ -19,18 +18,11 @@ void FailurePoint::Arm(std::size_t number) noexcept
     g_left = number;
     g_struck = nullptr;
     g_struckMemory = false;
-    g_thread = GetCurrentThreadId();
-}
-
-void FailurePoint::Disarm() noexcept
-{
-    g_thread = 0;
 }
 
 bool FailurePoint::Strikes(const char* what, bool allocates) noexcept
 {
-    if (g_thread.load(std::memory_order_relaxed) != GetCurrentThreadId() || g_left == 0 ||
-        --g_left != 0) {
+    if (g_left == 0 || !ProductCall::IsInside() || --g_left != 0) {
         return false;
     }
     g_struck = what;

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <fstream>
 
+#include "soak/FailurePoint.h"
+
 namespace soak
 {
 namespace
@@ -127,9 +129,11 @@ void Journal::Crash(const char* what, std::uintptr_t code, const void* where) no
 {
     char repeats[256];
     DescribeCase(repeats);
+    const char* const struck = FailurePoint::Struck() == nullptr ? "-" : FailurePoint::Struck();
     char text[512];
-    const int length = std::snprintf(text, sizeof text, "FAULT %s (%llX) at %p\nREPEAT %s\n", what,
-                                     static_cast<unsigned long long>(code), where, repeats);
+    const int length = std::snprintf(
+        text, sizeof text, "FAULT %s (%llX) at %p, after the failure of: %s\nREPEAT %s\n", what,
+        static_cast<unsigned long long>(code), where, struck, repeats);
     DWORD written = 0;
     WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), text, static_cast<DWORD>(std::max(length, 0)),
               &written, nullptr);

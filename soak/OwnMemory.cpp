@@ -8,6 +8,7 @@
 #include <new>
 
 #include "soak/FailurePoint.h"
+#include "soak/ProductCall.h"
 
 namespace soak
 {
@@ -23,15 +24,9 @@ struct alignas(16) Header
 };
 
 std::atomic<bool> g_ownPages{false};
-std::atomic<DWORD> g_watchedThread{0};
 std::atomic<std::ptrdiff_t> g_blocks{0};
 std::atomic<std::ptrdiff_t> g_bytes{0};
 std::atomic<std::size_t> g_largest{0};
-
-bool IsWatched() noexcept
-{
-    return g_watchedThread.load(std::memory_order_relaxed) == GetCurrentThreadId();
-}
 
 void NoteLargest(std::size_t size) noexcept
 {
@@ -58,7 +53,7 @@ Header* NewPages(std::size_t size) noexcept
 
 void* Allocate(std::size_t size)
 {
-    const bool watched = IsWatched();
+    const bool watched = ProductCall::IsInside();
     Header* header = nullptr;
     if (!FailurePoint::Strikes("operator new", true)) {
         if (g_ownPages.load(std::memory_order_relaxed)) {
@@ -113,16 +108,6 @@ void OwnMemory::ForgetLargest() noexcept
     g_largest = 0;
 }
 
-OwnMemory::Watch::Watch() noexcept
-{
-    g_watchedThread = GetCurrentThreadId();
-}
-
-OwnMemory::Watch::~Watch()
-{
-    g_watchedThread = 0;
-}
-
 void OwnMemory::SetPagesOfTheirOwn(bool on) noexcept
 {
     g_ownPages = on;
@@ -130,7 +115,7 @@ void OwnMemory::SetPagesOfTheirOwn(bool on) noexcept
 
 void OwnMemory::NoteComString(std::ptrdiff_t count, std::size_t size) noexcept
 {
-    if (IsWatched()) {
+    if (ProductCall::IsInside()) {
         g_blocks += count;
         NoteLargest(size);
     }

@@ -10,8 +10,7 @@ namespace soak
 class OwnMemory
 {
   public:
-    /// What calls into the product have allocated: only what a thread allocates while a `Watch` of
-    /// it lives is counted, wherever it is freed.
+    /// What the product has allocated (see ProductCall.h), wherever it is freed.
     struct Figures
     {
         std::ptrdiff_t blocks = 0;  ///< not freed yet, COM strings included
@@ -20,16 +19,6 @@ class OwnMemory
     };
     static Figures Watched() noexcept;
     static void ForgetLargest() noexcept;
-
-    /// Counts the calling thread's allocations while it lives; one thread at a time.
-    class Watch
-    {
-      public:
-        Watch() noexcept;
-        ~Watch();
-        Watch(const Watch&) = delete;
-        Watch& operator=(const Watch&) = delete;
-    };
 
     /// Gives every block from here on pages of its own, with an inaccessible one behind it, that
     /// become inaccessible when the block is freed and are never used again. Any touch of freed

@@ -41,6 +41,9 @@ class PipeLink
     /// Server side: waits for a client.
     bool Connect();
 
+    /// The event that ends every operation.
+    HANDLE Stop() const { return m_stop; }
+
   private:
     DWORD Finish(BOOL done, OVERLAPPED& block, DWORD& count);
     DWORD ReadInto(unsigned char* bytes, std::size_t size, DWORD& count);

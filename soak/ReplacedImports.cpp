@@ -215,7 +215,8 @@ class FrontWriter
     unsigned char* m_next;
 };
 
-/// Calls `visit` with the name and the slot of every function that this program imports by name.
+/// Calls `visit` with the name and the slot of every function that this program imports by name,
+/// and whether it is of the C runtime.
 template <class Visit>
 void VisitImports(Visit visit)
 {
@@ -229,11 +230,13 @@ void VisitImports(Visit visit)
         const auto* name =
             reinterpret_cast<const IMAGE_THUNK_DATA64*>(base + library->OriginalFirstThunk);
         auto* slot = reinterpret_cast<void**>(base + library->FirstThunk);
+        const bool isRuntime =
+            _stricmp(reinterpret_cast<const char*>(base + library->Name), "msvcrt.dll") == 0;
         for (; name->u1.AddressOfData != 0; ++name, ++slot) {
             if (!IMAGE_SNAP_BY_ORDINAL64(name->u1.Ordinal)) {
                 const auto* const entry =
                     reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-                visit(reinterpret_cast<const char*>(entry->Name), slot);
+                visit(reinterpret_cast<const char*>(entry->Name), slot, isRuntime);
             }
         }
     }
@@ -253,19 +256,19 @@ void ReplacedImports::Install()
 {
     std::vector<std::pair<void**, void*>> fronts;
     std::size_t count = 0;
-    VisitImports([&](const char*, void**) { ++count; });
+    VisitImports([&](const char*, void**, bool) { ++count; });
     FrontWriter writer(count);
-    VisitImports([&](const char* name, void** slot) {
+    VisitImports([&](const char* name, void** slot, bool isRuntime) {
         const SystemCall* const call = FindSystemCall(name);
         if (call == nullptr) {
-            if (IsProductCall(name)) {
+            if (IsProductCall(name) && !isRuntime) {
                 g_unknown.emplace_back(name);
             }
             return;
         }
         if (call->failing == Failing::ComString || call->failing == Failing::ComStringFreed) {
             fronts.emplace_back(slot, ComStringCall(name));
-        } else if (call->failing != Failing::Never && (IsProductCall(name) || *name == 'm')) {
+        } else if (call->failing != Failing::Never && (IsProductCall(name) || isRuntime)) {
             fronts.emplace_back(slot, writer.Write(g_replaced.size()));
             g_replaced.push_back({call, reinterpret_cast<AnyFunction>(*slot)});
         }

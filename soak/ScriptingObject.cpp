@@ -7,7 +7,7 @@
 
 #include "Interface/ServerModule.h"
 #include "basicslib/ComString.h"
-#include "soak/OwnMemory.h"
+#include "soak/ProductCall.h"
 
 namespace soak
 {
@@ -16,7 +16,7 @@ namespace
 
 comserver::ComPtr<IApp>& Made(comserver::ComPtr<IApp>& app, IClassFactory& factory)
 {
-    const OwnMemory::Watch watch;
+    const ProductCall inside;
     if (factory.CreateInstance(nullptr, IID_IApp, reinterpret_cast<void**>(app.Receive())) !=
         S_OK) {
         throw std::runtime_error("the class factory makes no object");
@@ -35,7 +35,7 @@ ScriptingObject::ScriptingObject()
 {
     comserver::ComPtr<IClassFactory> factory;
     {
-        const OwnMemory::Watch watch;
+        const ProductCall inside;
         if (tvn::g_module.GetClassObject(CLSID_App, IID_IClassFactory,
                                          reinterpret_cast<void**>(factory.Receive())) != S_OK) {
             throw std::runtime_error("there is no class factory");
@@ -57,7 +57,7 @@ ScriptingObject::~ScriptingObject()
 void ScriptingObject::Release()
 {
     if (m_app.Get() != nullptr) {
-        const OwnMemory::Watch watch;
+        const ProductCall inside;
         m_app.Detach()->Release();
     }
 }
@@ -66,7 +66,7 @@ template <class Method, class... Arguments>
 int ScriptingObject::Run(Method method, const Arguments&... arguments)
 {
     Status status = {};
-    const OwnMemory::Watch watch;
+    const ProductCall inside;
     const HRESULT result = (m_app.Get()->*method)(arguments..., &status);
     int value = 0;
     std::memcpy(&value, &status, sizeof value);
@@ -78,13 +78,13 @@ std::wstring ScriptingObject::Text(Method method, const Arguments&... arguments)
 {
     BSTR value = nullptr;
     {
-        const OwnMemory::Watch watch;
+        const ProductCall inside;
         if ((m_app.Get()->*method)(arguments..., &value) != S_OK || value == nullptr) {
             return L"<none>";
         }
     }
     std::wstring text(tvn::ToView(value));
-    const OwnMemory::Watch watch;
+    const ProductCall inside;
     SysFreeString(value);
     return text;
 }
@@ -124,7 +124,7 @@ int ScriptingObject::Set(std::wstring_view name, std::wstring_view value)
 int ScriptingObject::Version()
 {
     LONG version = 0;
-    const OwnMemory::Watch watch;
+    const ProductCall inside;
     return m_app.Get()->tvnGetInterfaceVersion(&version) == S_OK ? version : kNotOk;
 }
 

@@ -11,8 +11,8 @@
 namespace soak
 {
 
-/// The scripting object as a compiled client has it. What a call allocates is watched (see
-/// OwnMemory). A method that does not return S_OK gives `kNotOk`. Used by one thread.
+/// The scripting object as a compiled client has it. Its calls are known as the product's (see
+/// ProductCall.h). A method that does not return S_OK gives `kNotOk`. Used by one thread.
 class ScriptingObject
 {
   public:

@@ -18,6 +18,8 @@ using namespace soak;
 constexpr Campaign kCampaigns[] = {
     {"decoders", "messages", "broken messages through the decoders, in memory", &RunDecoders},
     {"pipes", "calls", "broken replies, callbacks and runner replies over real pipes", &RunPipes},
+    {"hangs", "calls", "the other side stops at every point at which it can", &RunHangs},
+    {"resources", "failures", "every allocation and every system call fails once", &RunResources},
 };
 
 LONG WINAPI OnCrash(EXCEPTION_POINTERS* crash)
