@@ -92,12 +92,16 @@ class DecoderRun
         }
     }
 
-    static void ReadFields(const MessageShape& shape, tvn::Deserializer& message)
+    void ReadFields(const MessageShape& shape, tvn::Deserializer& message)
     {
         for (std::size_t index = 0; index < shape.fields.size(); ++index) {
-            if (shape.fields[index] == Field::Text) {
+            if (shape.fields[index] == Field::Text && shape.name != std::string_view("reply")) {
                 tvn::ComString text;
                 message.ReadString(text);
+            } else if (shape.fields[index] == Field::Text) {
+                // Where it lies: the last character is read, too.
+                const std::wstring_view text = message.ReadText();
+                m_lastCharacter = text.empty() ? L'\0' : text.back();
             } else if (index == 1) {
                 int number = 0;
                 message.ReadInt(number);
@@ -160,6 +164,7 @@ class DecoderRun
     std::vector<Bytes> m_kept;
     std::array<std::uint64_t, kEndings> m_endings = {};
     std::size_t m_largestOver = 0;
+    volatile wchar_t m_lastCharacter = 0;
 };
 
 }  // namespace

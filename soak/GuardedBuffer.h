@@ -30,10 +30,11 @@ class GuardedBuffer
     GuardedBuffer(const GuardedBuffer&) = delete;
     GuardedBuffer& operator=(const GuardedBuffer&) = delete;
 
-    /// A copy of `bytes` whose last one is the last that can be read. Valid until the next call.
+    /// A copy of `bytes` whose last one is the last that can be read, or the one before the last:
+    /// the first lies where a character may lie. Valid until the next call.
     unsigned char* Place(const Bytes& bytes) noexcept
     {
-        unsigned char* const first = m_bytes + (m_size - bytes.size());
+        unsigned char* const first = m_bytes + (m_size - bytes.size() - bytes.size() % 2);
         std::copy(bytes.begin(), bytes.end(), first);
         return first;
     }

@@ -1,5 +1,6 @@
 // Every allocation and every system call on each method's way fails, one after the other.
 
+#include <algorithm>
 #include <functional>
 #include <map>
 
@@ -130,10 +131,13 @@ class ResourceRun
         if (wrong.empty() && left != 0) {
             wrong = std::to_string(left) + " blocks are left";
         }
-        if (wrong.empty() && number > 1 && !HandlesAreBack()) {
-            wrong = std::to_string(CountHandles() - m_handles) + " handles are left";
+        if (number == 1) {
+            m_handles = SettledHandles();
+        } else if (wrong.empty() && !HandlesAreBack()) {
+            const std::ptrdiff_t handles = SettledHandles();
+            wrong = std::to_string(handles - m_handles) + " handles are left";
+            m_handles = handles;
         }
-        m_handles = CountHandles();
         m_journal.Count(1, wrong.empty() ? 1 : 0);
         if (!wrong.empty()) {
             m_journal.Fault(std::string(way.name) + ", call " + std::to_string(number) + " (" +
@@ -205,10 +209,19 @@ class ResourceRun
         return exit == tvn::sOk ? "" : "the next exit gave " + std::to_string(exit);
     }
 
-    /// The other side may still be at closing its ends.
+    /// The handles when nobody opens or closes any: the other side takes a moment.
+    static std::ptrdiff_t SettledHandles()
+    {
+        std::ptrdiff_t most = 0;
+        for (int looks = 0; looks < 10; ++looks, Sleep(20)) {
+            most = std::max(most, CountHandles());
+        }
+        return most;
+    }
+
     bool HandlesAreBack() const
     {
-        for (int tries = 0; tries < 50; ++tries, Sleep(10)) {
+        for (int tries = 0; tries < 100; ++tries, Sleep(10)) {
             if (CountHandles() <= m_handles) {
                 return true;
             }

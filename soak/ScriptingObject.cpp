@@ -14,10 +14,10 @@ namespace soak
 namespace
 {
 
-comserver::ComPtr<IApp>& Made(comserver::ComPtr<IApp>& app, IClassFactory& factory)
+Microsoft::WRL::ComPtr<IApp>& Made(Microsoft::WRL::ComPtr<IApp>& app, IClassFactory& factory)
 {
     const ProductCall inside;
-    if (factory.CreateInstance(nullptr, IID_IApp, reinterpret_cast<void**>(app.Receive())) !=
+    if (factory.CreateInstance(nullptr, IID_IApp, reinterpret_cast<void**>(app.GetAddressOf())) !=
         S_OK) {
         throw std::runtime_error("the class factory makes no object");
     }
@@ -33,11 +33,12 @@ _variant_t LeftOut()
 
 ScriptingObject::ScriptingObject()
 {
-    comserver::ComPtr<IClassFactory> factory;
+    Microsoft::WRL::ComPtr<IClassFactory> factory;
     {
         const ProductCall inside;
         if (tvn::g_module.GetClassObject(CLSID_App, IID_IClassFactory,
-                                         reinterpret_cast<void**>(factory.Receive())) != S_OK) {
+                                         reinterpret_cast<void**>(factory.GetAddressOf())) !=
+            S_OK) {
             throw std::runtime_error("there is no class factory");
         }
     }

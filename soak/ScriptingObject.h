@@ -2,11 +2,11 @@
 
 #include <windows.h>
 
+#include <wrl/client.h>
 #include <string>
 #include <string_view>
 
 #include "Interface.h"
-#include "comserver/ComPtr.h"
 
 namespace soak
 {
@@ -50,7 +50,7 @@ class ScriptingObject
     template <class Method, class... Arguments>
     std::wstring Text(Method method, const Arguments&... arguments);
 
-    comserver::ComPtr<IApp> m_app;
+    Microsoft::WRL::ComPtr<IApp> m_app;
 };
 
 }  // namespace soak
