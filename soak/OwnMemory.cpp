@@ -35,13 +35,22 @@ void NoteLargest(std::size_t size) noexcept
     }
 }
 
+/// Addresses that are given out once only, each page of them.
+constexpr std::size_t kPage = 4096;
+constexpr std::size_t kAddresses = std::size_t{32} << 30U;
+std::atomic<unsigned char*> g_nextPages{nullptr};
+
+constexpr std::size_t PagesFor(std::size_t size)
+{
+    return (size + sizeof(Header) + kPage - 1) / kPage * kPage;
+}
+
 /// The header of a block that ends at an inaccessible page.
 Header* NewPages(std::size_t size) noexcept
 {
-    constexpr std::size_t kPage = 4096;
-    const std::size_t whole = (size + sizeof(Header) + kPage - 1) / kPage * kPage;
-    void* const pages = VirtualAlloc(nullptr, whole + kPage, MEM_RESERVE, PAGE_NOACCESS);
-    if (pages == nullptr || VirtualAlloc(pages, whole, MEM_COMMIT, PAGE_READWRITE) == nullptr) {
+    const std::size_t whole = PagesFor(size);
+    void* const pages = g_nextPages.fetch_add(static_cast<std::ptrdiff_t>(whole + kPage));
+    if (VirtualAlloc(pages, whole, MEM_COMMIT, PAGE_READWRITE) == nullptr) {
         return nullptr;
     }
     const auto end = reinterpret_cast<std::uintptr_t>(pages) + whole;
@@ -91,8 +100,7 @@ void Free(void* memory) noexcept
     if (header->pages == nullptr) {
         HeapFree(GetProcessHeap(), 0, header);
     } else {
-        VirtualFree(header->pages, (header->size + sizeof(Header) + 4095) / 4096 * 4096,
-                    MEM_DECOMMIT);
+        VirtualFree(header->pages, PagesFor(header->size), MEM_DECOMMIT);
     }
 }
 
@@ -110,6 +118,10 @@ void OwnMemory::ForgetLargest() noexcept
 
 void OwnMemory::SetPagesOfTheirOwn(bool on) noexcept
 {
+    if (on && g_nextPages == nullptr) {
+        g_nextPages = static_cast<unsigned char*>(
+            VirtualAlloc(nullptr, kAddresses, MEM_RESERVE, PAGE_NOACCESS));
+    }
     g_ownPages = on;
 }
 

@@ -2,11 +2,14 @@
 
 #include <windows.h>
 
+#include <tlhelp32.h>
+
 #include <boost/shared_ptr.hpp>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "basicslib/Handle.h"
 #include "basicslib/StatusCode.h"
 #include "process/InstancesMgr.h"
 #include "process/Process.h"
@@ -38,12 +41,18 @@ void StartFreeBrowser(const char* name)
 
 void EndBrowsers()
 {
-    for (const wchar_t* const exe : {L"talvern.exe", L"firefox.exe", L"iexplore.exe"}) {
-        std::vector<boost::shared_ptr<tvn::IProcess>> browsers;
-        tvn::Process().GetProcessesByName(exe, browsers, 0);
-        for (const auto& browser : browsers) {
-            browser->Terminate(0);
-            browser->WaitForExit(5000);
+    const tvn::Handle processes(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry = {};
+    entry.dwSize = sizeof entry;
+    for (BOOL found = Process32FirstW(processes.Get(), &entry); found;
+         found = Process32NextW(processes.Get(), &entry)) {
+        for (const wchar_t* const exe : {L"talvern.exe", L"firefox.exe", L"iexplore.exe"}) {
+            if (_wcsicmp(entry.szExeFile, exe) == 0) {
+                const tvn::Handle browser(
+                    OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, entry.th32ProcessID));
+                TerminateProcess(browser.Get(), 1);
+                WaitForSingleObject(browser.Get(), 5000);
+            }
         }
     }
 }

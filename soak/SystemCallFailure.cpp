@@ -70,6 +70,7 @@ constexpr SystemCall kCalls[] = {
     {"RegEnumKeyExA", Code},
     {"RegOpenKeyExA", Code},
     {"RegOpenKeyExW", Code},
+    {"RegOverridePredefKey", Code},
     {"RegQueryValueExA", Code},
     {"RegSetValueExW", Code},
     {"RegisterTypeLib", Hresult},

@@ -20,6 +20,7 @@ constexpr Campaign kCampaigns[] = {
     {"pipes", "calls", "broken replies, callbacks and runner replies over real pipes", &RunPipes},
     {"hangs", "calls", "the other side stops at every point at which it can", &RunHangs},
     {"resources", "failures", "every allocation and every system call fails once", &RunResources},
+    {"reentry", "cases", "window messages call every method during every wait", &RunReentry},
 };
 
 LONG WINAPI OnCrash(EXCEPTION_POINTERS* crash)
