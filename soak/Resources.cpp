@@ -103,7 +103,8 @@ class ResourceRun
   public:
     explicit ResourceRun(Journal& journal) : m_journal(journal) {}
 
-    /// Goes the way with its `number`th call failing; false when it has fewer.
+    /// Goes the way with its `number`th call failing; false when it has fewer. With 0 nothing
+    /// fails: the system opens what it keeps open for ever.
     bool Try(const Way& way, std::size_t number, Tally& tally)
     {
         const std::ptrdiff_t blocks = OwnMemory::Watched().blocks;
@@ -131,7 +132,7 @@ class ResourceRun
         if (wrong.empty() && left != 0) {
             wrong = std::to_string(left) + " blocks are left";
         }
-        if (number == 1) {
+        if (number == 0) {
             m_handles = SettledHandles();
         } else if (wrong.empty() && !HandlesAreBack()) {
             const std::ptrdiff_t handles = SettledHandles();
@@ -265,6 +266,7 @@ void RunResources(const Settings& settings, Journal& journal)
             continue;
         }
         Tally tally;
+        run.Try(way, 0, tally);
         std::size_t number = settings.onlyCase ? *settings.onlyCase % kWaySize : 1;
         for (bool struck = true; struck && number < kMostCalls; ++number) {
             Journal::NoteCase("--case", index * kWaySize + number);

@@ -8,6 +8,7 @@
 #include <exception>
 
 #include "soak/Campaign.h"
+#include "soak/ChildProgram.h"
 #include "soak/ReplacedImports.h"
 
 namespace
@@ -21,6 +22,10 @@ constexpr Campaign kCampaigns[] = {
     {"hangs", "calls", "the other side stops at every point at which it can", &RunHangs},
     {"resources", "failures", "every allocation and every system call fails once", &RunResources},
     {"reentry", "cases", "window messages call every method during every wait", &RunReentry},
+    {"threads", "cycles", "many objects at once, and calls from another apartment", &RunThreads},
+    {"big", "plays", "very long macros and replies", &RunBig},
+    {"unload", "rounds", "the DLL is loaded and unloaded; processes end while it is used",
+     &RunUnload},
 };
 
 LONG WINAPI OnCrash(EXCEPTION_POINTERS* crash)
@@ -69,7 +74,13 @@ int main(int argc, char** argv)
         command->add_flag("--short", settings.shortForm, "a few seconds in all");
         command->add_flag("--full", settings.full, "cut nothing down");
     }
+    std::string part;
+    CLI::App* const child = app.add_subcommand("part", "plays a part in another one's campaign");
+    child->add_option("name", part)->required();
     CLI11_PARSE(app, argc, argv);
+    if (*child) {
+        return PlayPart(part);
+    }
     for (const Campaign& campaign : kCampaigns) {
         const CLI::App* const command = app.get_subcommand(campaign.name);
         if (*command) {
