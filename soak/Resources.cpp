@@ -25,14 +25,17 @@ constexpr int kDone = 1;
 /// How the object is brought to where the method begins.
 enum class Before : unsigned char { Fresh, RunnerAttached, OwnAttached, FirefoxAttached };
 
+/// How long a way is, with all its failures: some belong to the short form, some start processes.
+enum class Takes : unsigned char { Seconds, Minutes, Processes };
+
 /// One way through a method.
 struct Way
 {
     const char* name;
     Before before;
     std::function<int(ScriptingObject& object)> call;
+    Takes takes;
     const char* browser = nullptr;  ///< a free one that runs before the call
-    bool usesBrowsers = false;      ///< of their own processes
 };
 
 std::vector<Way> Ways()
@@ -40,7 +43,7 @@ std::vector<Way> Ways()
     using Object = ScriptingObject;
     const auto init = [](const char* line, bool openNew) {
         return [=](Object& object) {
-            return object.Init(line, openNew, 4);
+            return object.Init(line, openNew, 3);
         };
     };
     const auto play = [](Object& object) {
@@ -49,42 +52,44 @@ std::vector<Way> Ways()
     const auto playLong = [](Object& object) {
         return object.Play(std::wstring(100'000, L'x'), 1);
     };
+    const auto display = [](Object& object) {
+        return object.Display(L"text", 1);
+    };
     const auto exit = [](Object& object) {
         return object.Exit(3);
     };
+    const auto set = [](Object& object) {
+        return object.Set(L"city", L"New York");
+    };
+    const auto error = [](Object& object) {
+        return object.Error() == L"<none>" ? 0 : kDone;
+    };
+    const auto extract = [](Object& object) {
+        return object.Extract(1) == L"<none>" ? 0 : kDone;
+    };
+    const auto version = [](Object& object) {
+        return object.Version() == 6300216 ? kDone : 0;
+    };
+    const char* const firefox = "-fx -fxVersion 3.6.8 -fxLocale en-US";
+    using enum Takes;
+    using enum Before;
     return {
-        {"tvnInit, own browser", Before::Fresh, init("", true), nullptr, true},
-        {"tvnInit, free own browser", Before::Fresh, init("", false), "talvern", true},
-        {"tvnInit, Firefox", Before::Fresh, init("-fx -fxVersion 3.6.8 -fxLocale en-US", true),
-         nullptr, true},
-        {"tvnInit, Internet Explorer", Before::Fresh, init("-ie", true), nullptr, true},
-        {"tvnInit, runner", Before::Fresh, init("-runner", true)},
-        {"tvnInit, free browser of the runner", Before::Fresh, init("-runner", false)},
-        {"tvnPlay", Before::RunnerAttached, play},
-        {"tvnPlay, long macro", Before::RunnerAttached, playLong},
-        {"tvnDisplay", Before::RunnerAttached,
-         [](Object& object) {
-             return object.Display(L"text", 1);
-         }},
-        {"tvnExit, own browser", Before::OwnAttached, exit, nullptr, true},
-        {"tvnExit, Firefox", Before::FirefoxAttached, exit, nullptr, true},
-        {"tvnExit, runner", Before::RunnerAttached, exit},
-        {"tvnSet", Before::Fresh,
-         [](Object& object) {
-             return object.Set(L"city", L"New York");
-         }},
-        {"tvnGetLastError", Before::RunnerAttached,
-         [](Object& object) {
-             return object.Error() == L"<none>" ? 0 : kDone;
-         }},
-        {"tvnGetLastExtract", Before::RunnerAttached,
-         [](Object& object) {
-             return object.Extract(1) == L"<none>" ? 0 : kDone;
-         }},
-        {"tvnGetInterfaceVersion", Before::Fresh,
-         [](Object& object) {
-             return object.Version() == 6300216 ? kDone : 0;
-         }},
+        {"tvnInit, own browser", Fresh, init("", true), Processes},
+        {"tvnInit, free own browser", Fresh, init("", false), Processes, "talvern"},
+        {"tvnInit, Firefox", Fresh, init(firefox, true), Processes},
+        {"tvnInit, Internet Explorer", Fresh, init("-ie", true), Processes},
+        {"tvnInit, runner", Fresh, init("-runner", true), Minutes},
+        {"tvnInit, free browser of the runner", Fresh, init("-runner", false), Minutes},
+        {"tvnPlay", RunnerAttached, play, Seconds},
+        {"tvnPlay, long macro", RunnerAttached, playLong, Minutes},
+        {"tvnDisplay", RunnerAttached, display, Minutes},
+        {"tvnExit, own browser", OwnAttached, exit, Processes},
+        {"tvnExit, Firefox", FirefoxAttached, exit, Processes},
+        {"tvnExit, runner", RunnerAttached, exit, Minutes},
+        {"tvnSet", Fresh, set, Seconds},
+        {"tvnGetLastError", RunnerAttached, error, Seconds},
+        {"tvnGetLastExtract", RunnerAttached, extract, Seconds},
+        {"tvnGetInterfaceVersion", Fresh, version, Seconds},
     };
 }
 
@@ -103,9 +108,25 @@ class ResourceRun
   public:
     explicit ResourceRun(Journal& journal) : m_journal(journal) {}
 
-    /// Goes the way with its `number`th call failing; false when it has fewer. With 0 nothing
-    /// fails: the system opens what it keeps open for ever.
-    bool Try(const Way& way, std::size_t number, Tally& tally)
+    /// Goes the way without a failure, to learn what it leaves behind by itself: the system opens
+    /// what it keeps open for ever, and forgets to close something at each call. Gives the number
+    /// of handles that each call leaves.
+    std::ptrdiff_t Learn(const Way& way)
+    {
+        Tally tally;
+        m_usual = 0;
+        Try(way, 0, tally, false, false);
+        m_handles = SettledHandles();
+        Try(way, 0, tally, false, false);
+        const std::ptrdiff_t handles = SettledHandles();
+        m_usual = handles - m_handles;
+        m_handles = handles;
+        return m_usual;
+    }
+
+    /// Goes the way with its `number`th call failing; false when it has fewer.
+    bool Try(const Way& way, std::size_t number, Tally& tally, bool again = false,
+             bool judgesHandles = true)
     {
         const std::ptrdiff_t blocks = OwnMemory::Watched().blocks;
         std::string wrong;
@@ -125,19 +146,22 @@ class ResourceRun
                 wrong = Works(object, way);
             }
         }
-        if (way.usesBrowsers) {
+        if (way.takes == Takes::Processes) {
             EndBrowsers();
         }
         const std::ptrdiff_t left = OwnMemory::Watched().blocks - blocks;
         if (wrong.empty() && left != 0) {
             wrong = std::to_string(left) + " blocks are left";
         }
-        if (number == 0) {
-            m_handles = SettledHandles();
-        } else if (wrong.empty() && !HandlesAreBack()) {
+        if (judgesHandles && wrong.empty() && !HandlesAreBack()) {
             const std::ptrdiff_t handles = SettledHandles();
-            wrong = std::to_string(handles - m_handles) + " handles are left";
+            const std::ptrdiff_t more = handles - m_handles;
             m_handles = handles;
+            // What the system opens once, for the first failure of a kind, is not opened again.
+            if (!again) {
+                return Try(way, number, tally, true);
+            }
+            wrong = std::to_string(more) + " handles are left";
         }
         m_journal.Count(1, wrong.empty() ? 1 : 0);
         if (!wrong.empty()) {
@@ -195,7 +219,7 @@ class ResourceRun
     static std::string Works(ScriptingObject& object, const Way& way)
     {
         object.Exit(3);
-        if (way.usesBrowsers) {
+        if (way.takes == Takes::Processes) {
             EndBrowsers();
         }
         const int init = object.Init("-runner", true, 10);
@@ -214,16 +238,18 @@ class ResourceRun
     static std::ptrdiff_t SettledHandles()
     {
         std::ptrdiff_t most = 0;
-        for (int looks = 0; looks < 10; ++looks, Sleep(20)) {
+        for (int looks = 0; looks < 5; ++looks, Sleep(10)) {
             most = std::max(most, CountHandles());
         }
         return most;
     }
 
-    bool HandlesAreBack() const
+    bool HandlesAreBack()
     {
         for (int tries = 0; tries < 100; ++tries, Sleep(10)) {
-            if (CountHandles() <= m_handles) {
+            // (The init afterwards takes the same way once more.)
+            if (CountHandles() <= m_handles + 2 * m_usual) {
+                m_handles += m_usual == 0 ? 0 : CountHandles() - m_handles;
                 return true;
             }
         }
@@ -233,6 +259,7 @@ class ResourceRun
     Journal& m_journal;
     Counterpart m_counterpart;
     std::ptrdiff_t m_handles = 0;
+    std::ptrdiff_t m_usual = 0;  ///< handles that each call leaves without a failure
 };
 
 std::string CodesOf(const Tally& tally)
@@ -257,16 +284,17 @@ void RunResources(const Settings& settings, Journal& journal)
     EndBrowsers();
     ResourceRun run(journal);
     Table table = {{"method", "allocations failed", "system calls failed", "succeeded all the same",
-                    "`sFail` and a text", "a code alone"}};
+                    "`sFail` and a text", "a code alone", "handles left without a failure"}};
     const std::vector<Way> ways = Ways();
     for (std::size_t index = 0; index < ways.size(); ++index) {
         const Way& way = ways[index];
-        if ((settings.shortForm && way.usesBrowsers) ||
+        if ((settings.shortForm && way.takes != Takes::Seconds) ||
             (settings.onlyCase && *settings.onlyCase / kWaySize != index)) {
             continue;
         }
         Tally tally;
-        run.Try(way, 0, tally);
+        const std::ptrdiff_t usual = run.Learn(way);
+        journal.Leaked(usual, 0);
         std::size_t number = settings.onlyCase ? *settings.onlyCase % kWaySize : 1;
         for (bool struck = true; struck && number < kMostCalls; ++number) {
             Journal::NoteCase("--case", index * kWaySize + number);
@@ -276,7 +304,7 @@ void RunResources(const Settings& settings, Journal& journal)
         }
         table.push_back({way.name, std::to_string(tally.memory), std::to_string(tally.calls),
                          std::to_string(tally.wentOn), std::to_string(tally.withText),
-                         CodesOf(tally)});
+                         CodesOf(tally), std::to_string(usual)});
     }
     journal.AddTable("Failures injected one after the other into " +
                          std::to_string(ReplacedImports::CountThatFail()) +
