@@ -1,5 +1,7 @@
 #pragma once
 
+#include <mutex>
+
 #include "comserver/RegistryKey.h"
 
 namespace comserver
@@ -8,8 +10,9 @@ namespace comserver
 /// The classes of the machine, whoever registers: HKEY_CLASSES_ROOT shows the classes of the user
 /// in front of them, and writes to a class there that the user has one of.
 ///
-/// From `Open` to its destruction, HKEY_CLASSES_ROOT means these classes in the whole process, for
-/// the system's own functions that register below it.
+/// One object at a time; another waits until the first is gone. From `Open` to its destruction,
+/// HKEY_CLASSES_ROOT means these classes in the whole process, for the system's own functions that
+/// register below it.
 class MachineClasses
 {
   public:
@@ -27,7 +30,7 @@ class MachineClasses
     HRESULT Open() noexcept
     {
         LSTATUS status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Classes", 0,
-                                       KEY_READ | KEY_WRITE, m_key.Receive());
+                                       KEY_READ | KEY_WRITE | DELETE, m_key.Receive());
         if (status == ERROR_SUCCESS) {
             status = RegOverridePredefKey(HKEY_CLASSES_ROOT, m_key.Get());
             m_overriding = status == ERROR_SUCCESS;
@@ -39,6 +42,9 @@ class MachineClasses
     HKEY Get() const noexcept { return m_key.Get(); }
 
   private:
+    inline static std::mutex s_oneAtATime;
+
+    const std::lock_guard<std::mutex> m_lock{s_oneAtATime};
     RegistryKey m_key;
     bool m_overriding = false;
 };

@@ -74,8 +74,8 @@ class Module
     /// library for all users. Stops at the first failure and returns its HRESULT.
     HRESULT RegisterServer() noexcept;
 
-    /// Takes back what `RegisterServer` has done; what is not there is no failure. Goes on after a
-    /// failure and returns the first one's HRESULT.
+    /// Takes back what `RegisterServer` has done; what is not there is no failure. Once it may
+    /// write to the classes it goes on after a failure and returns the first one's HRESULT.
     HRESULT UnregisterServer() noexcept;
 
     /// Returns the type information of the dual interface, referenced for the caller. It is read

@@ -210,7 +210,7 @@ HRESULT RegistryScript::RegisterKey(HKEY parent, const Key& key)
     RegistryKey opened;
     const LSTATUS created =
         RegCreateKeyExW(parent, key.name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                        KEY_READ | KEY_WRITE, nullptr, opened.Receive(), nullptr);
+                        KEY_READ | KEY_WRITE | DELETE, nullptr, opened.Receive(), nullptr);
     if (created != ERROR_SUCCESS) {
         return Result(created);
     }
@@ -239,7 +239,7 @@ HRESULT RegistryScript::UnregisterKey(HKEY parent, const Key& key)
     }
     RegistryKey opened;
     const LSTATUS status =
-        RegOpenKeyExW(parent, key.name.c_str(), 0, KEY_READ | KEY_WRITE, opened.Receive());
+        RegOpenKeyExW(parent, key.name.c_str(), 0, KEY_READ | KEY_WRITE | DELETE, opened.Receive());
     if (status == ERROR_FILE_NOT_FOUND) {
         return S_OK;
     }

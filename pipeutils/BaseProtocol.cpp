@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <boost/make_shared.hpp>
 #include <cstring>
+#include <new>
 
 #include "basicslib/Exceptions.h"
 #include "basicslib/Handle.h"
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
+#include "pipeutils/WaitPumping.h"
 
 namespace tvn
 {
@@ -44,6 +46,7 @@ BaseProtocol::BaseProtocol(HANDLE hPipe, HANDLE hInterrupt) noexcept
 
 void BaseProtocol::WritePipe(const void* buffer, DWORD count, DWORD timeout)
 {
+    TVN_ASSERT(!m_write.IsPending());
     // A message that the pipe's buffers hold is taken at once. A larger one stays pending until the
     // other side has read it, which it may never do.
     const CancelScope cancel(m_write);
@@ -52,7 +55,9 @@ void BaseProtocol::WritePipe(const void* buffer, DWORD count, DWORD timeout)
         if (m_write.Wait(timeout, m_hInterrupt)) {
             outcome = m_write.Take();
         } else {
-            outcome.error = IsInterrupted() ? ERROR_OPERATION_ABORTED : WAIT_TIMEOUT;
+            const DWORD error = IsInterrupted() ? ERROR_OPERATION_ABORTED : WAIT_TIMEOUT;
+            outcome = m_write.Cancel();
+            outcome.error = outcome.success ? ERROR_SUCCESS : error;
         }
     }
     LogWrite(count, outcome.bytes);
@@ -69,6 +74,7 @@ void BaseProtocol::WriteMessage(Serializer& message, DWORD timeout)
 
 void BaseProtocol::StartMessage(Serializer& message)
 {
+    TVN_ASSERT(!m_write.IsPending());
     message.Serialize();
     const DWORD count = message.GetSize();
     m_bytesUnderWay = message.GetBuffer();
@@ -86,15 +92,58 @@ void BaseProtocol::StartMessage(Serializer& message)
 
 bool BaseProtocol::AwaitWrite(DWORD timeout)
 {
-    if (m_write.IsPending() && !m_write.Wait(timeout, m_hInterrupt)) {
-        const DWORD error = GetLastError();
-        if (IsInterrupted()) {
-            throw PipeInterrupted(error, __FILE__, __LINE__);
+    // With the time spent, what is already there is still dropped, but not without end.
+    constexpr unsigned int kDropsAfterTime = 64;
+
+    const TimeBudget budget(timeout);
+    unsigned int dropsAfterTime = 0;
+    while (m_write.IsPending() && !m_write.HasEnded()) {
+        const DWORD left = budget.Remaining();
+        if ((left == 0 && ++dropsAfterTime > kDropsAfterTime) || !AwaitArrivalOrWrite(left)) {
+            return false;
         }
-        return false;
+        if (!m_write.HasEnded()) {
+            DropMessage();
+        }
     }
     TraceWrite();
     return true;
+}
+
+/// False when neither has come in time.
+bool BaseProtocol::AwaitArrivalOrWrite(DWORD timeout)
+{
+    const CancelScope cancel(m_read);
+    m_read.Read(nullptr, 0);
+    if (!m_read.IsPending()) {
+        return true;  // a message, or a failure that its read tells
+    }
+    const HANDLE handles[] = {m_write.GetEvent(), m_read.GetEvent(), m_hInterrupt};
+    const DWORD result = WaitPumping(Handle::IsValid(m_hInterrupt) ? 3 : 2, handles, timeout);
+    const DWORD error = GetLastError();
+    if (result == WAIT_FAILED) {
+        throw Win32Exception(error, __FILE__, __LINE__);
+    }
+    if (result == WAIT_OBJECT_0 + 2) {
+        throw PipeInterrupted(error, __FILE__, __LINE__);
+    }
+    return result != WAIT_TIMEOUT;
+}
+
+void BaseProtocol::DropMessage()
+{
+    unsigned char start[256];
+    if (ReadArrived(start, sizeof start).moreData) {
+        DropRest();
+    }
+}
+
+/// Takes what is left of a message out of the pipe, without a place for all of it.
+void BaseProtocol::DropRest()
+{
+    unsigned char dropped[4096];
+    while (ReadArrived(dropped, sizeof dropped).moreData) {
+    }
 }
 
 void BaseProtocol::TraceWrite() noexcept
@@ -144,7 +193,9 @@ BaseProtocol::ReadResult BaseProtocol::ReadArrived(void* buffer, DWORD count)
         // What was there has been taken back by its writer.
         const DWORD error = outcome.error;
         outcome = m_read.Cancel();
-        outcome.error = outcome.success ? ERROR_SUCCESS : error;
+        if (!outcome.success && outcome.error != ERROR_MORE_DATA) {
+            outcome.error = error;
+        }
     }
     ReadResult result;
     result.moreData = !outcome.success && outcome.error == ERROR_MORE_DATA;
@@ -180,8 +231,18 @@ DWORD BaseProtocol::ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeou
     if (!length.moreData) {
         return 0;  // a read would take the next message
     }
-    // The rest of the message is there with its beginning. The other side may claim any length for
-    // it; what counts is what the pipe holds.
+    try {
+        return ReadFields(size, buffer);
+    } catch (const std::bad_alloc&) {
+        DropRest();  // or the next read would begin in the middle of this message
+        throw;
+    }
+}
+
+/// Reads what lies behind the length field, which is there with it.
+DWORD BaseProtocol::ReadFields(DWORD size, MessageBuffer& buffer)
+{
+    // The other side may claim any length; what counts is what the pipe holds.
     const DWORD room = size <= kBelievedLength
                            ? size
                            : static_cast<DWORD>(std::min<std::size_t>(

@@ -46,8 +46,10 @@ class BaseProtocol
     /// fails at once or is short.
     void StartMessage(Serializer& message);
 
-    /// Waits for the end of a write that is under way, whatever becomes of it. False when it has
-    /// not ended in time. Throws PipeInterrupted.
+    /// Waits for the end of a write that is under way, whatever becomes of it. Messages that come
+    /// meanwhile are dropped: the other side may be waiting for somebody to take one before it
+    /// reads. False when the write has not ended in time. Throws as ReadPipe does, but for a
+    /// time-out.
     bool AwaitWrite(DWORD timeout);
 
     /// Traces how far a write under way has come, once. Throws nothing.
@@ -75,7 +77,11 @@ class BaseProtocol
 
   private:
     void AwaitArrival(DWORD timeout);
+    bool AwaitArrivalOrWrite(DWORD timeout);
+    void DropMessage();
+    void DropRest();
     ReadResult ReadArrived(void* buffer, DWORD count);
+    DWORD ReadFields(DWORD size, MessageBuffer& buffer);
     DWORD BytesLeft() const;
     bool IsInterrupted() const;
 

@@ -56,7 +56,7 @@ CommandReply CommandClient::Execute(DWORD timeout, const wchar_t* command,
             LogNoReply(sFail,
                        command);  // the read below decides: it knows whether the instance is gone
         }
-        CommandReply reply = m_protocol->ReceiveReply(m_requestId, budget.Remaining());
+        CommandReply reply = m_protocol->ReceiveReply(m_requestId, budget);
         m_protocol->TraceWrite();
         return reply;
     } catch (const PipeException& exception) {

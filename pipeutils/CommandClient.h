@@ -20,7 +20,8 @@ namespace tvn
 /// at a time.
 ///
 /// A command that the pipe does not take at once stays under way when its time ends: the instance
-/// gets it whole as soon as it reads, or not at all when the client is destroyed before.
+/// gets it whole as soon as it reads. It is withdrawn when the client is destroyed before, and by
+/// the system when the thread that has sent it ends.
 class CommandClient : private RemotePipeClient
 {
   public:

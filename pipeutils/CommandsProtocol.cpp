@@ -1,7 +1,6 @@
 #include "pipeutils/CommandsProtocol.h"
 
 #include "basicslib/Exceptions.h"
-#include "basicslib/TimeBudget.h"
 
 namespace tvn
 {
@@ -29,13 +28,12 @@ unsigned int CommandsProtocol::ReadReply(CommandReply& reply, DWORD timeout)
     return id;
 }
 
-CommandReply CommandsProtocol::ReceiveReply(unsigned int expectedId, DWORD timeout)
+CommandReply CommandsProtocol::ReceiveReply(unsigned int expectedId, const TimeBudget& budget)
 {
     // With the time spent, replies that are already in the pipe are still taken, but not without
     // end: an instance that sends stale ones as fast as they are read must not hold the caller.
     constexpr unsigned int kReadsAfterTime = 64;
 
-    const TimeBudget budget(timeout);
     for (unsigned int readsAfterTime = 0;;) {
         const DWORD left = budget.Remaining();
         if (left == 0 && ++readsAfterTime > kReadsAfterTime) {

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "basicslib/ComString.h"
+#include "basicslib/TimeBudget.h"
 #include "pipeutils/BaseProtocol.h"
 #include "pipeutils/CommandReply.h"
 
@@ -25,8 +26,8 @@ class CommandsProtocol : public BaseProtocol
     unsigned int ReadReply(CommandReply& reply, DWORD timeout);
 
     /// Client side: reads replies until one carries `expectedId` and drops the others, which are
-    /// late answers to commands that timed out.
-    CommandReply ReceiveReply(unsigned int expectedId, DWORD timeout);
+    /// late answers to commands that timed out. All of it takes what is left of `budget`.
+    CommandReply ReceiveReply(unsigned int expectedId, const TimeBudget& budget);
 
     /// Instance side: reads a command.
     void ReceiveCommand(unsigned int& id, ComString& command, ComString& arguments, DWORD timeout);

@@ -8,7 +8,7 @@ namespace tvn
 {
 
 Deserializer::Deserializer(std::uint32_t size, const MessageBuffer& buffer)
-    : m_size(size), m_buffer(buffer)
+    : m_end(size < kLengthFieldSize ? 0 : size - kLengthFieldSize), m_buffer(buffer)
 {}
 
 void Deserializer::ReadUInt(unsigned int& value)
@@ -40,8 +40,7 @@ std::wstring_view Deserializer::ReadText()
 
 const unsigned char* Deserializer::Take(std::uint32_t count)
 {
-    const std::uint32_t end = m_size < kLengthFieldSize ? 0 : m_size - kLengthFieldSize;
-    if (count > end - m_pos) {
+    if (count > GetLeft()) {
         throw ReadPipeError(ERROR_INVALID_DATA, __FILE__, __LINE__);
     }
     const unsigned char* bytes = m_buffer.get() + m_pos;

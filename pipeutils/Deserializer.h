@@ -30,11 +30,14 @@ class Deserializer
     /// character at the end is left out. The fields before it must be of an even number of bytes.
     std::wstring_view ReadText();
 
+    /// Bytes that are left to be read.
+    std::uint32_t GetLeft() const noexcept { return m_end - m_pos; }
+
   private:
     /// The next `count` bytes, which are then behind the position.
     const unsigned char* Take(std::uint32_t count);
 
-    std::uint32_t m_size;
+    std::uint32_t m_end;
     MessageBuffer m_buffer;
     std::uint32_t m_pos = 0;
 };

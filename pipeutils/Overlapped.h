@@ -3,6 +3,9 @@
 #include <windows.h>
 
 #include <memory>
+#include <optional>
+
+#include "basicslib/Handle.h"
 
 namespace tvn
 {
@@ -47,12 +50,15 @@ class Overlapped
     bool Wait(DWORD timeout);
 
   private:
-    /// Gives up a block that cannot be cancelled any more and that the system still writes to.
-    void ReleaseBlockInUse() noexcept;
+    struct Block
+    {
+        OVERLAPPED ov = {};
+        std::optional<Handle> file;
+        std::optional<Handle> event;
+    };
 
     DWORD m_tid;
-    HANDLE m_hFile;
-    std::unique_ptr<OVERLAPPED> m_ov;  // outlives this object where it is still in use
+    std::unique_ptr<Block> m_block;  // outlives this object where it must not be touched
     bool m_pending = false;
 };
 

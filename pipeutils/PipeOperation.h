@@ -43,6 +43,9 @@ class PipeOperation
     /// the wait. True when the operation has ended. Throws Win32Exception when the wait fails.
     bool Wait(DWORD timeout, HANDLE hInterrupt);
 
+    /// The event of the operation, borrowed; signalled when a pending one has ended.
+    HANDLE GetEvent() const noexcept { return m_event->Get(); }
+
     /// Whether an operation was pending when it was started, and its outcome is still to be taken.
     bool IsPending() const noexcept { return m_pending; }
 

@@ -5,7 +5,7 @@
 namespace tvn
 {
 
-/// The one blocking primitive of the transport: waits until one of `count` (1 or 2) handles is
+/// The one blocking primitive of the transport: waits until one of `count` (1 to 3) handles is
 /// signalled, and dispatches the calling thread's window messages meanwhile, so that windows stay
 /// alive and calls into a single-threaded apartment are served.
 ///

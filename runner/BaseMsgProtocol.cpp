@@ -3,7 +3,6 @@
 #include <boost/make_shared.hpp>
 
 #include "basicslib/Exceptions.h"
-#include "basicslib/TimeBudget.h"
 
 namespace tvn
 {
@@ -22,9 +21,8 @@ void BaseMsgProtocol::WriteMsg(boost::shared_ptr<BaseMsg> msg, std::uint32_t* ms
 
 void BaseMsgProtocol::ReadMsg(boost::shared_ptr<BaseMsg>& msg, DWORD timeoutMs)
 {
-    const TimeBudget budget(timeoutMs);
     boost::shared_ptr<Deserializer> message;
-    ReadMessage(message, budget.Remaining());
+    ReadMessage(message, timeoutMs);
     unsigned int type = 0;
     message->ReadUInt(type);
     const boost::shared_ptr<BaseMsg> created = CreateMsg(type);

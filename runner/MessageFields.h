@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <boost/shared_ptr.hpp>
 #include <cstdint>
 #include <vector>
@@ -58,12 +59,18 @@ class FieldReader
     }
 
     /// Reads a count and its records, and appends them to the arrays. The count is not believed:
-    /// room is made record by record.
+    /// room is made for as many records as the message can hold.
     template <class... Arrays>
     void Records(Arrays&... arrays)
     {
+        constexpr std::size_t kSmallestField = 4;
         int count = 0;
-        for (m_deserializer.ReadInt(count); count > 0; --count) {
+        m_deserializer.ReadInt(count);
+        // (And for one that it breaks off.)
+        const std::size_t most =
+            m_deserializer.GetLeft() / (kSmallestField * sizeof...(Arrays)) + 1;
+        (arrays.reserve(std::min(most, static_cast<std::size_t>(std::max(count, 0)))), ...);
+        for (; count > 0; --count) {
             (arrays.push_back(Next<typename Arrays::value_type>()), ...);
         }
     }

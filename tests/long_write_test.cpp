@@ -60,6 +60,17 @@ TEST_F(LongWrite, DoesNotKeepARereadingInstanceFromSendingALongReply)
     EXPECT_EQ(Run(5000, L"L", longText), sOk);
 }
 
+TEST_F(LongWrite, UnderWayDoesNotKeepTheNextCommandFromTakingALateReply)
+{
+    EXPECT_EQ(Run(0, L"N"), sTimeout);
+    const std::string stale(300000, 's');
+    instance.Perform({{Message(1, "N", ""), {Message(1, sOk, stale)}, 300},
+                      {LongCommand(2)},
+                      {Message(3, "N", ""), {Message(3, sOk, "")}}});
+    EXPECT_EQ(Run(0, L"L", longText), sTimeout);
+    EXPECT_EQ(Run(5000, L"N"), sOk);
+}
+
 TEST_F(LongWrite, IsCancelledWithItsClientOnAnyThread)
 {
     for (const bool elsewhere : {false, true}) {
