@@ -61,10 +61,3 @@ install_packages() { # package...
             fail "cannot install ${failed[*]}; build/packages.log tells why"
     fi
 }
-
-# Scripts that name the parts they need do so after this file; the others get all.
-for part in build wine registry; do
-    # shellcheck source=/dev/null
-    source "$root/tools/lib/$part.sh"
-done
-unset part
