@@ -10,12 +10,13 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$root/build
 
-# Boost, GoogleTest and Catch are headers or sources that are compiled for Windows here.
+# Boost, GoogleTest and nlohmann's JSON are headers or sources that are compiled for Windows here.
 build_packages=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 mingw-w64-tools
     libwine libwine-dev wine64 wine libboost-dev libcli11-dev googletest python3)
 lint_packages=(clang clang-format clang-tidy shellcheck codespell)
 coverage_packages=(gcovr)
-bench_packages=(catch2)
+bench_packages=(nlohmann-json3-dev)
+measure_packages=(chromium-driver gnuplot-nox)
 package_packages=(wixl msitools zip unzip pandoc python3-minimal nlohmann-json3-dev)
 
 say() { printf '==> %s\n' "$*"; }

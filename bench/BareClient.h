@@ -1,0 +1,49 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "basicslib/Handle.h"
+
+namespace bench
+{
+
+/// The least that can play on a command pipe: hand-written loops of system calls on messages that
+/// are laid out once. Used by one thread. Everything throws std::runtime_error when a call fails.
+class BareClient
+{
+  public:
+    /// `macro` is what every play is of.
+    BareClient(const std::string& pipeName, const std::wstring& macro);
+
+    /// One play with all that the exchange asks for: a plain write, and for the reply's length and
+    /// for its fields a read with a duplicated handle, an event, a read of no bytes, a wait that
+    /// messages end, a cancellation and the closing of both; and the diagnostic lines.
+    void Play();
+
+    /// One play with nothing but the write and a read of the whole reply, into room that is there
+    /// already.
+    void Transfer();
+
+    /// The same with two reads, of the length and of the rest, into room that is made for it.
+    void TransferLengthFirst();
+
+    /// Bytes of the last reply.
+    std::size_t ReplySize() const noexcept { return m_replySize; }
+
+  private:
+    void Write();
+    void WritePlain();
+    DWORD Read(unsigned char* buffer, DWORD count);
+    DWORD ReadPlain(unsigned char* buffer, DWORD count);
+
+    tvn::Handle m_pipe;
+    tvn::Handle m_event;
+    std::vector<unsigned char> m_request;
+    std::vector<unsigned char> m_reply;
+    std::size_t m_replySize = 0;
+};
+
+}  // namespace bench

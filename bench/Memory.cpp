@@ -1,0 +1,21 @@
+#include "bench/Memory.h"
+
+#include <windows.h>
+
+#include <psapi.h>
+
+#include "bench/Measure.h"
+
+namespace bench
+{
+
+Memory CurrentMemory()
+{
+    // Wine does not keep the peak of what is the process's own, but that of all that is resident.
+    PROCESS_MEMORY_COUNTERS counters = {};
+    Require(GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) != FALSE,
+            "the system does not tell how much memory is in use");
+    return {counters.PagefileUsage, counters.WorkingSetSize, counters.PeakWorkingSetSize};
+}
+
+}  // namespace bench
