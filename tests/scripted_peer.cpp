@@ -82,8 +82,7 @@ void ScriptedPeer::Perform(Script script)
     ResetEvent(m_stop->Get());
     m_thread = std::thread([this, steps = std::move(script)] {
         for (const Step& step : steps) {
-            SCOPED_TRACE("step " + std::to_string(&step - steps.data() + 1) + " of the script");
-            Run(step);
+            Run(step, "step " + std::to_string(&step - steps.data() + 1) + " of the script");
         }
         SetEvent(m_done->Get());
     });
@@ -98,7 +97,7 @@ void ScriptedPeer::Join()
     }
 }
 
-void ScriptedPeer::Run(const Step& step)
+void ScriptedPeer::Run(const Step& step, const std::string& name)
 {
     Bytes message;
     bool there = m_connected || NextClient();
@@ -106,11 +105,11 @@ void ScriptedPeer::Run(const Step& step)
         there = NextClient();
     }
     if (!there) {
-        ADD_FAILURE() << "no client has come this far";
+        ADD_FAILURE() << name << ": no client has come this far";
         return;
     }
     if (step.expected) {
-        EXPECT_THAT(message, *step.expected);
+        EXPECT_THAT(message, *step.expected) << name;
     }
     WaitForSingleObject(m_stop->Get(), step.delay);
     for (const Bytes& reply : step.replies) {

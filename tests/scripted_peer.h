@@ -87,7 +87,7 @@ class ScriptedPeer
 
   private:
     void Join();
-    void Run(const Step& step);
+    void Run(const Step& step, const std::string& name);
     bool NextClient();
     bool Read(Bytes& message, DWORD timeout);
     bool Write(const Bytes& message, DWORD timeout);
