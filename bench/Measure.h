@@ -31,8 +31,8 @@ struct Pairs
 /// How a ratio has to lie to its goal.
 enum class Goal {
     None,
-    AtMost,
-    AtLeast,
+    NoMore,
+    NoLess,
 };
 
 /// One line of a table: this code beside the least that could do the same work.
@@ -66,16 +66,16 @@ double Seconds(Work work)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Runs both for about `seconds`, at least `atLeast` rounds, one just after the other and each in
+/// Runs both for about `seconds`, and `fewest` rounds or more, one just after the other and each in
 /// turn the first, so that what else the machine does meets both alike. Each returns what it has
 /// measured. A few first rounds are not counted.
 template <class Ours, class Baseline>
-Pairs Interleave(double seconds, std::size_t atLeast, Ours ours, Baseline baseline)
+Pairs Interleave(double seconds, std::size_t fewest, Ours ours, Baseline baseline)
 {
-    const std::size_t warmUp = atLeast < 10 ? 1 : atLeast / 10;
+    const std::size_t warmUp = fewest < 10 ? 1 : fewest / 10;
     Pairs pairs;
     double spent = 0;
-    for (std::size_t round = 0; round < warmUp + atLeast || spent < seconds; ++round) {
+    for (std::size_t round = 0; round < warmUp + fewest || spent < seconds; ++round) {
         double first = 0;
         double second = 0;
         spent += Seconds([&] {
@@ -97,11 +97,10 @@ Pairs Interleave(double seconds, std::size_t atLeast, Ours ours, Baseline baseli
 
 /// The same for two pieces of work whose time is measured, in units of `unit` seconds.
 template <class Ours, class Baseline>
-Pairs InterleaveTimes(double seconds, std::size_t atLeast, double unit, Ours ours,
-                      Baseline baseline)
+Pairs InterleaveTimes(double seconds, std::size_t fewest, double unit, Ours ours, Baseline baseline)
 {
     return Interleave(
-        seconds, atLeast, [&] { return Seconds(ours) / unit; },
+        seconds, fewest, [&] { return Seconds(ours) / unit; },
         [&] { return Seconds(baseline) / unit; });
 }
 

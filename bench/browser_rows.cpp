@@ -59,8 +59,8 @@ Comparisons StartAndEnd(const Settings& settings)
         return start / kMillisecond;
     };
     const Pairs starts = Interleave(settings.seconds, 5, ours, server);
-    return {Compare("start", "the driver's session", "ms", starts, Goal::AtMost, 1),
-            Compare("end", "the driver's session", "ms", ends, Goal::AtMost, 1)};
+    return {Compare("start", "the driver's session", "ms", starts, Goal::NoMore, 1),
+            Compare("end", "the driver's session", "ms", ends, Goal::NoMore, 1)};
 }
 
 }  // namespace
@@ -82,7 +82,7 @@ Comparisons MeasureBrowser(const Settings& settings)
             [&] { Require(driver.Evaluate("return 1") == "1", "the driver evaluates wrongly"); });
         Require(object.Extract() == L"1", "the macro evaluates wrongly");
         lines.push_back(
-            Compare("one evaluate", "the driver's command", "ms", one, Goal::AtMost, 0.85));
+            Compare("one evaluate", "the driver's command", "ms", one, Goal::NoMore, 0.85));
 
         const std::string name = driver.Find("#name");
         const std::string send = driver.Find("#send");
@@ -92,7 +92,7 @@ Comparisons MeasureBrowser(const Settings& settings)
         Require(object.Extract().find(L"four[EXTRACT]five") != std::wstring::npos,
                 "the macro reads something else");
         lines.push_back(
-            Compare("20 steps", "the driver's commands", "ms", twenty, Goal::AtMost, 0.2));
+            Compare("20 steps", "the driver's commands", "ms", twenty, Goal::NoMore, 0.2));
         object.Exit();
     }
     for (Comparison& line : StartAndEnd(settings)) {

@@ -37,9 +37,9 @@ void Print(const bench::Spread& spread)
 
 void Print(const bench::Comparison& line)
 {
-    const char* const relation = line.relation == bench::Goal::AtMost    ? "most"
-                                 : line.relation == bench::Goal::AtLeast ? "least"
-                                                                         : "none";
+    const char* const relation = line.relation == bench::Goal::NoMore   ? "most"
+                                 : line.relation == bench::Goal::NoLess ? "least"
+                                                                        : "none";
     std::printf("%s\t%s\t%s", line.name.c_str(), line.baselineName.c_str(), line.unit.c_str());
     Print(line.ours);
     Print(line.baseline);

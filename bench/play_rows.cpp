@@ -23,7 +23,7 @@ Comparisons MeasurePlay(const Settings& settings)
     const Pairs pairs = InterleaveTimes(
         settings.seconds, 100, kMicrosecond, [&] { object.Play(macro); }, [&] { bare.Play(); });
     Comparisons lines = {
-        Compare("an empty macro", "the system calls", "µs", pairs, Goal::AtMost, 1.05)};
+        Compare("an empty macro", "the system calls", "µs", pairs, Goal::NoMore, 1.05)};
     const Pairs least = InterleaveTimes(
         settings.seconds / 4, 100, kMicrosecond, [&] { object.Play(macro); },
         [&] { bare.Transfer(); });
@@ -43,7 +43,7 @@ Comparisons MeasureDriver(const Settings& settings)
         [&] {
             Require(driver.Evaluate("return 1") == "1", "the driver does not answer as it should");
         });
-    return {Compare("an empty macro", "the driver's return 1", "µs", pairs, Goal::AtMost, 0.5)};
+    return {Compare("an empty macro", "the driver's return 1", "µs", pairs, Goal::NoMore, 0.5)};
 }
 
 Comparisons MeasureDispatch(const Settings& settings)
@@ -73,7 +73,7 @@ Comparisons MeasureDispatch(const Settings& settings)
         settings.seconds / 4, 100, kMicrosecond * kCalls,
         [&] { repeated([&] { detached.Invoke(kDisplay, parameters); }); },
         [&] { repeated([&] { detached.TryDisplay(text); }); });
-    return {Compare("tvnDisplay", "virtual table", "µs", display, Goal::AtMost, 1.03),
+    return {Compare("tvnDisplay", "virtual table", "µs", display, Goal::NoMore, 1.03),
             Compare("tvnDisplay, detached", "virtual table", "µs", call, Goal::None, 0)};
 }
 

@@ -52,7 +52,7 @@ Comparisons MeasureVariables(const Settings& settings)
                 }
             });
         lines.push_back(
-            Compare(std::to_string(count), "ten times a tenth", "ms", pairs, Goal::AtMost, 1.1));
+            Compare(std::to_string(count), "ten times a tenth", "ms", pairs, Goal::NoMore, 1.1));
     }
     return lines;
 }
@@ -67,7 +67,7 @@ Comparisons MeasureEscaping(const Settings& settings)
     const Pairs pairs = InterleaveTimes(
         settings.seconds, 5, kMillisecond, [&] { Keep(tvn::EncodeArg(text)); },
         [&] { Keep(std::wstring(result)); });
-    return {Compare("64 MiB", "a copy of the result", "ms", pairs, Goal::AtMost, 3)};
+    return {Compare("64 MiB", "a copy of the result", "ms", pairs, Goal::NoMore, 3)};
 }
 
 Comparisons MeasureCutting(const Settings& settings)
@@ -90,7 +90,7 @@ Comparisons MeasureCutting(const Settings& settings)
             Keep(views);
         },
         [&] { Keep(std::vector<std::wstring>(pieces.begin(), pieces.end())); });
-    return {Compare("64 MiB", "copying each piece", "ms", pairs, Goal::AtMost, 1.3)};
+    return {Compare("64 MiB", "copying each piece", "ms", pairs, Goal::NoMore, 1.3)};
 }
 
 Comparisons MeasureTexts(const Settings& settings)
