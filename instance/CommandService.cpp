@@ -13,6 +13,12 @@
 
 namespace instance
 {
+namespace
+{
+
+constexpr DWORD kRefusalTime = 1000;
+
+}  // namespace
 
 CommandService::CommandService(HWND window, const InstanceArguments& arguments, ICommands& commands)
     : m_commands(commands),
@@ -100,6 +106,9 @@ void CommandService::Attach(const std::wstring& creatorUuid, const Answer& answe
             m_attachment.Release(answer.connection.get());
         }
         answer.Give(accepted ? tvn::sOk : tvn::sFail);
+        if (!accepted) {
+            answer.connection->Flush(kRefusalTime);  // an instance that refuses may end at once
+        }
     });
 }
 

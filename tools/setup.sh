@@ -12,7 +12,9 @@ build=$root/build
 
 # Boost, GoogleTest and nlohmann's JSON are headers or sources that are compiled for Windows here.
 build_packages=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 mingw-w64-tools
-    libwine libwine-dev wine64 wine libboost-dev libcli11-dev googletest python3)
+    libwine libwine-dev wine64 wine libboost-dev libcli11-dev nlohmann-json3-dev googletest python3)
+# What the own browser drives.
+browser_packages=(chromium)
 lint_packages=(clang clang-format clang-tidy shellcheck codespell)
 coverage_packages=(gcovr)
 bench_packages=(nlohmann-json3-dev)

@@ -1,0 +1,44 @@
+#include "browser/FileNames.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cwctype>
+
+namespace browser
+{
+
+std::wstring ProgramFolder()
+{
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD size = static_cast<DWORD>(path.size());
+        const DWORD length = GetModuleFileNameW(nullptr, path.data(), size);
+        if (length < size) {
+            path.resize(length);
+            return path.substr(0, path.rfind(L'\\'));
+        }
+        path.resize(path.size() * 2);
+    }
+}
+
+bool IsFileName(const std::wstring& name)
+{
+    constexpr std::size_t kLongest = 200;
+    constexpr const wchar_t* kDevices[] = {L"CON", L"PRN", L"AUX", L"NUL", L"CONIN$", L"CONOUT$"};
+
+    if (name.empty() || name.size() > kLongest || name.back() == L'.' || name.back() == L' ' ||
+        name.find_first_of(L"<>:\"/\\|?*") != std::wstring::npos ||
+        std::any_of(name.begin(), name.end(), [](wchar_t one) { return one < L' '; })) {
+        return false;
+    }
+    std::wstring stem = name.substr(0, name.find(L'.'));
+    stem.erase(stem.find_last_not_of(L' ') + 1);
+    std::transform(stem.begin(), stem.end(), stem.begin(), std::towupper);
+    const bool numbered =
+        stem.size() == 4 && (stem.rfind(L"COM", 0) == 0 || stem.rfind(L"LPT", 0) == 0);
+    return !numbered &&
+           std::find(std::begin(kDevices), std::end(kDevices), stem) == std::end(kDevices);
+}
+
+}  // namespace browser

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+namespace browser
+{
+
+/// The folder of this program, without a separator at its end.
+std::wstring ProgramFolder();
+
+/// Whether `name` is one that a file may have: no path, no device, nothing that Windows reads as
+/// another name.
+bool IsFileName(const std::wstring& name);
+
+}  // namespace browser

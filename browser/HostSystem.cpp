@@ -1,0 +1,66 @@
+#include "browser/HostSystem.h"
+
+#include <fstream>
+#include <string>
+
+#include "basicslib/Handle.h"
+#include "browser/Utf8.h"
+
+namespace browser
+{
+namespace
+{
+
+using GetUnixFileName = char*(CDECL*)(const WCHAR*);
+
+GetUnixFileName UnixFileNames()
+{
+    HMODULE kernel = GetModuleHandleW(L"kernel32.dll");
+    return reinterpret_cast<GetUnixFileName>(
+        reinterpret_cast<void*>(GetProcAddress(kernel, "wine_get_unix_file_name")));
+}
+
+}  // namespace
+
+bool IsHostProgram(const std::wstring& program)
+{
+    DWORD kind = 0;
+    return UnixFileNames() != nullptr && !GetBinaryTypeW(program.c_str(), &kind);
+}
+
+std::wstring HostPath(const std::wstring& path)
+{
+    char* const name = UnixFileNames()(path.c_str());
+    if (name == nullptr) {
+        return path;
+    }
+    std::wstring result = FromUtf8(name);
+    HeapFree(GetProcessHeap(), 0, name);
+    return result;
+}
+
+void RemoveOnHost(const std::wstring& folder)
+{
+    if (UnixFileNames() == nullptr) {
+        return;
+    }
+    std::wstring line = L"rm -rf \"" + HostPath(folder) + L"\"";
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION started = {};
+    if (CreateProcessW(L"\\\\?\\unix\\bin\\rm", line.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                       nullptr, &startup, &started)) {
+        const tvn::Handle process(started.hProcess);
+        const tvn::Handle thread(started.hThread);
+    }
+}
+
+bool RunsOnHost(unsigned long pid)
+{
+    // A process that has ended but that nobody has asked about yet has no command line any more.
+    const std::wstring name = L"\\\\?\\unix\\proc\\" + std::to_wstring(pid) + L"\\cmdline";
+    std::ifstream commandLine(name.c_str(), std::ios::binary);
+    return commandLine.get() != std::ifstream::traits_type::eof();
+}
+
+}  // namespace browser

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace browser
+{
+
+/// Whether `program` is one of the machine below Wine rather than a Windows program. Windows has
+/// nothing like that.
+bool IsHostProgram(const std::wstring& program);
+
+/// `path` as the machine below knows it.
+std::wstring HostPath(const std::wstring& path);
+
+/// Removes a folder that holds what only the machine below can see: links that lead nowhere, which
+/// a browser leaves behind when it is ended by force. Nothing happens on Windows.
+void RemoveOnHost(const std::wstring& folder);
+
+/// Whether the process with this id of the machine below still runs.
+bool RunsOnHost(unsigned long pid);
+
+}  // namespace browser

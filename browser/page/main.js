@@ -1,0 +1,84 @@
+// What the program calls in this page. It has put two channels here: one to itself, and one to the
+// browser, whose messages come in under that one's name.
+
+// Questions that only the program can answer.
+class Program {
+  #send;
+  #lastId = 0;
+  #waiting = new Map();
+
+  constructor(send) {
+    this.#send = send;
+  }
+
+  tell(message) {
+    this.#send(JSON.stringify(message));
+  }
+
+  ask(question) {
+    const id = ++this.#lastId;
+    return new Promise((resolve, reject) => {
+      this.#waiting.set(id, { resolve, reject });
+      this.tell({ id, ...question });
+    });
+  }
+
+  // `error` is empty when it was done.
+  answered(id, error, value) {
+    const { resolve, reject } = this.#waiting.get(id);
+    this.#waiting.delete(id);
+    if (error) {
+      reject(new Error(error));
+    } else {
+      resolve(value);
+    }
+  }
+}
+
+Error.stackTraceLimit = 50;
+
+const program = new Program(globalThis.talvernProgram);
+const tree = new FrameTree(new Protocol(globalThis.talvernBrowser));
+delete globalThis.talvernProgram;
+
+const AsyncFunction = (async () => {}).constructor;
+
+// The names and values of an object's own, and nothing that it inherits.
+function ownNames(pairs) {
+  const object = Object.create(null);
+  for (const [name, value] of pairs) {
+    object[name] = value;
+  }
+  return object;
+}
+
+return {
+  attach: (targetId) => tree.attach(targetId),
+
+  answered: (id, error, value) => program.answered(id, error, value),
+
+  // Plays a macro to its end. Gives its pieces and, when it was stopped by an error, `error` with
+  // its message and line; `syntax` says that the line is still to be found.
+  async play(source, variables, options, traces) {
+    const run = new Run(traces ? (text) => program.tell({ what: "trace", text }) : null);
+    let macro;
+    try {
+      macro = new AsyncFunction(
+        ...["page", "vars", "extract", "options"],
+        `${source}\n//# sourceURL=macro`,
+      );
+    } catch ({ message }) {
+      return { pieces: [], error: { message, syntax: true } };
+    }
+    try {
+      const page = new Page(run, tree, program);
+      const extract = (...values) => run.extract(...values);
+      await macro(page, ownNames(variables), extract, ownNames(options));
+      return { pieces: run.pieces };
+    } catch (thrown) {
+      return { pieces: run.pieces, error: run.describe(thrown) };
+    } finally {
+      run.end();
+    }
+  },
+};
