@@ -26,6 +26,7 @@ constexpr Campaign kCampaigns[] = {
     {"big", "plays", "very long macros and replies", &RunBig},
     {"unload", "rounds", "the DLL is loaded and unloaded; processes end while it is used",
      &RunUnload},
+    {"browser", "rounds", "the own browser with the real one behind it", &RunBrowser},
 };
 
 LONG WINAPI OnCrash(EXCEPTION_POINTERS* crash)
