@@ -18,6 +18,7 @@ set "WORK=%TEMP%\talvern-selftest"
 set "KEY=HKLM\SOFTWARE\Talvern"
 set "FIREFOX=HKLM\SOFTWARE\Mozilla\Mozilla Firefox\3.6.8 (en-US)\Main"
 set FAILED=
+set STEP=0
 
 if exist "%HERE%selftest\tests\talvern_tests.exe" goto complete
 echo The folder selftest with the test programs is not beside this file. Take all files out of the
@@ -90,20 +91,25 @@ echo result: NOT as it should be:%FAILED%>> "%REPORT%"
 echo NOT as it should be:%FAILED%. The report tells what happened: %REPORT%
 exit /b 1
 
-rem Runs a command into the report: :step NAME PROGRAM ARGUMENTS...
+rem Runs a command and puts what it prints into the report: :step NAME PROGRAM ARGUMENTS...
+rem Each has a file of its own, because what it starts beside itself may keep it open.
 :step
+set /a STEP=STEP+1
+set "OUTPUT=%WORK%\step%STEP%.txt"
 echo %~1
+%2 %3 %4 %5 %6 %7 %8 %9 > "%OUTPUT%" 2>&1
+set CODE=%ERRORLEVEL%
 echo.>> "%REPORT%"
 echo ==== %~1>> "%REPORT%"
-%2 %3 %4 %5 %6 %7 %8 %9 >> "%REPORT%" 2>&1
-if errorlevel 1 goto stepfailed
-echo ---- %~1: good>> "%REPORT%"
-exit /b 0
-
-:stepfailed
-echo ---- %~1: FAILED with exit code %ERRORLEVEL%>> "%REPORT%"
+type "%OUTPUT%" >> "%REPORT%"
+if %CODE%==0 goto stepgood
+echo ---- %~1: FAILED with exit code %CODE%.>> "%REPORT%"
 set FAILED=%FAILED% %~1;
 exit /b 1
+
+:stepgood
+echo ---- %~1: good>> "%REPORT%"
+exit /b 0
 
 rem Runs a script and compares what it prints: :script LANGUAGE
 :script

@@ -35,7 +35,7 @@ std::string Narrow(const std::wstring& text)
 std::string Left()
 {
     std::string left;
-    for (int tries = 0; tries < 100; ++tries, Sleep(100)) {
+    for (int tries = 0; tries < 50; ++tries, Sleep(100)) {
         const std::size_t processes = HostBrowsers::Processes().size();
         const std::size_t folders = HostBrowsers::ProfileFolders().size();
         if (processes == 0 && folders == 0) {
@@ -53,6 +53,7 @@ std::string Round(ScriptingObject& object)
     if (init != tvn::sOk) {
         return "an init gave " + std::to_string(init) + " " + Narrow(object.Error());
     }
+    HostBrowsers::Note();
     const int play = object.Play(L"extract('one', document.title.length + 2);", kInitTime);
     const std::wstring first = object.Extract(1);
     const int exit = object.Exit(kExitTime);
@@ -80,6 +81,7 @@ void AddMishap(const Mishap& mishap, Table& table, Journal& journal)
     std::string text = Narrow(object.Error());
     std::string play = "-";
     std::string wrong;
+    HostBrowsers::Note();
     if (init == tvn::sOk) {
         mishap.during();
         const Stopwatch watch;
@@ -99,12 +101,15 @@ void AddMishap(const Mishap& mishap, Table& table, Journal& journal)
     }
     object.Exit(kExitTime);
     mishap.after();
+    // An own browser that was ended by force leaves what it had to the next one, which clears it
+    // away.
     const std::string left = Left();
-    if (wrong.empty() && !left.empty()) {
-        wrong = left + " are left";
-    }
     if (wrong.empty()) {
         wrong = Round(object);
+    }
+    const std::string leftLater = Left();
+    if (wrong.empty() && !leftLater.empty()) {
+        wrong = "after another round there are " + leftLater;
     }
     journal.Count(1, wrong.empty() ? 1 : 0);
     if (!wrong.empty()) {
@@ -159,7 +164,8 @@ void RunBrowser(const Settings& settings, Journal& journal)
             HostBrowsers::Signal(name);
         };
     };
-    Table table = {{"the real browser is", "tvnInit", "tvnPlay", "text", "left"}};
+    Table table = {
+        {"the real browser is", "tvnInit", "tvnPlay", "text", "left until the next start"}};
     AddMishap({"stopped", nothing, signal("STOP"), signal("CONT")}, table, journal);
     AddMishap({"killed", nothing, signal("KILL"), nothing}, table, journal);
     const std::string full = FullFolder();

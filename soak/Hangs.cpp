@@ -92,12 +92,12 @@ int Play(ScriptingObject& object, LONG seconds)
 
 int PlayLong(ScriptingObject& object, LONG seconds)
 {
-    return object.Play(std::wstring(8U << 20U, L'x'), seconds);
+    return object.Play(std::wstring(1U << 20U, L'x'), seconds);
 }
 
 int DisplayLong(ScriptingObject& object, LONG seconds)
 {
-    return object.Display(std::wstring(8U << 20U, L'x'), seconds);
+    return object.Display(std::wstring(1U << 20U, L'x'), seconds);
 }
 
 int Display(ScriptingObject& object, LONG seconds)
@@ -112,7 +112,7 @@ int Exit(ScriptingObject& object, LONG seconds)
 
 int StartWithLongLine(ScriptingObject& object, LONG seconds)
 {
-    return object.Init(("-runner " + std::string(4U << 20U, 'x')).c_str(), true, seconds);
+    return object.Init(("-runner " + std::string(1U << 19U, 'x')).c_str(), true, seconds);
 }
 
 std::vector<HangCase> Cases()

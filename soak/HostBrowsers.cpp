@@ -4,8 +4,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
+#include <set>
+
+#include "basicslib/Handle.h"
 
 namespace soak
 {
@@ -30,11 +31,29 @@ std::vector<std::string> Found(const std::string& pattern)
     return names;
 }
 
-/// The words of a process of the machine, divided by zeros.
+/// The words of a process of the machine, divided by zeros; empty when it has ended meanwhile.
 std::string CommandLineOf(const std::string& pid)
 {
-    std::ifstream file("Z:\\proc\\" + pid + "\\cmdline", std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::string line(8192, '\0');
+    const tvn::Handle file(CreateFileA(("Z:\\proc\\" + pid + "\\cmdline").c_str(), GENERIC_READ,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                       0, nullptr));
+    DWORD read = 0;
+    if (!file.IsValid() ||
+        !ReadFile(file.Get(), line.data(), static_cast<DWORD>(line.size()), &read, nullptr)) {
+        return {};
+    }
+    line.resize(read);
+    return line;
+}
+
+std::set<std::string> g_noted;
+
+bool RunsOnNotedProfile(const std::string& line)
+{
+    return std::any_of(g_noted.begin(), g_noted.end(), [&](const std::string& profile) {
+        return line.find(profile) != std::string::npos;
+    });
 }
 
 }  // namespace
@@ -44,21 +63,23 @@ bool HostBrowsers::AreVisible()
     return GetFileAttributesA("Z:\\proc\\self\\status") != INVALID_FILE_ATTRIBUTES;
 }
 
+void HostBrowsers::Note()
+{
+    const std::vector<std::string> folders = ProfileFolders();
+    g_noted.insert(folders.begin(), folders.end());
+}
+
 std::vector<int> HostBrowsers::Processes()
 {
-    std::vector<int> browsers;
-    std::vector<int> others;
+    Note();
+    std::vector<int> pids;
     for (const std::string& name : Found("Z:\\proc\\*")) {
         const int pid = std::atoi(name.c_str());
-        const std::string line = pid == 0 ? std::string() : CommandLineOf(name);
-        if (line.find(std::string("--user-data-dir=")) == std::string::npos ||
-            line.find(kProfilePrefix) == std::string::npos) {
-            continue;
+        if (pid != 0 && RunsOnNotedProfile(CommandLineOf(name))) {
+            pids.push_back(pid);
         }
-        (line.find("--type=") == std::string::npos ? browsers : others).push_back(pid);
     }
-    browsers.insert(browsers.end(), others.begin(), others.end());
-    return browsers;
+    return pids;
 }
 
 void HostBrowsers::Signal(const char* name)
@@ -81,7 +102,13 @@ std::vector<std::string> HostBrowsers::ProfileFolders()
 {
     char folder[MAX_PATH] = "";
     GetTempPathA(MAX_PATH, folder);
-    return Found(std::string(folder) + kProfilePrefix + "*");
+    std::vector<std::string> folders = Found(std::string(folder) + kProfilePrefix + "*");
+    // (A file with the owner's mark stands beside each.)
+    folders.erase(
+        std::remove_if(folders.begin(), folders.end(),
+                       [](const std::string& name) { return name.find('.') != std::string::npos; }),
+        folders.end());
+    return folders;
 }
 
 }  // namespace soak
