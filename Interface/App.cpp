@@ -199,7 +199,7 @@ int CApp::Play(BSTR inText, LONG timeout)
         return sNotStarted;
     }
     const TimeBudget budget(Milliseconds(timeout));
-    m_pendingArgs = PlayArgument(ToView(inText), m_pendingArgs);
+    MakePlayArgument(ToView(inText), m_pendingArgs);
     CommandReply reply = m_client->Execute(budget.Remaining(), kCommandPlay, m_pendingArgs);
     LogProtocol("[C] %d = CApp::tvnPlay", reply.status);
     m_pendingArgs = std::wstring();

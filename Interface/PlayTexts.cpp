@@ -1,6 +1,9 @@
 #include "Interface/PlayTexts.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
+#include <bit>
 
 #include "basicslib/InstanceProtocol.h"
 
@@ -35,6 +38,41 @@ std::size_t EncodedSize(std::wstring_view text) noexcept
 void MakeRoom(std::wstring& target, std::size_t more)
 {
     target.reserve(target.size() + more);
+}
+
+/// The place of the first `wanted` at or behind `from`, or the length of the text. Replies may be
+/// of hundreds of megabytes, most of it none of what is looked for: eight characters are compared
+/// at a time.
+std::size_t FindCharacter(std::wstring_view text, wchar_t wanted, std::size_t from) noexcept
+{
+    constexpr std::size_t kAtOnce = sizeof(__m128i) / sizeof(wchar_t);
+    const __m128i pattern = _mm_set1_epi16(static_cast<short>(wanted));
+    for (; text.size() - from >= kAtOnce; from += kAtOnce) {
+        const __m128i characters =
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + from));
+        const auto found =
+            static_cast<unsigned int>(_mm_movemask_epi8(_mm_cmpeq_epi16(characters, pattern)));
+        if (found != 0) {
+            return from + static_cast<std::size_t>(std::countr_zero(found)) / sizeof(wchar_t);
+        }
+    }
+    for (; from < text.size() && text[from] != wanted; ++from) {
+    }
+    return from;
+}
+
+/// The place of the first `separator` at or behind `from`, npos when there is none.
+std::size_t Find(std::wstring_view text, std::wstring_view separator, std::size_t from) noexcept
+{
+    for (;; ++from) {
+        from = FindCharacter(text, separator.front(), from);
+        if (from == text.size()) {
+            return std::wstring_view::npos;
+        }
+        if (text.substr(from, separator.size()) == separator) {
+            return from;
+        }
+    }
 }
 
 }  // namespace
@@ -72,23 +110,22 @@ void AppendVariable(std::wstring& arguments, std::wstring_view name, std::wstrin
     AppendEncoded(arguments, value);
 }
 
-std::wstring PlayArgument(std::wstring_view macro, std::wstring_view variables)
+void MakePlayArgument(std::wstring_view macro, std::wstring& variables)
 {
-    std::wstring argument;
-    MakeRoom(argument, kMacroSwitch.size() + EncodedSize(macro) + variables.size() + 3);
-    argument += L' ';
-    argument += kMacroSwitch;
-    argument += L' ';
-    AppendEncoded(argument, macro);
-    argument += L' ';
-    argument += variables;
-    return argument;
+    std::wstring head;
+    MakeRoom(head, kMacroSwitch.size() + EncodedSize(macro) + 3);
+    head += L' ';
+    head += kMacroSwitch;
+    head += L' ';
+    AppendEncoded(head, macro);
+    head += L' ';
+    variables.insert(0, head);
 }
 
 void ParseReply(std::wstring_view reply, int code, std::wstring& errorText,
                 std::wstring_view& extractText)
 {
-    const std::size_t position = reply.find(kErrorSeparator);
+    const std::size_t position = Find(reply, kErrorSeparator, 0);
     if (position == std::wstring_view::npos || position == 0) {
         errorText.clear();
         extractText = reply;
@@ -103,7 +140,7 @@ void SplitExtracts(std::wstring_view text, std::wstring_view separator,
 {
     std::vector<std::wstring_view> pieces;
     for (std::size_t position = 0; !text.empty();) {
-        const std::size_t end = std::min(text.find(separator, position), text.size());
+        const std::size_t end = std::min(Find(text, separator, position), text.size());
         if (keepEmpty || end > position) {
             pieces.push_back(text.substr(position, end - position));
         }

@@ -22,8 +22,8 @@ std::wstring EncodeArg(std::wstring_view text);
 /// unless it begins with a hyphen, and its encoded value.
 void AppendVariable(std::wstring& arguments, std::wstring_view name, std::wstring_view value);
 
-/// The argument of a play of `macro` with the variables that `AppendVariable` has gathered.
-std::wstring PlayArgument(std::wstring_view macro, std::wstring_view variables);
+/// Makes the argument of a play of `macro` out of the variables that `AppendVariable` has gathered.
+void MakePlayArgument(std::wstring_view macro, std::wstring& variables);
 
 /// Cuts a reply into its error part, completed with `code`, and its extract part. A reply that does
 /// not begin with an error part is all extract.
