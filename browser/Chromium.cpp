@@ -93,10 +93,11 @@ void Chromium::FindVisiblePage()
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_visibleTarget = targets["targetInfos"][0].value("targetId", "");
     }
-    // From here on, the pages that are there and those to come each get a session.
+    // From here on, the pages that are there and those to come each get a session. A new one waits
+    // for it: a window could show a dialog before, which would never be heard of.
     m_tools->Call("", "Target.setAutoAttach",
                   {{"autoAttach", true},
-                   {"waitForDebuggerOnStart", false},
+                   {"waitForDebuggerOnStart", true},
                    {"flatten", true},
                    {"filter", PagesOnly()}});
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -111,6 +112,7 @@ void Chromium::Take(const Json& event)
     if (method == "Target.attachedToTarget" && session.empty()) {
         const std::string own = parameters.value("sessionId", "");
         m_tools->Post(own, "Page.enable");  // or dialogs would be shown to people
+        m_tools->Post(own, "Runtime.runIfWaitingForDebugger");
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_sessions[parameters.at("targetInfo").value("targetId", "")] = own;
     } else if (method == "Target.detachedFromTarget") {

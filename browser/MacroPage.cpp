@@ -113,6 +113,9 @@ MacroPage::Outcome MacroPage::Play(const std::string& source,
     const Json values = {source, PairsOf(settings, true), PairsOf(settings, false), traces};
     const Json played = ValueOf(m_tools.Call(place.session, "Runtime.callFunctionOn",
                                              CallOn(place.library, "play", values), INFINITE));
+    if (played.value("gone", false)) {
+        throw BrowserError("The page was closed.");
+    }
     Outcome outcome;
     outcome.pieces = played.at("pieces").get<std::vector<std::string>>();
     if (played.contains("error")) {

@@ -21,6 +21,7 @@ namespace
 constexpr DWORD kStartTime = 25000;
 constexpr DWORD kReplyTime = 2000;
 constexpr DWORD kDisplayTime = 5000;
+constexpr DWORD kGoneTime = 300;
 constexpr int kDisplayed = 5000;
 
 /// What a play is answered with: "message (line N)", the mark, and the pieces.
@@ -92,7 +93,6 @@ bool OwnBrowser::StartBrowser()
 
 void OwnBrowser::Close()
 {
-    StopPlay();
     WaitForStart();
     if (m_chromium) {
         m_chromium->End();
@@ -116,6 +116,14 @@ OwnBrowser::State OwnBrowser::WaitForStart()
     std::unique_lock<std::mutex> lock(m_mutex);
     m_changed.wait(lock, [this] { return m_state != State::kStarting; });
     return m_state;
+}
+
+bool OwnBrowser::IsGoneSoon()
+{
+    // Its pages go one after the other when a browser is closed.
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_changed.wait_for(lock, std::chrono::milliseconds(kGoneTime),
+                              [this] { return m_state == State::kGone; });
 }
 
 void OwnBrowser::Attach(const std::function<void(bool accepted)>& decide)
@@ -159,7 +167,11 @@ void OwnBrowser::RunPlay(const instance::PlayRequest& request, const instance::A
         answer.Give(tvn::sMacroError, ErrorText(error));
     } catch (const CommandError& error) {
         m_macroPage->Abandon();
-        answer.Give(isWanted() ? tvn::sMacroError : tvn::sNotCompleted, ErrorText(error));
+        if (IsGoneSoon()) {
+            answer.Give(tvn::sFail, ErrorText(error));
+        } else {
+            answer.Give(isWanted() ? tvn::sMacroError : tvn::sNotCompleted, ErrorText(error));
+        }
     } catch (const std::exception& error) {
         answer.Give(tvn::sFail, ErrorText(error));
     }

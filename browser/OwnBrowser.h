@@ -42,6 +42,7 @@ class OwnBrowser : public instance::ICommands
 
     bool StartBrowser();
     State WaitForStart();
+    bool IsGoneSoon();
     void SetState(State state);
     unsigned int StopPlay();
     bool BeginPlay(unsigned int number);

@@ -6,7 +6,7 @@ function elementsInPage() {
 
   function nextFrame() {
     return new Promise((resolve) => {
-      const timer = setTimeout(resolve, 50); // a window that nobody sees draws no frames
+      const timer = setTimeout(resolve, 500); // a window that nobody sees draws no frames
       requestAnimationFrame(() => {
         clearTimeout(timer);
         resolve();
@@ -105,7 +105,8 @@ function elementsInPage() {
     at(element) {
       const { x, y, width, height } = element.getBoundingClientRect();
       const box = `${x} ${y} ${width} ${height}`;
-      const rests = this.#element === element && this.#box === box;
+      const begins = document.getAnimations().some((animation) => animation.pending);
+      const rests = !begins && this.#element === element && this.#box === box;
       this.#element = element;
       this.#box = box;
       return rests;

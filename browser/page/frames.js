@@ -29,6 +29,7 @@ class Frame {
 class FrameTree {
   changes = new Changes();
   crashed = false;
+  gone = false; // closed, by whomever
   top = null;
 
   #protocol;
@@ -45,13 +46,14 @@ class FrameTree {
       targetId,
       flatten: true,
     });
+    this.#protocol.listen(undefined, (method, params) => this.#event(undefined, method, params));
     await this.#begin(sessionId, null);
     this.session = sessionId;
   }
 
   call(session, method, params) {
-    if (this.crashed) {
-      return Promise.reject(new Error("the page has crashed"));
+    if (this.gone || this.crashed) {
+      return Promise.reject(new Error(this.#end()));
     }
     return this.#protocol.call(method, params, session);
   }
@@ -85,8 +87,8 @@ class FrameTree {
   // Waits for `condition`, as long as the page has not crashed.
   until(condition, deadline, late) {
     const alive = () => {
-      if (this.crashed) {
-        throw new Error("the page has crashed");
+      if (this.gone || this.crashed) {
+        throw new Error(this.#end());
       }
       return condition();
     };
@@ -141,6 +143,10 @@ class FrameTree {
       ...(frame ? [] : [call("Page.setInterceptFileChooserDialog", { enabled: true })]),
       ...(frame ? [] : [call("Emulation.setFocusEmulationEnabled", { enabled: true })]),
     ]);
+  }
+
+  #end() {
+    return this.gone ? "the page was closed" : "the page has crashed";
   }
 
   #learn({ frame, childFrames = [] }, parent, session) {
@@ -285,7 +291,10 @@ class FrameTree {
       }
     },
 
-    "Target.detachedFromTarget": ({ sessionId }) => this.#protocol.drop(sessionId),
+    "Target.detachedFromTarget": ({ sessionId }) => {
+      this.gone = this.gone || sessionId === this.session;
+      this.#protocol.drop(sessionId);
+    },
   };
 }
 

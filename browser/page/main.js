@@ -58,7 +58,8 @@ return {
   answered: (id, error, value) => program.answered(id, error, value),
 
   // Plays a macro to its end. Gives its pieces and, when it was stopped by an error, `error` with
-  // its message and line; `syntax` says that the line is still to be found.
+  // its message and line; `syntax` says that the line is still to be found, `gone` that the
+  // visible page was closed meanwhile.
   async play(source, variables, options, traces) {
     const run = new Run(traces ? (text) => program.tell({ what: "trace", text }) : null);
     let macro;
@@ -76,7 +77,7 @@ return {
       await macro(page, ownNames(variables), extract, ownNames(options));
       return { pieces: run.pieces };
     } catch (thrown) {
-      return { pieces: run.pieces, error: run.describe(thrown) };
+      return { pieces: run.pieces, error: run.describe(thrown), gone: tree.gone };
     } finally {
       run.end();
     }

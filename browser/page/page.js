@@ -325,7 +325,6 @@ class Page extends FrameOperations {
           entryId: entry.id,
         });
         await deadline.within(call, late);
-        // Within one document only the address changes.
         await this.#tree.until(
           () => top.document !== before || top.url !== url,
           deadline,
@@ -399,7 +398,10 @@ class Page extends FrameOperations {
     await this.#tree.readyToLeave();
     const asked = await start(late);
     await this.#tree.until(
-      () => !asked || top.document === asked || (top.document !== before && !top.navigating),
+      () =>
+        // Within one document only the address changes.
+        (asked ? top.document === asked : top.url === new URL(url).href) ||
+        (top.document !== before && !top.navigating),
       deadline,
       late,
     );
