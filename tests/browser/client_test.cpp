@@ -1,0 +1,102 @@
+// Several commands and several clients: who has given up, who has died, who comes next.
+
+#include "basicslib/InstanceProtocol.h"
+#include "basicslib/StatusCode.h"
+#include "pipeutils/CommandsProtocol.h"
+#include "pipeutils/PipeNames.h"
+#include "pipeutils/RemotePipeClient.h"
+#include "process/Instance.h"
+#include "process/InstancesMgr.h"
+#include "tests/browser/real_browser.h"
+#include "tests/moments.h"
+#include "tests/surroundings.h"
+
+namespace tvn::tests
+{
+
+class BrowserClients : public RealBrowser
+{};
+
+TEST_F(BrowserClients, TheNextPlayStopsOneThatWasGivenUpAndADisplayGoesBesideIt)
+{
+    Begin();
+    for (const char* endless : {"await new Promise(() => {})", "for (;;);",
+                                "for (;;) { try { await page.click('#none'); } catch {} }"}) {
+        EXPECT_EQ(app.Play(endless, 1), sTimeout) << endless;
+        EXPECT_EQ(app.Display(endless), sOk);
+        EXPECT_EQ(Plays("extract(await page.textContent('talvern-display'))"),
+                  std::string("1||") + endless);
+    }
+}
+
+/// The status with which a command is answered.
+static int Asked(CommandsProtocol& protocol, const wchar_t* command, const wchar_t* argument)
+{
+    auto message = CommandsProtocol::NewCommand(1, command, argument);
+    protocol.WriteMessage(message, 5000);
+    CommandReply reply;
+    protocol.ReadReply(reply, 60000);
+    return reply.status;
+}
+
+TEST_F(BrowserClients, AClientThatDiesInMidPlayLeavesAFreeBrowserThatHasStopped)
+{
+    const auto running = Started("browser\\talvern.exe");
+    std::vector<boost::shared_ptr<Instance>> instances;
+    ASSERT_TRUE(Eventually([&] {
+        InstancesMgr().GetInstancesByName(instances, L"talvern.exe", 5000);
+        return instances.size() == 1;
+    }));
+    {
+        RemotePipeClient client(InstancePipeName(WindowValue(instances[0]->hwnd)));
+        const auto pipe = client.OpenPipe(5000);
+        CommandsProtocol protocol(pipe->Get(), nullptr);
+        EXPECT_EQ(Asked(protocol, kCommandPlay, L""), sFail) << "nobody has attached";
+        ASSERT_EQ(Asked(protocol, kCommandAttachIfFree, L""), sOk);
+        std::string macro = "await page.goto('" + site +
+                            "/second.html'); await page.evaluate(() => { window.n = 0; "
+                            "}); for (;;) await page.evaluate(() => { ++n; })";
+        ReplaceAll(macro, " ", "[SP]");
+        const std::string argument = " -macro " + macro + " ";
+        auto play = CommandsProtocol::NewCommand(3, kCommandPlay, ToView(ToComString(argument)));
+        protocol.WriteMessage(play, 5000);
+        Sleep(1500);
+    }
+    ASSERT_EQ(app.Init("", false, 20), sOk);
+    EXPECT_EQ(Running("talvern.exe").size(), 1U);
+    EXPECT_EQ(Plays("const n = await page.evaluate(() => n); await new Promise((resolve) => "
+                    "setTimeout(resolve, 200)); extract(page.url() === options.site + "
+                    "'/second.html', n > 0, n === await page.evaluate(() => n))"),
+              "1||true[EXTRACT]true[EXTRACT]true");
+    EXPECT_EQ(app.Exit(), sOk);
+}
+
+TEST_F(BrowserClients, TwoBrowsersKnowNothingOfEachOther)
+{
+    Begin();
+    AppClient second;
+    ASSERT_EQ(second.Init("", true, 60), sOk);
+    const std::string keeps =
+        "await page.goto(options.site + '/second.html'); "
+        "await page.evaluate(() => { document.cookie = 'a=1'; });";
+    EXPECT_EQ(Plays(keeps), "1||");
+    EXPECT_EQ(app.Play("await new Promise(() => {})", 1), sTimeout);
+    EXPECT_EQ(Plays(second,
+                    "await page.goto(options.site + '/second.html'); extract(await "
+                    "page.evaluate(() => document.cookie))"),
+              "1||");
+    EXPECT_EQ(second.Exit(), sOk);
+    EXPECT_EQ(Plays("extract(await page.evaluate(() => document.cookie))"), "1||a=1");
+}
+
+TEST_F(BrowserClients, TheRunnerServiceStartsItToo)
+{
+    const auto service = Started("standins\\runner.exe");
+    Sleep(500);
+    ASSERT_EQ(app.Init("-runner", true, 60), sOk);
+    EXPECT_EQ(Plays("extract(await page.title())"), "1||");
+    EXPECT_EQ(app.Exit(), sOk);
+    EXPECT_TRUE(BrowserProcesses().empty());
+}
+
+}  // namespace tvn::tests

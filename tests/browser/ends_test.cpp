@@ -1,0 +1,92 @@
+// Browsers that end, in every way, or never come up; what is left of them.
+
+#include <cstdio>
+
+#include "basicslib/StatusCode.h"
+#include "tests/browser/real_browser.h"
+#include "tests/moments.h"
+#include "tests/surroundings.h"
+
+namespace tvn::tests
+{
+
+class BrowserEnds : public RealBrowser
+{
+  protected:
+    static void ExpectNothingLeft()
+    {
+        EXPECT_TRUE(Eventually([] { return Running("talvern.exe").empty(); }));
+        EXPECT_THAT(BrowserProcesses(), testing::IsEmpty());
+        EXPECT_THAT(ProfileFolders(), testing::IsEmpty());
+    }
+};
+
+TEST_F(BrowserEnds, TenRoundsLeaveNoProcessAndNoFolder)
+{
+    for (int round = 0; round < 10; ++round) {
+        Begin();
+        EXPECT_EQ(Plays("extract(await page.evaluate(() => 1))"), "1||1");
+        EXPECT_EQ(app.Exit(), sOk);
+        ExpectNothingLeft();
+    }
+}
+
+TEST_F(BrowserEnds, ABrowserThatCrashesOrIsClosedEndsThePlayAndTheInstance)
+{
+    for (const bool crashes : {true, false}) {
+        SCOPED_TRACE(crashes);
+        Begin();
+        CallLater(500, [&] {
+            if (crashes) {
+                KillBrowserProcesses();
+            }
+        });
+        const char* closes = "await page.evaluate(() => window.close()); ";
+        const std::string endless = "await new Promise(() => {})";
+        EXPECT_EQ(app.Play(crashes ? endless : closes + endless, 30), sFail);
+        ExpectNothingLeft();
+        EXPECT_EQ(app.Play("extract(1)"), sFail);
+        EXPECT_EQ(app.Exit(), sOk);
+    }
+}
+
+TEST_F(BrowserEnds, AnInstanceEndedByForceIsClearedAwayByTheNext)
+{
+    Begin();
+    EndBrowsers();
+    EXPECT_EQ(app.Exit(), sOk);
+    EXPECT_EQ(ProfileFolders().size(), 1U);
+    Begin();
+    EXPECT_TRUE(Eventually([] { return ProfileFolders().size() == 2; }));
+    EXPECT_EQ(app.Exit(), sOk);
+    ExpectNothingLeft();
+}
+
+TEST_F(BrowserEnds, WithoutABrowserTheAttachIsRefusedAndTheDebugOutputSaysWhatWasLookedFor)
+{
+    char path[MAX_PATH] = "";
+    GetEnvironmentVariableA("TALVERN_BROWSER", path, MAX_PATH);
+    SetEnvironmentVariableA("TALVERN_BROWSER", "Z:\\none");
+    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Init("", true, 20), sFail); }), Within(0, 10000));
+    ExpectNothingLeft();
+    const std::string trace = "\"\"" + BuildFolder() + "\\tvntrace\\tvntrace.exe\" \"" +
+                              BuildFolder() + "\\browser\\talvern.exe\"\"";
+    FILE* output = _popen(trace.c_str(), "r");
+    ASSERT_NE(output, nullptr);
+    std::string lines;
+    for (char line[4096]; std::fgets(line, sizeof line, output) != nullptr;) {
+        lines += line;
+    }
+    _pclose(output);
+    for (const char* place : {"\"Browser\"", "TALVERN_BROWSER (no such file: Z:\\none)",
+                              "App Paths of msedge.exe (not set)", "chrome.exe", "chromium.exe"}) {
+        EXPECT_THAT(lines, testing::HasSubstr(place));
+    }
+    SetRegistryValue(kProductKey, "Browser", path);
+    EXPECT_EQ(app.Init("", true, 60), sOk) << "the registry comes before the environment";
+    EXPECT_EQ(app.Exit(), sOk);
+    SetRegistryValue(kProductKey, "Browser", "");
+    SetEnvironmentVariableA("TALVERN_BROWSER", path);
+}
+
+}  // namespace tvn::tests

@@ -1,0 +1,114 @@
+#include "tests/browser/real_browser.h"
+
+#include <windows.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "basicslib/StatusCode.h"
+#include "process/Process.h"
+#include "tests/surroundings.h"
+
+namespace tvn::tests
+{
+
+static bool IsSet(const char* variable)
+{
+    return GetEnvironmentVariableA(variable, nullptr, 0) > 0;
+}
+
+RealBrowser::RealBrowser()
+{
+    if (!IsSet("TALVERN_BROWSER")) {
+        SetEnvironmentVariableA("TALVERN_BROWSER", "Z:\\usr\\bin\\chromium");
+        SetEnvironmentVariableA("TALVERN_BROWSER_ARGUMENTS", "--headless --no-sandbox");
+    }
+    SetRegistryValue(kProductKey, "PathBasic", BuildFolder() + "\\browser");
+}
+
+RealBrowser::~RealBrowser()
+{
+    app.Exit();
+    EndBrowsers();
+    SetRegistryValue(kProductKey, "PathBasic", StandinFolder());
+}
+
+void RealBrowser::SetUp()
+{
+    char path[MAX_PATH] = "";
+    GetEnvironmentVariableA("TALVERN_BROWSER", path, MAX_PATH);
+    if (GetFileAttributesA(path) == INVALID_FILE_ATTRIBUTES) {
+        GTEST_SKIP() << "NOT TESTED: there is no Chromium at " << path;
+    }
+}
+
+void RealBrowser::Begin()
+{
+    ASSERT_EQ(app.Init("", true, 60), sOk);
+}
+
+std::string RealBrowser::Plays(AppClient& client, const std::string& macro, LONG time)
+{
+    client.Set("-site", site.c_str());
+    const int status = client.Play(macro, time);
+    return std::to_string(status) + "|" + client.Error() + "|" + client.Extract();
+}
+
+void RealBrowser::PlaysAll(const std::string& page, std::initializer_list<Case> cases)
+{
+    for (const Case& one : cases) {
+        const std::string visit = "await page.goto(options.site + '/" + page + "'); ";
+        EXPECT_EQ(Plays(visit + "page.setDefaultTimeout(2000); " + one.macro), one.says)
+            << one.macro;
+    }
+}
+
+/// What the command lines of those processes hold.
+static std::string HostProfiles()
+{
+    using GetName = char*(CDECL*)(const WCHAR*);
+    const auto getName = reinterpret_cast<GetName>(reinterpret_cast<void*>(
+        GetProcAddress(GetModuleHandleA("kernel32.dll"), "wine_get_unix_file_name")));
+    return getName(std::filesystem::temp_directory_path().c_str()) +
+           std::string("talvern-profile-");
+}
+
+std::vector<std::string> BrowserProcesses()
+{
+    const std::string profiles = HostProfiles();
+    std::vector<std::string> found;
+    std::error_code error;
+    for (const auto& process : std::filesystem::directory_iterator("Z:\\proc", error)) {
+        std::ifstream file(process.path() / "cmdline", std::ios::binary);
+        std::string line{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        if (line.find(profiles) != std::string::npos) {
+            found.push_back(process.path().filename().string());
+        }
+    }
+    return found;
+}
+
+void KillBrowserProcesses()
+{
+    std::wstring arguments = L"-9";
+    for (const std::string& pid : BrowserProcesses()) {
+        arguments += L" " + std::wstring(pid.begin(), pid.end());
+    }
+    Process().Start(L"Z:\\bin\\kill", ToComString(arguments), kNone, kNone, kNone, 5000);
+}
+
+std::vector<std::string> ProfileFolders()
+{
+    std::vector<std::string> found;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
+        const std::string name = entry.path().filename().string();
+        if (name.rfind("talvern-profile-", 0) == 0) {
+            found.push_back(name);
+        }
+    }
+    return found;
+}
+
+}  // namespace tvn::tests

@@ -1,0 +1,50 @@
+// The own browser with the real one below it, as a script drives them.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/app_client.h"
+#include "tests/browser/page_server.h"
+
+namespace tvn::tests
+{
+
+/// Skips the test where there is no Chromium; otherwise the scripting object's own browser is the
+/// one that plays macros, with what it needs on a machine without a display.
+class RealBrowser : public testing::Test
+{
+  protected:
+    RealBrowser();
+    ~RealBrowser() override;
+    void SetUp() override;
+
+    /// Starts a browser for `app`.
+    void Begin();
+
+    /// Plays a macro with `site` in its options: "STATUS|ERROR|EXTRACT".
+    std::string Plays(const std::string& macro) { return Plays(app, macro); }
+    std::string Plays(AppClient& client, const std::string& macro, LONG time = 60);
+
+    /// Plays each macro on a fresh copy of a page and compares what it says.
+    struct Case
+    {
+        const char* macro;
+        const char* says;
+    };
+    void PlaysAll(const std::string& page, std::initializer_list<Case> cases);
+
+    const std::string site = ServePages();
+    AppClient app;
+};
+
+/// The ids of the processes of real browsers that were started from here, as the machine below has
+/// them; what lies in the folder of their profiles, two entries for each; and the end of them all
+/// by force.
+std::vector<std::string> BrowserProcesses();
+std::vector<std::string> ProfileFolders();
+void KillBrowserProcesses();
+
+}  // namespace tvn::tests

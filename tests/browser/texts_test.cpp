@@ -1,0 +1,92 @@
+// What goes into a macro and what comes out of it.
+
+#include <filesystem>
+#include <fstream>
+
+#include "basicslib/StatusCode.h"
+#include "tests/browser/real_browser.h"
+#include "tests/surroundings.h"
+
+namespace tvn::tests
+{
+
+class BrowserTexts : public RealBrowser
+{};
+
+TEST_F(BrowserTexts, CrossUnchangedWhateverTheyHold)
+{
+    Begin();
+    EXPECT_EQ(Plays(""), "1||");
+    EXPECT_EQ(Plays("extract('a', '', 1.5, null, undefined, [1], { b: 'c' }, true)"),
+              "1||a[EXTRACT][EXTRACT]1.5[EXTRACT][EXTRACT][EXTRACT][1][EXTRACT]{\"b\":\"c\"}"
+              "[EXTRACT]true");
+    app.Set("city", "New York\r\n");
+    app.Set("-fast", "1");
+    app.Set("empty", "");
+    EXPECT_EQ(Plays("extract(vars.city, vars.empty, vars.none, options.fast, vars.toString)"),
+              "1||New York\r\n[EXTRACT][EXTRACT][EXTRACT]1[EXTRACT]");
+    EXPECT_EQ(Plays("extract(vars.city)"), "1||") << "they are for one play";
+    // Texts of pages and variables are no part of any source.
+    app.Set("text", L"`${x}'\"\\ </script> \x130\x20AC\xD83D\xDE00");
+    EXPECT_EQ(Plays("await page.evaluate((t) => { document.title = t; }, vars.text); "
+                    "extract(await page.title() === vars.text, vars.text)"),
+              "1||true[EXTRACT]" + Narrow(L"`${x}'\"\\ </script> \x130\x20AC\xD83D\xDE00"));
+    BSTR extract = nullptr;
+    EXPECT_EQ(app.Play("extract('\\u20ac\\ud800' + await page.evaluate(() => "
+                       "'a\\udc00\\ud83d\\ude00'))"),
+              sOk);
+    EXPECT_EQ(app.Get()->tvnGetLastExtract(AppClient::LeftOut(), &extract), S_OK);
+    EXPECT_EQ(ToView(ComString(extract, false)),
+              L"\x20AC\xFFFD"
+              L"a\xFFFD\xD83D\xDE00");
+    EXPECT_EQ(app.Play("extract('x'.repeat(1 << 20))", 60), sOk);
+    EXPECT_EQ(app.Extract(), std::string(1 << 20, 'x'));
+}
+
+TEST_F(BrowserTexts, WhatAMacroThrowsComesWithItsLineAndTheExtractsUntilThen)
+{
+    Begin();
+    const Case cases[] = {
+        {"extract('a');\nextract('b');\nthrow new Error('Stop');",
+         "-100|Stop (line 3) (-100)|a[EXTRACT]b"},
+        {"\n\nnull.x;", "-100|Cannot read properties of null (reading 'x') (line 3) (-100)|"},
+        {"function f() {\n  throw new TypeError('deep');\n}\nf();", "-100|deep (line 2) (-100)|"},
+        {"const f = async () => {\n  await page.title();\n  await page.click('#none', { timeout: 1 "
+         "});\n};\nawait f();",
+         "-100|#none is not there (line 3) (-100)|"},
+        {"await page.title();\nawait page.evaluate(() => { throw new RangeError('inside'); });",
+         "-100|RangeError: inside (line 2) (-100)|"},
+        {"let a = 1;\nlet b = ;", "-100|Unexpected token ';' (line 2) (-100)|"},
+        {"extract('a');\nthrow 'text';", "-100|text (line 1) (-100)|a"},
+        {"await new Promise((resolve) => setTimeout(resolve, 20));\nthrow new Error('late');",
+         "-100|late (line 2) (-100)|"},
+        {"setTimeout(() => { throw new Error('nobody waits'); }); await page.title(); extract(1)",
+         "1||1"},
+    };
+    for (const Case& one : cases) {
+        EXPECT_EQ(Plays(one.macro), one.says) << one.macro;
+    }
+}
+
+TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
+{
+    const std::filesystem::path folder = BuildFolder() + "\\browser\\Macros";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "Hotel Search.js") << "\xEF\xBB\xBF"
+                                                 "extract('played', vars.city)";
+    std::ofstream(folder / "broken.js") << "\n\nthrow new Error('broken')";
+    std::ofstream(folder.parent_path() / "outside.js") << "extract('outside')";
+    Begin();
+    app.Set("city", "Rome");
+    EXPECT_EQ(Plays("Hotel Search"), "1||played[EXTRACT]Rome");
+    EXPECT_EQ(Plays("Hotel Search.js"), "1||played[EXTRACT]");
+    EXPECT_EQ(Plays("broken"), "-100|broken (line 3) (-100)|");
+    EXPECT_EQ(Plays("No Such"),
+              "-100|There is no macro \"No Such\" in " + folder.string() + " (-100)|");
+    for (const char* outside : {"../outside.js", "..\\outside.js", "..\\outside"}) {
+        EXPECT_THAT(Plays(outside), testing::StartsWith("-100|")) << outside;
+        EXPECT_EQ(app.Extract(), "") << outside;
+    }
+}
+
+}  // namespace tvn::tests
