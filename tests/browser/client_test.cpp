@@ -10,6 +10,7 @@
 #include "tests/browser/real_browser.h"
 #include "tests/moments.h"
 #include "tests/surroundings.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {

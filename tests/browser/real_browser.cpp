@@ -9,6 +9,7 @@
 #include "basicslib/StatusCode.h"
 #include "process/Process.h"
 #include "tests/surroundings.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {

@@ -6,6 +6,7 @@
 #include "basicslib/StatusCode.h"
 #include "tests/browser/real_browser.h"
 #include "tests/surroundings.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {
