@@ -105,8 +105,8 @@ TEST_F(Attach, InstancesThatDoNotAnswerAreGivenHalfOfTheTime)
         // The other one ends between being listed and being asked.
         CallLater(500, [&] { ends.reset(); });
         const LogCapture log;
-        EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Init("-fx", false, 8), sOk); }),
-                    Within(3500, 8000));
+        EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Init("-fx", false, 4), sOk); }),
+                    Within(1800, 4000));
         EXPECT_EQ(log.Lines(kTrace + "CApp::AttachIfFree - s").size(), 3U);
         EXPECT_EQ(log.Lines(kTrace + "1 = createProcess").size(), 1U);
         EXPECT_THAT(CommandLine(), HasSubstr("-new-window"));
@@ -181,8 +181,8 @@ TEST_F(Attach, AFirefoxIsLeftToEndByItself)
     EXPECT_EQ(app.Exit(20), sOk);
     EXPECT_EQ(Running("firefox.exe").size(), 1U);
     ASSERT_EQ(app.Init("-fx"), sOk);
-    EXPECT_EQ(app.Play("!hang", 1), sTimeout);
-    EXPECT_EQ(app.Exit(3), sTimeout) << "the status of the command";
+    EXPECT_EQ(app.Play("!hang", 0), sTimeout);
+    EXPECT_EQ(app.Exit(1), sTimeout) << "the status of the command";
     EXPECT_EQ(app.Exit(), sNotStarted);
 }
 

@@ -32,7 +32,7 @@ class FreedMemoryIsGone
 class NoHandleStaysOpen
 {
   public:
-    NoHandleStaysOpen() : m_before(CountHandles()) {}
+    NoHandleStaysOpen();
     ~NoHandleStaysOpen();
     NoHandleStaysOpen(const NoHandleStaysOpen&) = delete;
     NoHandleStaysOpen& operator=(const NoHandleStaysOpen&) = delete;

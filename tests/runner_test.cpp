@@ -36,14 +36,15 @@ static int Start(IProcess& process, DWORD timeout)
 }
 
 /// The results of Start, Terminate, GetProcessesByName, WaitForExit and GetInstancesByName.
-static Results AllResults()
+static Results AllResults(DWORD timeout)
 {
     RunnerProcess process;
     Processes processes(1);
     Instances instances(1);
-    Results results = {Start(process, 600), process.Terminate(600),
-                       process.GetProcessesByName(L"p", processes, 600), process.WaitForExit(600),
-                       RunnerInstancesMgr().GetInstancesByName(instances, L"p", 600)};
+    Results results = {Start(process, timeout), process.Terminate(timeout),
+                       process.GetProcessesByName(L"p", processes, timeout),
+                       process.WaitForExit(timeout),
+                       RunnerInstancesMgr().GetInstancesByName(instances, L"p", timeout)};
     EXPECT_TRUE(processes.empty());
     EXPECT_TRUE(instances.empty());
     return results;
@@ -53,7 +54,8 @@ static Results AllResults()
 /// it stands for the one that the request's own reply has.
 static Script AlwaysReplies(const Bytes& reply, bool closes = false)
 {
-    Script script = {{kStart}, {Asks(3, "")}, {Asks(7, "p")}, {Asks(5, 600, "")}, {Asks(9, "p")}};
+    Script script = {
+        {kStart}, {Asks(3, "")}, {Asks(7, "p")}, {AsksForExit("", testing::_)}, {Asks(9, "p")}};
     Bytes types = {2, 4, 8, 6, 10};
     for (std::size_t index = 0; index < script.size(); ++index) {
         script[index].closes = closes;
@@ -68,18 +70,18 @@ static Script AlwaysReplies(const Bytes& reply, bool closes = false)
 
 TEST(RunnerFailures, StartAwaitsAnAbsentServiceAndTerminateABusyOne)
 {
-    EXPECT_THAT(AllResults(), ElementsAre(-6, -1, -1, -1, -1));
+    EXPECT_THAT(AllResults(200), ElementsAre(-6, -1, -1, -1, -1));
     const NoHandleStaysOpen handles;
     RunnerProcess process;
     EXPECT_EQ(process.GetPid(), 0U);
-    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Start(process, 3000), sRunnerNotReachable); }),
-                Within(1900, 2900))
+    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Start(process, 1500), sRunnerNotReachable); }),
+                Within(950, 1450))
         << "two thirds of the time, and one pause";
     EXPECT_EQ(process.Terminate(0), sTimeout) << "before any attempt";
     const ScriptedPeer service(kPipe);
     const auto taken = service.Client();
-    EXPECT_THAT(AllResults(), ElementsAre(-6, -3, -1, -1, -1));
-    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(process.Terminate(500), sTimeout); }), Within(450, 1500));
+    EXPECT_THAT(AllResults(200), ElementsAre(-6, -3, -1, -1, -1));
+    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(process.Terminate(300), sTimeout); }), Within(280, 1500));
 }
 
 TEST(RunnerFailures, ARequestThatIsNotTakenInTimeIsATimeout)
@@ -115,10 +117,10 @@ TEST(RunnerFailures, EveryKindOfBadAnswerHasItsResult)
     for (const auto& [name, reply, results] : cases) {
         SCOPED_TRACE(name);
         const ScriptedPeer service(kPipe, AlwaysReplies(reply));
-        EXPECT_EQ(AllResults(), results);
+        EXPECT_EQ(AllResults(reply.empty() ? 200 : 2000), results);
     }
     const ScriptedPeer service(kPipe, AlwaysReplies({}, true));
-    EXPECT_THAT(AllResults(), ElementsAre(-6, -1, -1, -1, -1)) << "closes";
+    EXPECT_THAT(AllResults(2000), ElementsAre(-6, -1, -1, -1, -1)) << "closes";
 }
 
 TEST(RunnerFailures, AFailedStartKeepsTheKeyAndTheIdOfItsReply)

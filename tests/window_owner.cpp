@@ -4,7 +4,6 @@
 //     hidden=TITLE visible=TITLE    a top-level window
 //     message=TITLE                 a message-only window
 //     child=TITLE showchild=TITLE   a child, hidden or not, of the last top-level window
-//     crowd=N childcrowd=N          N windows, or children, with other titles
 //     deny                          allows others only to query the process and read its memory
 //     ready=NAME                    signals the named event
 
@@ -59,10 +58,6 @@ int main(int argc, char** argv)
             SetEvent(OpenEventA(EVENT_MODIFY_STATE, FALSE, value.c_str()));
         } else if (kind == "message") {
             MakeWindow(className, value, 0, HWND_MESSAGE);
-        } else if (kind == "crowd" || kind == "childcrowd") {
-            for (int left = std::stoi(value); left > 0; --left) {
-                MakeWindow(className, "other", style, child ? top : nullptr);
-            }
         } else {
             HWND made = MakeWindow(className, value, style, child ? top : nullptr);
             top = child ? top : made;
