@@ -42,9 +42,10 @@ start_wine() { # name
 # Ends the server of the prefix in use, and with it every program that still runs in it. What such a
 # program has started on this machine itself is none of Wine's.
 stop_wine() {
-    local pid
-    for pid in $(pgrep -f -- "--user-data-dir=$WINEPREFIX/" || true); do
-        kill "$pid" 2>/dev/null || true
+    local file
+    for file in $(grep -lsF -- "--user-data-dir=$WINEPREFIX/" /proc/[0-9]*/cmdline || true); do
+        file=${file%/cmdline}
+        kill "${file#/proc/}" 2>/dev/null || true
     done
     "$(wine_tool wineserver64)" -k >/dev/null 2>&1 || true
     "$(wine_tool wineserver64)" -w >/dev/null 2>&1 || true
