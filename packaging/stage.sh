@@ -9,12 +9,22 @@ stage_programs() { # folder
     cp "$release/talvern.dll" "$release/tvntrace/tvntrace.exe" "$1"
     mkdir "$1/include"
     cp "$release"/Interface/generated/Interface{.h,_i.c,.tlb} Interface/Interface.idl "$1/include"
-    if [ -d browser ]; then
-        mkdir "$1/browser"
-        cp "$release/browser/talvern.exe" "$1/browser"
-        [ ! -d "$release/browser/Macros" ] || cp -r "$release/browser/Macros" "$1/browser"
-    fi
+    mkdir "$1/browser"
+    cp "$release/browser/talvern.exe" "$1/browser"
+    [ ! -d "$release/browser/Macros" ] || cp -r "$release/browser/Macros" "$1/browser"
     cp packaging/register.cmd packaging/unregister.cmd "$1"
+}
+
+# What tries everything on the machine where it is installed: each program in the folder, below one
+# of its own, in which its build has it.
+stage_selftest() { # folder
+    local programs=$1/selftest
+    mkdir -p "$programs/scripts"
+    cp packaging/selftest.cmd "$1"
+    cp tests/script_host_test.{vbs,js}{,.txt} "$programs/scripts"
+    (cd "$build/release" && cp --parents -t "$programs" tests/talvern_tests.exe \
+        tests/window_owner.exe tests/windows/iexplore.exe soak/soak.exe tvntrace/tvntrace.exe \
+        standins/{talvern,iexplore,firefox,runner}.exe)
 }
 
 # Whose code is linked into the programs: the compiler's runtime library, the platform's threads and
@@ -85,6 +95,7 @@ stage() { # folder
     rm -rf "$1"
     mkdir -p "$1"
     stage_programs "$1"
+    stage_selftest "$1/tools"
     stage_notices "$1/NOTICES.txt"
     stage_examples "$1"
     stage_documents "$1"

@@ -35,11 +35,9 @@ std::size_t Coverage::Known() noexcept
     return g_knownCount;
 }
 
-}  // namespace soak
-
+/// What the compiler puts at each branch calls it by this name.
 extern "C" void __sanitizer_cov_trace_pc()
 {
-    using namespace soak;
     if (!g_recording) {
         return;
     }
@@ -52,3 +50,5 @@ extern "C" void __sanitizer_cov_trace_pc()
         g_new = true;
     }
 }
+
+}  // namespace soak

@@ -23,7 +23,7 @@ namespace
 
 /// A message takes some room of its own, whatever it holds: the objects that decode it.
 constexpr std::size_t kRoomOfItsOwn = 512;
-constexpr std::size_t kLargestMessage = 128 * 1024;
+constexpr std::size_t kLargestMessage = std::size_t{128} * 1024;
 constexpr std::size_t kKeptMessages = 4096;
 
 /// What became of one message.

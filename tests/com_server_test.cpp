@@ -405,8 +405,7 @@ TEST_F(ComServer, ARegistrationThatFailsHalfWayGivesTheReason)
 
 TEST_F(ComServer, TheFileNamesTheProductAndNoPathOfTheMachineThatBuiltIt)
 {
-    std::string root = TESTS_FOLDER;
-    root = root.substr(2, root.rfind('\\') - 2);
+    std::string root = TreeFolder().substr(2);
     ReplaceAll(root, "\\", "/");
     std::ifstream file(DllPath(), std::ios::binary);
     const std::string bytes(std::istreambuf_iterator<char>(file), {});

@@ -68,7 +68,7 @@ const std::string kPlayed =
 
 TEST(Examples, EveryLanguagePrintsTheSameAndTellsEachStatusInTheWordsOfTheReference)
 {
-    const std::string reference = Contents(TESTS_FOLDER "\\..\\docs\\scripting-reference.md");
+    const std::string reference = Contents(TreeFolder() + "\\docs\\scripting-reference.md");
     std::string others;
     for (const char* name : {"play.bas", "play.ps1", "play.py", "play.cs"}) {
         others += Contents(kExamples + name) + '\f';

@@ -7,10 +7,12 @@
 #include <iterator>
 #include <string>
 
+#include "tests/surroundings.h"
+
 namespace tvn::tests
 {
 
-inline const std::string kExamples = TESTS_FOLDER "\\..\\examples\\";
+inline const std::string kExamples = TreeFolder() + "\\examples\\";
 
 inline std::string Contents(const std::string& path)
 {

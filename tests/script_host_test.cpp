@@ -14,7 +14,7 @@ namespace tvn::tests
 TEST(ScriptHost, AScriptInEitherLanguagePrintsWhatIsWrittenBesideIt)
 {
     for (const char* name : {"script_host_test.vbs", "script_host_test.js"}) {
-        const std::string path = std::string(TESTS_FOLDER "\\") + name;
+        const std::string path = TreeFolder() + "\\tests\\" + name;
         // Through a file: a browser that a script leaves behind would keep a pipe open.
         const std::string output = BuildFolder() + "\\printed.txt";
         const std::string command = "cscript.exe //nologo \"" + path + "\" > \"" + output + "\"";

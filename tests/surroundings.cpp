@@ -23,6 +23,12 @@ void DeleteRegistryKey(const std::string& key)
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, key.c_str());
 }
 
+std::string TreeFolder()
+{
+    const std::string build = BuildFolder();
+    return build.substr(0, build.rfind('\\', build.rfind('\\') - 1));
+}
+
 std::string BuildFolder()
 {
     char path[MAX_PATH] = "";

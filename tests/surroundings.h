@@ -21,7 +21,8 @@ void SetRegistryValue(const std::string& key, const char* name, const std::strin
                       DWORD type = REG_SZ);
 void DeleteRegistryKey(const std::string& key);
 
-/// Folder of this program's build, and the one below it with the stand-ins.
+/// The tree, the folder of this program's build in it, and the one below that with the stand-ins.
+std::string TreeFolder();
 std::string BuildFolder();
 std::string StandinFolder();
 
