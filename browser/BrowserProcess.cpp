@@ -113,7 +113,7 @@ BrowserProcess::Endpoint BrowserProcess::WaitForEndpoint(DWORD timeout) const
 {
     const tvn::TimeBudget budget(timeout);
     for (;;) {
-        const Endpoint endpoint = ReadEndpoint(m_profile);
+        Endpoint endpoint = ReadEndpoint(m_profile);
         if (endpoint.port != 0) {
             return endpoint;
         }

@@ -12,7 +12,7 @@ std::wstring ProgramFolder()
 {
     std::wstring path(MAX_PATH, L'\0');
     for (;;) {
-        const DWORD size = static_cast<DWORD>(path.size());
+        const auto size = static_cast<DWORD>(path.size());
         const DWORD length = GetModuleFileNameW(nullptr, path.data(), size);
         if (length < size) {
             path.resize(length);

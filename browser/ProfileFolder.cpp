@@ -48,7 +48,7 @@ void RemoveTree(const fs::path& folder)
 fs::path TemporaryFolder()
 {
     std::error_code error;
-    const fs::path folder = fs::temp_directory_path(error);
+    fs::path folder = fs::temp_directory_path(error);
     if (error) {
         throw BrowserError("There is no folder for temporary files: " + error.message());
     }

@@ -80,13 +80,21 @@ void CommandService::Run(const std::wstring& command, const std::wstring& argume
         Attach(argument, answer);
     } else if (command == tvn::kCommandAttachedCount) {
         answer.Give(tvn::sOk, m_attachment.IsTaken() ? L"1" : L"0");
-    } else if (!m_attachment.BelongsTo(answer.connection.get())) {
-        answer.Give(tvn::sFail);
-    } else if (command == tvn::kCommandPlay) {
+    } else {
+        RunForOwner(command, argument, answer);
+    }
+}
+
+/// The commands that only the client that the instance belongs to may give.
+void CommandService::RunForOwner(const std::wstring& command, const std::wstring& argument,
+                                 const Answer& answer)
+{
+    const bool mayCommand = m_attachment.BelongsTo(answer.connection.get());
+    if (mayCommand && command == tvn::kCommandPlay) {
         m_commands.Play(PlayRequest(argument), answer);
-    } else if (command == tvn::kCommandDisplay) {
+    } else if (mayCommand && command == tvn::kCommandDisplay) {
         m_commands.Display(argument, answer);
-    } else if (command == tvn::kCommandEnd) {
+    } else if (mayCommand && command == tvn::kCommandEnd) {
         m_commands.End(answer);
     } else {
         answer.Give(tvn::sFail);

@@ -35,6 +35,8 @@ class CommandService
     void ReadCommands(const boost::shared_ptr<Connection>& connection);
     void Attach(const std::wstring& creatorUuid, const Answer& answer);
     void Run(const std::wstring& command, const std::wstring& argument, const Answer& answer);
+    void RunForOwner(const std::wstring& command, const std::wstring& argument,
+                     const Answer& answer);
 
     ICommands& m_commands;
     Attachment m_attachment;
