@@ -74,7 +74,7 @@ std::vector<int> HostBrowsers::Processes()
     Note();
     std::vector<int> pids;
     for (const std::string& name : Found("Z:\\proc\\*")) {
-        const int pid = std::atoi(name.c_str());
+        const auto pid = static_cast<int>(std::strtol(name.c_str(), nullptr, 10));
         if (pid != 0 && RunsOnNotedProfile(CommandLineOf(name))) {
             pids.push_back(pid);
         }

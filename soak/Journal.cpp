@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 
@@ -39,7 +40,7 @@ void DescribeCase(char (&text)[256]) noexcept
 std::string ClockTime(double seconds)
 {
     char text[32];
-    const auto whole = static_cast<int>(seconds + 0.5);
+    const auto whole = static_cast<int>(std::lround(seconds));
     std::snprintf(text, sizeof text, "%d:%02d", whole / 60, whole % 60);
     return text;
 }

@@ -70,7 +70,7 @@ std::string Round(IDispatch& object)
     if (static_cast<long>(Call(object, L"tvnPlay", {L"macro"})) != tvn::sOk) {
         return "a play failed";
     }
-    const _bstr_t extract = Call(object, L"tvnGetLastExtract");
+    const auto extract = static_cast<_bstr_t>(Call(object, L"tvnGetLastExtract"));
     if (std::wstring_view(extract, extract.length()) != Counterpart::kPlayed) {
         return "a play has the wrong texts";
     }

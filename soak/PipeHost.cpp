@@ -57,11 +57,11 @@ bool PipeLink::Read(Bytes& message)
     }
 }
 
-bool PipeLink::ReadPart(std::size_t count)
+bool PipeLink::ReadPart(std::size_t bytes)
 {
-    Bytes part(count);
-    DWORD read = 0;
-    const DWORD error = ReadInto(part.data(), count, read);
+    Bytes part(bytes);
+    DWORD got = 0;
+    const DWORD error = ReadInto(part.data(), part.size(), got);
     return error == ERROR_SUCCESS || error == ERROR_MORE_DATA;
 }
 

@@ -27,7 +27,7 @@ class PipeLink
     bool Read(Bytes& message);
 
     /// At most `count` bytes of the next message or of the rest of one.
-    bool ReadPart(std::size_t count);
+    bool ReadPart(std::size_t bytes);
 
     /// One message; false when nobody reads it any more.
     bool Write(const Bytes& message);

@@ -65,6 +65,7 @@ std::uint64_t RunAtOnce(std::uint64_t cycles, bool ownProcesses, Journal& journa
 {
     std::vector<Worker> workers(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(workers.size());
     for (Worker& worker : workers) {
         threads.emplace_back([&worker, cycles, ownProcesses] { worker.Run(cycles, ownProcesses); });
     }

@@ -122,7 +122,7 @@ void RunUnload(const Settings& settings, Journal& journal)
             }
         }
     }
-    journal.Count(static_cast<std::uint64_t>(2 * ends), static_cast<std::uint64_t>(good));
+    journal.Count(2 * static_cast<std::uint64_t>(ends), static_cast<std::uint64_t>(good));
     journal.AddTable(
         "Loading and unloading, and ends of processes",
         {{"what", "rounds", "as it should be", "handles left", "KiB left"},
