@@ -11,10 +11,10 @@
 #include "soak/ChildProgram.h"
 #include "soak/ReplacedImports.h"
 
+namespace soak
+{
 namespace
 {
-
-using namespace soak;
 
 constexpr Campaign kCampaigns[] = {
     {"decoders", "messages", "broken messages through the decoders, in memory", &RunDecoders},
@@ -51,14 +51,9 @@ int Run(const Campaign& campaign, const Settings& settings, const std::string& r
     return journal.Finish(campaign.unit, report);
 }
 
-}  // namespace
-
-int main(int argc, char** argv)
+/// What the command line asks for; the program's exit code.
+int Obey(int argc, char** argv)
 {
-    SetUnhandledExceptionFilter(&OnCrash);
-    std::set_terminate(&OnTerminate);
-    ReplacedImports::Install();
-
     CLI::App app("Tries to break the scripting interface.");
     Settings settings;
     std::string report;
@@ -95,4 +90,20 @@ int main(int argc, char** argv)
         }
     }
     return 2;
+}
+
+}  // namespace
+}  // namespace soak
+
+int main(int argc, char** argv)
+{
+    SetUnhandledExceptionFilter(&soak::OnCrash);
+    std::set_terminate(&soak::OnTerminate);
+    soak::ReplacedImports::Install();
+    try {
+        return soak::Obey(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "soak: %s\n", error.what());
+        return 2;
+    }
 }
