@@ -71,6 +71,7 @@ TEST_F(BrowserEnds, WithoutABrowserTheAttachIsRefusedAndTheDebugOutputSaysWhatWa
     ExpectNothingLeft();
     const std::string trace = "\"\"" + BuildFolder() + "\\tvntrace\\tvntrace.exe\" \"" +
                               BuildFolder() + "\\browser\\talvern.exe\"\"";
+    // NOLINTNEXTLINE(cert-env33-c): the command line is this program's own
     FILE* output = _popen(trace.c_str(), "r");
     ASSERT_NE(output, nullptr);
     std::string lines;

@@ -59,7 +59,7 @@ std::string ServePages()
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     int size = sizeof address;
-    bind(listener, reinterpret_cast<sockaddr*>(&address), size);
+    static_cast<void>(bind(listener, reinterpret_cast<sockaddr*>(&address), size));
     listen(listener, SOMAXCONN);
     getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
     std::thread([listener] {
