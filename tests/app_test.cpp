@@ -28,7 +28,6 @@ class Scripting : public testing::Test
         EXPECT_EQ(warmUp.Exit(), sOk);
         m_handles.emplace();
     }
-    // NOLINTNEXTLINE(bugprone-exception-escape): without memory there is nothing left to test
     ~Scripting() override
     {
         app.Exit();

@@ -28,7 +28,6 @@ RealBrowser::RealBrowser()
     SetRegistryValue(kProductKey, "PathBasic", BuildFolder() + "\\browser");
 }
 
-// NOLINTNEXTLINE(bugprone-exception-escape): without memory there is nothing left to test
 RealBrowser::~RealBrowser()
 {
     app.Exit();
