@@ -261,8 +261,8 @@ ReplacedImport::~ReplacedImport()
 // The names under which the linker looks for the imports' addresses, and for those functions that
 // are called by a jump.
 extern "C" {
-#define TVN_IMPORT(name)                                                            \
-    constinit decltype(&name) __imp_##name = &Entry<k##name, decltype(name)>::Call; \
+#define TVN_IMPORT(name)                                                              \
+    constinit decltype(&(name)) __imp_##name = &Entry<k##name, decltype(name)>::Call; \
     asm(".text\n.globl " #name "\n" #name ": jmp *__imp_" #name "(%rip)");
 #include "imports.inc"
 #undef TVN_IMPORT

@@ -93,10 +93,11 @@ LONG CALLBACK SeeTouch(EXCEPTION_POINTERS* exception)
 
 void* operator new(std::size_t size)
 {
-    using namespace tvn::tests;
-    ++g_allocations;
+    using tvn::tests::g_largestAllocation;
+    ++tvn::tests::g_allocations;
     g_largestAllocation = std::max(g_largestAllocation, size);
-    void* memory = g_guarding ? g_pages.Allocate(size) : HeapAlloc(GetProcessHeap(), 0, size);
+    void* memory = tvn::tests::g_guarding ? tvn::tests::g_pages.Allocate(size)
+                                          : HeapAlloc(GetProcessHeap(), 0, size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }

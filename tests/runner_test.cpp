@@ -86,11 +86,10 @@ TEST(RunnerFailures, StartAwaitsAnAbsentServiceAndTerminateABusyOne)
 
 TEST(RunnerFailures, ARequestThatIsNotTakenInTimeIsATimeout)
 {
-    std::vector<boost::shared_ptr<Handle>> deafEnds;
-    for (int count = 0; count < 5; ++count) {
-        deafEnds.push_back(
-            ShareHandle(CreateNamedPipeA(kPipe.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED,
-                                         PIPE_TYPE_MESSAGE, 255, 1024, 1024, 0, nullptr)));
+    std::vector<boost::shared_ptr<Handle>> deafEnds(5);
+    for (auto& end : deafEnds) {
+        end = ShareHandle(CreateNamedPipeA(kPipe.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED,
+                                           PIPE_TYPE_MESSAGE, 255, 1024, 1024, 0, nullptr));
     }
     const ComString longName = ToComString(std::wstring(4000, L'n'));
     RunnerProcess process(longName, 1);
