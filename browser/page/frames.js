@@ -113,7 +113,8 @@ class FrameTree {
       );
       return resultOf(result, exceptionDetails);
     } catch (error) {
-      throw error instanceof ProtocolError ? new DocumentGone(error.message) : error;
+      const isGone = /context|navigated|closed|gone|collected/i.test(error.message);
+      throw error instanceof ProtocolError && isGone ? new DocumentGone(error.message) : error;
     }
   }
 
