@@ -4,12 +4,14 @@
 function elementsInPage() {
   const gone = "is not there";
 
+  // Resolves at the next frame with true, and without one with false.
   function nextFrame() {
     return new Promise((resolve) => {
-      const timer = setTimeout(resolve, 500); // a window that nobody sees draws no frames
+      // A window that nobody sees draws no frames, and a busy machine draws them late.
+      const timer = setTimeout(resolve, 500, false);
       requestAnimationFrame(() => {
         clearTimeout(timer);
-        resolve();
+        resolve(true);
       });
     });
   }
@@ -97,19 +99,31 @@ function elementsInPage() {
     return { lacks: hit ? `is covered by ${named(hit)}` : "cannot be scrolled into view" };
   }
 
-  // An animation, a frame of scripted movement or a late layout: whatever it is, the box moves.
+  // An animation, a frame of scripted movement or a late layout: whatever it is, the box moves from
+  // one time of the page's clock to the next. The first frame after a task may still have the task's
+  // time, and without frames nothing that is animated moves.
   class Rest {
     #element;
     #box;
+    #time;
 
-    at(element) {
+    at(element, drawn) {
       const { x, y, width, height } = element.getBoundingClientRect();
       const box = `${x} ${y} ${width} ${height}`;
-      const begins = document.getAnimations().some((animation) => animation.pending);
-      const rests = !begins && this.#element === element && this.#box === box;
+      const time = document.timeline.currentTime;
+      const moves = document
+        .getAnimations()
+        .some(
+          ({ pending, playState, effect }) =>
+            pending || (!drawn && playState === "running" && holds(effect?.target, element)),
+        );
+      const same = this.#element === element && this.#box === box;
+      if (moves || !same) {
+        this.#time = time;
+      }
       this.#element = element;
       this.#box = box;
-      return rests;
+      return !moves && same && (!drawn || this.#time !== time);
     }
   }
 
@@ -122,11 +136,12 @@ function elementsInPage() {
     }
     const end = timeout === null ? Infinity : performance.now() + timeout;
     const rest = new Rest();
+    let drawn = false;
     const checks = {
       visible: (element) => isVisible(element) || "is not visible",
       enabled: (element) => isEnabled(element) || "is not enabled",
       editable: (element) => isEditable(controlOf(element)) || "is not editable",
-      resting: (element) => rest.at(element) || "is not at rest",
+      resting: (element) => rest.at(element, drawn) || "is not at rest",
     };
     for (let tries = 0; ; ) {
       const element = document.querySelector(selector);
@@ -148,7 +163,7 @@ function elementsInPage() {
       if (performance.now() >= end) {
         return { lacks };
       }
-      await nextFrame();
+      drawn = await nextFrame();
     }
   }
 
