@@ -6,7 +6,6 @@
 
 #include <fstream>
 #include <sstream>
-#include <thread>
 
 namespace tvn::tests
 {
@@ -37,8 +36,11 @@ static std::string Answer(std::string path)
     return file ? Response("200 OK", "", body.str()) : Response("404 Not Found", "", "");
 }
 
-static void Serve(SOCKET client)
+// The system's own pool runs these: a thread of the C++ runtime that ends while it is being
+// detached takes the process with it.
+static DWORD CALLBACK Serve(void* socket)
 {
+    SOCKET client = reinterpret_cast<SOCKET>(socket);
     char request[8192] = "";
     if (recv(client, request, sizeof request - 1, 0) > 0) {
         std::string method;
@@ -48,6 +50,15 @@ static void Serve(SOCKET client)
         send(client, answer.data(), static_cast<int>(answer.size()), 0);
     }
     closesocket(client);
+    return 0;
+}
+
+static DWORD CALLBACK Listen(void* socket)
+{
+    for (;;) {
+        SOCKET client = accept(reinterpret_cast<SOCKET>(socket), nullptr, nullptr);
+        QueueUserWorkItem(Serve, reinterpret_cast<void*>(client), WT_EXECUTELONGFUNCTION);
+    }
 }
 
 std::string ServePages()
@@ -62,12 +73,7 @@ std::string ServePages()
     static_cast<void>(bind(listener, reinterpret_cast<sockaddr*>(&address), size));
     listen(listener, SOMAXCONN);
     getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-    std::thread([listener] {
-        for (;;) {
-            SOCKET client = accept(listener, nullptr, nullptr);
-            std::thread([client] { Serve(client); }).detach();
-        }
-    }).detach();
+    QueueUserWorkItem(Listen, reinterpret_cast<void*>(listener), WT_EXECUTELONGFUNCTION);
     return "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
 }
 
