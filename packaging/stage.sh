@@ -11,7 +11,7 @@ stage_programs() { # folder
     cp "$release"/Interface/generated/Interface{.h,_i.c,.tlb} Interface/Interface.idl "$1/include"
     mkdir "$1/browser"
     cp "$release/browser/talvern.exe" "$1/browser"
-    [ ! -d "$release/browser/Macros" ] || cp -r "$release/browser/Macros" "$1/browser"
+    cp -r browser/Macros "$1/browser"
     cp packaging/register.cmd packaging/unregister.cmd "$1"
 }
 

@@ -72,7 +72,6 @@ TEST_F(BrowserTexts, WhatAMacroThrowsComesWithItsLineAndTheExtractsUntilThen)
 TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
 {
     const std::filesystem::path folder = BuildFolder() + "\\browser\\Macros";
-    std::filesystem::create_directories(folder);
     std::ofstream(folder / "Hotel Search.js") << "\xEF\xBB\xBF"
                                                  "extract('played', vars.city)";
     std::ofstream(folder / "broken.js") << "\n\nthrow new Error('broken')";
@@ -88,6 +87,17 @@ TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
         EXPECT_THAT(Plays(outside), testing::StartsWith("-100|")) << outside;
         EXPECT_EQ(app.Extract(), "") << outside;
     }
+    for (const char* file : {"Hotel Search.js", "broken.js", "..\\outside.js"}) {
+        std::filesystem::remove(folder / file);
+    }
+
+    // Those that come with the browser.
+    app.Set("page", (site + "/second.html").c_str());
+    EXPECT_EQ(Plays("table"), "1||Room\tPrice[EXTRACT]Single\t80");
+    const std::filesystem::path picture = folder.parent_path() / "Output" / "page.png";
+    std::filesystem::remove(picture);
+    EXPECT_EQ(Plays("picture"), "1||" + picture.string());
+    EXPECT_TRUE(std::filesystem::exists(picture));
 }
 
 }  // namespace tvn::tests
