@@ -3,7 +3,6 @@
 #include <emmintrin.h>
 
 #include <algorithm>
-#include <bit>
 
 #include "basicslib/InstanceProtocol.h"
 
@@ -41,24 +40,26 @@ void MakeRoom(std::wstring& target, std::size_t more)
 }
 
 /// The place of the first `wanted` at or behind `from`, or the length of the text. Replies may be
-/// of hundreds of megabytes, most of it none of what is looked for: eight characters are compared
-/// at a time.
+/// of hundreds of megabytes, most of it none of what is looked for: thirty-two characters are
+/// compared at a time, as fast as the memory gives them.
 std::size_t FindCharacter(std::wstring_view text, wchar_t wanted, std::size_t from) noexcept
 {
-    constexpr std::size_t kAtOnce = sizeof(__m128i) / sizeof(wchar_t);
+    constexpr std::size_t kVector = sizeof(__m128i) / sizeof(wchar_t);
+    constexpr std::size_t kAtOnce = 4 * kVector;
+
     const __m128i pattern = _mm_set1_epi16(static_cast<short>(wanted));
+    const auto equal = [&](std::size_t at) {
+        return _mm_cmpeq_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + at)),
+                               pattern);
+    };
     for (; text.size() - from >= kAtOnce; from += kAtOnce) {
-        const __m128i characters =
-            _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + from));
-        const auto found =
-            static_cast<unsigned int>(_mm_movemask_epi8(_mm_cmpeq_epi16(characters, pattern)));
-        if (found != 0) {
-            return from + static_cast<std::size_t>(std::countr_zero(found)) / sizeof(wchar_t);
+        const __m128i first = _mm_or_si128(equal(from), equal(from + kVector));
+        const __m128i second = _mm_or_si128(equal(from + 2 * kVector), equal(from + 3 * kVector));
+        if (_mm_movemask_epi8(_mm_or_si128(first, second)) != 0) {
+            break;
         }
     }
-    for (; from < text.size() && text[from] != wanted; ++from) {
-    }
-    return from;
+    return std::min(text.find(wanted, from), text.size());
 }
 
 /// The place of the first `separator` at or behind `from`, npos when there is none.

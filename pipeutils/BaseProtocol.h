@@ -67,7 +67,8 @@ class BaseProtocol
     ReadResult ReadPipe(void* buffer, DWORD count, DWORD timeout);
 
     /// Reads one whole message: its length field into `size`, and all that it really holds behind
-    /// that into `buffer`, whose number of bytes is returned. The length field only tells how much
+    /// that into `buffer`, whose number of bytes is returned; it serves a later message when nobody
+    /// holds it any more. The length field only tells how much
     /// room to make, within bounds: it may be off. Throws as ReadPipe does, ReadPipeError with
     /// ERROR_INVALID_DATA for a message without a length field, and an out-of-memory exception.
     DWORD ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeout);
@@ -76,18 +77,26 @@ class BaseProtocol
     void ReadMessage(boost::shared_ptr<Deserializer>& message, DWORD timeout);
 
   private:
+    struct Room
+    {
+        MessageBuffer buffer;
+        DWORD size = 0;
+    };
+
     void AwaitArrival(DWORD timeout);
     bool AwaitArrivalOrWrite(DWORD timeout);
     void DropMessage();
     void DropRest();
     ReadResult ReadArrived(void* buffer, DWORD count);
     DWORD ReadFields(DWORD size, MessageBuffer& buffer);
+    MessageBuffer TakeRoom(DWORD size);
     DWORD BytesLeft() const;
     bool IsInterrupted() const;
 
     HANDLE m_hPipe;
     HANDLE m_hInterrupt;
     PipeOperation m_read;
+    Room m_rooms[2];                // of earlier messages
     MessageBuffer m_bytesUnderWay;  // outlives the write
     DWORD m_bytesToTrace = 0;       // of a write under way that has no line in the log yet
     PipeOperation m_write;

@@ -148,8 +148,6 @@ TEST_F(Attach, EachKindOfBrowserGetsItsCommandLineToTheLetter)
         {"-ie", page + "?authorizeAll=false" + url},
         {"-fx", firefox + "false" + url},
         {"-ie -fx -authorizeALL -fxVersion 3.6.8 -fxLocale en-US", firefox + "true" + url},
-        {"-fx -ie -authorizeAll", page + "?authorizeAll=true" + url},
-        {"\"-fx", firefox + "false" + url},  // a quote that is left open groups
         {"-authorizeAll \"a b\"", own + " -authorizeAll \"a b\"" + ids},
         {"", own + " " + ids},
         {"   ", own + "    " + ids},

@@ -16,11 +16,11 @@ namespace tvn::tests
 using Cost = std::map<std::string, std::size_t>;
 
 const char* const kPlay =
-    "BlocksOfMemory 5 GetLastError 6 GetOverlappedResult 1 GetTickCount 8 "
+    "BlocksOfMemory 3 GetLastError 6 GetOverlappedResult 1 GetTickCount 8 "
     "MsgWaitForMultipleObjectsEx 1 OutputDebugStringA 5 ReadFile 3 SysStringLen 1 "
     "WideCharToMultiByte 1 WriteFile 1";
 const char* const kStart =
-    "BlocksOfMemory 40 CancelIo 1 CloseHandle 5 ConnectNamedPipe 1 CreateEventA 4 "
+    "BlocksOfMemory 39 CancelIo 1 CloseHandle 5 ConnectNamedPipe 1 CreateEventA 4 "
     "CreateFileA 1 CreateNamedPipeA 1 CreateProcessA 1 DuplicateHandle 1 GetCurrentProcess 2 "
     "GetCurrentThreadId 6 GetLastError 15 GetOverlappedResult 2 GetTickCount 16 "
     "InitializeSecurityDescriptor 1 MsgWaitForMultipleObjectsEx 3 MultiByteToWideChar 10 "
@@ -82,7 +82,9 @@ TEST_F(Costs, APlayCostsNoMoreThanItDid)
     // The reply comes after the wait for it has begun, in every run.
     const _bstr_t macro = L"!wait 30\n!reply text";
     ASSERT_EQ(Start(), sOk);
-    app.Get()->tvnPlay(macro, 20, result);  // makes what is kept for later plays
+    for (int plays = 0; plays < 2; ++plays) {
+        app.Get()->tvnPlay(macro, 20, result);  // makes what is kept for later plays
+    }
     const Cost cost = CostOf([&] { app.Get()->tvnPlay(macro, 20, result); });
     EXPECT_EQ(status, sOk);
     ExpectAtMost(cost, kPlay);

@@ -1,0 +1,95 @@
+// The texts of a play, in both directions.
+
+#include "Interface/PlayTexts.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace tvn::tests
+{
+
+using Pieces = std::vector<std::wstring_view>;
+
+static Pieces Split(std::wstring_view text, bool keepEmpty = true)
+{
+    Pieces pieces = {L"what was there before"};
+    SplitExtracts(text, L"[EXTRACT]", pieces, keepEmpty);
+    return pieces;
+}
+
+TEST(PlayTexts, BlanksAndLineEndsOfMacrosAndValuesHaveMarks)
+{
+    const std::pair<std::wstring, std::wstring> cases[] = {
+        {L"", L""},
+        {L"plain\ttext\x01", L"plain\ttext\x01"},
+        {L" \r\n ", L"[SP][BR][LF][SP]"},
+        {L"a b\nc\rd", L"a[SP]b[LF]c[BR]d"},
+        {L"[SP]", L"[SP]"},
+        {std::wstring(L"nul\0 \u2028", 6), std::wstring(L"nul\0[SP]\u2028", 9)},
+    };
+    for (const auto& [text, encoded] : cases) {
+        EXPECT_EQ(EncodeArg(text), encoded) << text;
+    }
+}
+
+TEST(PlayTexts, TheArgumentOfAPlayIsTheMacroAndThenTheVariables)
+{
+    std::wstring argument;
+    AppendVariable(argument, L"city", L"New York");
+    AppendVariable(argument, L"-site", L"a\nb");
+    AppendVariable(argument, L"two words", L"");
+    AppendVariable(argument, L"", L"x");
+    MakePlayArgument(L"goto home", argument);
+    EXPECT_EQ(argument,
+              L" -macro goto[SP]home  -var_city New[SP]York -site a[LF]b -var_two words  -var_ x");
+    argument.clear();
+    MakePlayArgument(L"", argument);
+    EXPECT_EQ(argument, L" -macro  ");
+}
+
+TEST(PlayTexts, AReplyBeginsWithItsErrorWhenItHasOne)
+{
+    struct Case
+    {
+        std::wstring reply;
+        std::wstring error;
+        std::wstring extract;
+    };
+    const Case cases[] = {
+        {L"", L"", L""},
+        {L"all extract", L"", L"all extract"},
+        {L"Stop[tvn!E!tvn]", L"Stop (-100)", L""},
+        {L"Stop[tvn!E!tvn]a[tvn!E!tvn]b", L"Stop (-100)", L"a[tvn!E!tvn]b"},
+        {L"[tvn!E!tvn]a", L"", L"[tvn!E!tvn]a"},
+        {L"[tvn!E!tvn[tvn!E!tvn]a", L"[tvn!E!tvn (-100)", L"a"},
+        {L"[tvn!E!tvn", L"", L"[tvn!E!tvn"},
+    };
+    for (const Case& one : cases) {
+        std::wstring error = L"old";
+        std::wstring_view extract = L"old";
+        ParseReply(one.reply, -100, error, extract);
+        EXPECT_EQ(error, one.error) << one.reply;
+        EXPECT_EQ(extract, one.extract) << one.reply;
+    }
+}
+
+TEST(PlayTexts, ExtractsAreCutAtEverySeparatorWhereverItLies)
+{
+    EXPECT_EQ(Split(L""), Pieces());
+    EXPECT_EQ(Split(L"[EXTRACT]"), (Pieces{L"", L""}));
+    EXPECT_EQ(Split(L"[EXTRACT"), Pieces{L"[EXTRACT"});
+    EXPECT_EQ(Split(L"[EXTRACT][EXTRACT]a"), (Pieces{L"", L"", L"a"}));
+    EXPECT_EQ(Split(L"[EXTRACT]a[EXTRACT][EXTRACT]", false), Pieces{L"a"});
+    // Around every length that is compared at once, with look-alikes and at every address.
+    for (std::size_t before = 0; before < 100; ++before) {
+        for (const wchar_t filling : {L'x', L'['}) {
+            const std::wstring piece(before, filling);
+            const std::wstring rest(100 - before, filling);
+            const std::wstring text = piece + L"[EXTRACT]" + rest;
+            EXPECT_EQ(Split(text), (Pieces{piece, rest})) << before << (filling == L'x');
+            EXPECT_EQ(Split(text.substr(0, before + 8)), Pieces{text.substr(0, before + 8)});
+        }
+    }
+}
+
+}  // namespace tvn::tests
