@@ -107,14 +107,12 @@ std::size_t FormatTextV(char* buffer, std::size_t size, const char* format,
             case '%':
                 output.Append("%", 1);
                 break;
-            case 'd':
-            case 'i':
-            case 'u':
-            case 'x':
-            case 'X': {
+            default: {
                 char conversion[16];
                 char digits[64];
-                if (prefix + 2 > sizeof conversion) {
+                if (prefix + 2 > sizeof conversion || std::strchr("diuxX", letter) == nullptr) {
+                    // Without the type of this argument those behind it cannot be reached either.
+                    output.AppendNarrow(format);
                     return output.Finish();
                 }
                 std::memcpy(conversion, format, prefix + 1);
@@ -125,12 +123,7 @@ std::size_t FormatTextV(char* buffer, std::size_t size, const char* format,
                 std::snprintf(digits, sizeof digits, conversion, value);
 #pragma GCC diagnostic pop
                 output.AppendNarrow(digits);
-                break;
             }
-            default:
-                // Without the type of this argument those behind it cannot be reached either.
-                output.AppendNarrow(format);
-                return output.Finish();
         }
         format += prefix + 1;
     }

@@ -5,8 +5,6 @@
 #include <memory>
 #include <utility>
 
-#include "basicslib/Handle.h"
-
 namespace instance
 {
 namespace
@@ -26,8 +24,7 @@ DWORD WINAPI RunWork(void* parameter)
 bool RunApart(std::function<void()> work)
 {
     auto owned = std::make_unique<Work>(std::move(work));
-    const tvn::Handle thread(CreateThread(nullptr, 0, &RunWork, owned.get(), 0, nullptr));
-    if (!thread.IsValid()) {
+    if (!QueueUserWorkItem(&RunWork, owned.get(), WT_EXECUTELONGFUNCTION)) {
         return false;
     }
     static_cast<void>(owned.release());  // the thread's now

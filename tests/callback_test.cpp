@@ -6,6 +6,7 @@
 #include "pipeutils/CallbackProtocol.h"
 #include "pipeutils/RemotePipeClient.h"
 #include "pipeutils/SimplePipeServer.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
 #include "tests/replaced_imports.h"
@@ -81,6 +82,31 @@ TEST(Callback, AConnectEndsWithAClientOrOnTimeOrWithTheInterrupt)
     EXPECT_NE(error, 0U);
     const std::string failed = kDebug + "[PipeServerBase::ConnectPipe ConnectNamedPipe] FAILED (";
     EXPECT_EQ(log.Lines(failed).size(), 1U);
+}
+
+TEST(Callback, WhatTheSystemRefusesIsTheReasonThatIsGiven)
+{
+    const LogCapture log;
+    ImportWatch watch;
+    DWORD error = 0;
+    for (const std::string call : {"InitializeSecurityDescriptor", "SetSecurityDescriptorDacl"}) {
+        watch.Fail(call, ERROR_NOT_ENOUGH_MEMORY);
+        EXPECT_EQ(PipeServer::CreatePipe(kName, TRUE, error), INVALID_HANDLE_VALUE);
+        EXPECT_EQ(error, static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
+        EXPECT_EQ(log.Count(kDebug + call + " failed"), 1);
+    }
+    watch.Fail("ConnectNamedPipe", ERROR_PIPE_BUSY);
+    EXPECT_THROW(SimplePipeServer().Create(kName, true), Win32Exception);
+    const Handle pipe(PipeServer::CreatePipe(kName, TRUE, error));
+    watch.Fail("CreateEventA", ERROR_NO_SYSTEM_RESOURCES);
+    EXPECT_FALSE(PipeServer::ConnectPipe(pipe.Get(), 50, nullptr, error));
+    EXPECT_EQ(error, static_cast<DWORD>(ERROR_NO_SYSTEM_RESOURCES));
+    const auto connects = TVN_REPLACE_IMPORT(ConnectNamedPipe, [](HANDLE, OVERLAPPED*) -> BOOL {
+        SetLastError(ERROR_PIPE_LISTENING);
+        return TRUE;
+    });
+    EXPECT_FALSE(PipeServer::ConnectPipe(pipe.Get(), 50, nullptr, error));
+    EXPECT_EQ(error, static_cast<DWORD>(ERROR_PIPE_LISTENING));
 }
 
 TEST(Callback, APipeIsOpenToEveryAccountWhenThatIsAskedFor)

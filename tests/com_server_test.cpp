@@ -89,9 +89,12 @@ TEST_F(ComServer, TheServerIsInUseWhileSomethingOfItIs)
     }
     ComPtr<IUnknown> other;
     EXPECT_EQ(m_getClassObject(IID_IApp, IID_IUnknown, Out(other)), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(m_getClassObject(CLSID_App, IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(Call("DllCanUnloadNow"), S_OK);
     GetFactory();
     EXPECT_EQ(Call("DllCanUnloadNow"), S_FALSE);
+    EXPECT_EQ(factory->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IApp, nullptr), E_POINTER);
     ComPtr<IApp> app;
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IApp, Out(app)), S_OK);
     factory->LockServer(TRUE);

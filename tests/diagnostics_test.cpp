@@ -1,17 +1,22 @@
 // Exceptions and their texts, log lines as they reach the debug output, error reports, time
 // budgets.
 
+#include <comdef.h>
 #include <gmock/gmock.h>
 
 #include <thread>
 
+#include "basicslib/ComString.h"
 #include "basicslib/ErrorReportManager.h"
 #include "basicslib/Exceptions.h"
+#include "basicslib/Handle.h"
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
 #include "tests/replaced_imports.h"
+#include "tests/resources.h"
 #include "tests/texts.h"
 
 namespace tvn::tests
@@ -72,9 +77,11 @@ TEST(Log, ACallWritesOneTaggedLineOfAtMost1023Characters)
     const wchar_t* volatile noWideText = nullptr;
     LogProtocol("[C] %s %S", noText, noWideText);
     LogDebug("%S", std::wstring(1000000, L'm').c_str());
+    LogDebug("%S", (std::wstring(255, L'.') + L"\xD83D\xDE00").c_str());
     EXPECT_THAT(log.Lines(),
                 ElementsAre(kDebug + "in DLLMain", kError + "narrow|wide|-1|ab|000000AB|%",
-                            kTrace + "(null) (null)", kDebug + std::string(1023, 'm')));
+                            kTrace + "(null) (null)", kDebug + std::string(1023, 'm'),
+                            MatchesRegex(".*\\.\\?+")));
     // A pair of surrogates across two pieces, and half a one.
     const std::wstring text =
         L"a\x4E2D." + std::wstring(254, L'.') + L"\xD83D\xDE00" + L"end\xD800";
@@ -110,6 +117,36 @@ TEST(ErrorReports, AReportIsTwoLinesThatNoOtherReportDivides)
         const char* line = lines[index] == own + "(null)" ? "2" : "1";
         EXPECT_EQ(lines[index + 1], start + "error handled at " + line + ", F");
     }
+}
+
+TEST(ErrorReports, WhatCannotBeReportedForLackOfMemoryIsSaid)
+{
+    const LogCapture log;
+    const Win32Exception exception(6, "y", 9);
+    {
+        const NoNextBlock none;
+        ErrorReportManager::ReportError(exception, 58, "F");
+    }
+    {
+        const NoNextBlock none;
+        ErrorReportManager::ReportError(58, "F");
+    }
+    const std::string line =
+        kError +
+        "[ErrorReportManager::ReportError] unexpected exception. asyncChannel = 0x00000000";
+    EXPECT_THAT(log.Lines(), ElementsAre(line, line));
+}
+
+TEST(Memory, WhatDoesNotFitIsRefusedAndLeavesNothingOpen)
+{
+    const wchar_t* const nowhere = L"";
+    EXPECT_THROW(ToComString({nowhere, 0x40000000}), _com_error);
+    const ImportWatch watch;
+    {
+        const NoNextBlock none;
+        EXPECT_THROW(ShareHandle(CreateEventA(nullptr, TRUE, FALSE, nullptr)), std::bad_alloc);
+    }
+    EXPECT_EQ(watch.OpenHandles(), 0);
 }
 
 TEST(TimeBudgets, ABudgetCountsDownWhenTheTickCounterWraps)

@@ -1,5 +1,7 @@
 // Messages on a pipe: one write and two timed reads, and what becomes of malformed ones.
 
+#include <boost/weak_ptr.hpp>
+
 #include "basicslib/Exceptions.h"
 #include "pipeutils/BaseProtocol.h"
 #include "tests/imported_calls.h"
@@ -78,6 +80,56 @@ TEST_F(Framing, AMessageIsWhatThePipeHoldsWhateverItsLengthFieldSays)
         peer->Send(Words({8, 7}));
         EXPECT_EQ(Read(), Words({8, 7}));
     }
+}
+
+TEST_F(Framing, RoomIsUsedAgainOnceNobodyHoldsItAndGivenBackWhenItIsMuchTooLarge)
+{
+    std::vector<MessageBuffer> held;
+    for (DWORD number = 0; number < 4; ++number) {
+        peer->Send(Words({8, number}));
+        DWORD size = 0;
+        protocol.ReadMessage(size, held.emplace_back(), 1000);
+    }
+    for (DWORD number = 0; number < 4; ++number) {
+        EXPECT_EQ(*reinterpret_cast<DWORD*>(held[number].get()), number) << "still held";
+    }
+    const unsigned char* const kept[] = {held[0].get(), held[1].get()};
+    held.clear();
+    DWORD size = 0;
+    MessageBuffer buffer;
+    peer->Send(Words({8, 1}));
+    protocol.ReadMessage(size, buffer, 1000);
+    EXPECT_THAT(buffer.get(), testing::AnyOf(kept[0], kept[1]));
+
+    peer->Perform({{std::nullopt, {Message(std::string(500000, 'm'))}}});
+    protocol.ReadMessage(size, buffer, 5000);
+    EXPECT_EQ(size, 1000008U);
+    const boost::weak_ptr<unsigned char> longOne = buffer;
+    peer->Send(Words({8, 1}));
+    protocol.ReadMessage(size, buffer, 1000);
+    EXPECT_TRUE(longOne.expired());
+}
+
+TEST_F(Framing, AMessageThatFindsNoNextBlockLeavesNothingToTheNext)
+{
+    // Its length field claims so much that the pipe is asked.
+    peer->Send(Words({0x100000, 1}));
+    DWORD size = 0;
+    MessageBuffer buffer;
+    {
+        ImportWatch watch;
+        watch.Fail("PeekNamedPipe", ERROR_BROKEN_PIPE);
+        EXPECT_THROW(protocol.ReadMessage(size, buffer, 0), ReadPipeError);
+    }
+    EXPECT_EQ(protocol.ReadPipe(&size, sizeof size, 0).bytes, 4U) << "its rest is still there";
+
+    peer->Send(Words({16, 1, 2, 3}));
+    peer->Send(Words({8, 7}));
+    {
+        const NoNextBlock none;
+        EXPECT_THROW(protocol.ReadMessage(size, buffer, 0), std::bad_alloc);
+    }
+    EXPECT_EQ(Read(0), Words({8, 7}));
 }
 
 TEST_F(Framing, WhatATornMessageLeavesIsTakenOut)

@@ -75,6 +75,7 @@ class GuardedPages
 
 constinit GuardedPages g_pages;
 constinit std::atomic<bool> g_guarding = false;
+constinit std::atomic<DWORD> g_refusedThread = 0;
 
 LONG CALLBACK SeeTouch(EXCEPTION_POINTERS* exception)
 {
@@ -98,7 +99,10 @@ void* operator new(std::size_t size)
     g_largestAllocation = std::max(g_largestAllocation, size);
     void* memory = tvn::tests::g_guarding ? tvn::tests::g_pages.Allocate(size)
                                           : HeapAlloc(GetProcessHeap(), 0, size);
-    if (memory == nullptr) {
+    DWORD refused = tvn::tests::g_refusedThread;
+    if (memory == nullptr || (refused != 0 && refused == GetCurrentThreadId())) {
+        tvn::tests::g_refusedThread = 0;
+        operator delete(memory);
         throw std::bad_alloc();
     }
     return memory;
@@ -120,6 +124,16 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept
 
 namespace tvn::tests
 {
+
+NoNextBlock::NoNextBlock() noexcept
+{
+    g_refusedThread = GetCurrentThreadId();
+}
+
+NoNextBlock::~NoNextBlock()
+{
+    g_refusedThread = 0;
+}
 
 FreedMemoryIsGone::FreedMemoryIsGone() : m_handler(AddVectoredExceptionHandler(1, &SeeTouch))
 {

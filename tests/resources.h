@@ -14,6 +14,16 @@ std::ptrdiff_t CountHandles();
 extern std::size_t g_largestAllocation;
 extern std::size_t g_allocations;
 
+/// While one lives, the next block that its thread asks `operator new` for is refused.
+class NoNextBlock
+{
+  public:
+    NoNextBlock() noexcept;
+    ~NoNextBlock();
+    NoNextBlock(const NoNextBlock&) = delete;
+    NoNextBlock& operator=(const NoNextBlock&) = delete;
+};
+
 /// While one lives, memory that is freed can no longer be touched, and is not given out again: who
 /// touches it ends the program, with a line that says so. Slow, and good for some 100,000 blocks.
 class FreedMemoryIsGone

@@ -134,6 +134,20 @@ TEST_F(Waits, ABlockAwaitsItsOperationOrTheInterrupt)
     EXPECT_TRUE(block.Wait(5000, event)) << "the operation goes before the interrupt";
 }
 
+TEST_F(Waits, AnAnswerThatNoWaitGivesIsAnAssertion)
+{
+    Overlapped block(pipe->Get());
+    StartRead(block, nullptr, 0);
+    static int early;
+    early = 3;
+    const auto wait = TVN_REPLACE_IMPORT(
+        MsgWaitForMultipleObjectsEx, [](DWORD, const HANDLE*, DWORD, DWORD, DWORD) -> DWORD {
+            return --early > 0 ? WAIT_TIMEOUT : WAIT_ABANDONED_0 + 5;
+        });
+    EXPECT_THROW(block.Wait(5000), AssertException) << "and what is called too early is no end";
+    EXPECT_EQ(early, 0);
+}
+
 TEST_F(Waits, ABlockThatGoesHasNothingPendingAnyMore)
 {
     // The read's buffer is on a page that goes away with it: a late completion would be seen.
