@@ -81,13 +81,25 @@ bool OwnBrowser::StartBrowser()
                 m_window.PostClose();
             });
         m_macroPage = std::make_unique<MacroPage>(m_chromium->Tools(), m_chromium->VisibleTarget());
-        m_macroPage->Open();
-        SetState(State::kReady);
-        Chromium::EndAbandoned();
-        return true;
     } catch (const std::exception& error) {
         tvn::LogError("%s", error.what());
         return false;
+    }
+    PrepareToPlay();
+    Chromium::EndAbandoned();
+    return true;
+}
+
+void OwnBrowser::PrepareToPlay()
+{
+    // The page of the macros takes a third of a start. Whoever attaches need not wait for it, and
+    // the first play finds it open or opens it itself, and says what is wrong if it cannot.
+    const std::lock_guard<std::mutex> playing(m_playing);
+    SetState(State::kReady);
+    try {
+        m_macroPage->Open();
+    } catch (const std::exception& error) {
+        tvn::LogDebug("the page of the macros does not open: %s", error.what());
     }
 }
 

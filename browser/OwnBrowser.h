@@ -41,6 +41,7 @@ class OwnBrowser : public instance::ICommands
     enum class State { kStarting, kReady, kGone };
 
     bool StartBrowser();
+    void PrepareToPlay();
     State WaitForStart();
     bool IsGoneSoon();
     void SetState(State state);
