@@ -69,12 +69,20 @@ int CApp::Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VA
 
 int CApp::AttachToFree(DWORD timeoutMs)
 {
+    // With the time spent, an instance that is free is still found, but not among any number.
+    constexpr unsigned int kAsksAfterTime = 64;
+
     const TimeBudget budget(timeoutMs);
     const ComString exe = BrowserExeName(m_options.browserKind);
     const boost::shared_ptr<IProcessFactory> factory = NewProcessFactory();
+    unsigned int asksAfterTime = 0;
     for (const auto& instance : ListInstances(exe, *factory, budget.Remaining() / 2)) {
-        if (AttachIfFree(budget.Remaining(), instance->process, WindowValue(instance->hwnd),
-                         ComString()) == sOk) {
+        const DWORD left = budget.Remaining();
+        if (left == 0 && ++asksAfterTime > kAsksAfterTime) {
+            break;
+        }
+        if (AttachIfFree(left, instance->process, WindowValue(instance->hwnd), ComString()) ==
+            sOk) {
             return sOk;
         }
     }

@@ -182,6 +182,22 @@ TEST(RunnerInstances, InstancesAreListedForAQuarterOfTheTime)
     EXPECT_EQ(status, sInstancesCountLimitReached) << "of the start that comes then";
 }
 
+TEST(RunnerInstances, AListOfAnyLengthHoldsNobody)
+{
+    constexpr DWORD kCount = 20000;
+    Bytes list = Words({4 * (5 + 3 * kCount), 10, 0, 1, kCount});
+    for (DWORD number = 0; number < kCount; ++number) {
+        const Bytes instance = Words({number, 0, number + 1});
+        list.insert(list.end(), instance.begin(), instance.end());
+    }
+    const ScriptedPeer service(kPipe, {{Asks(9, "talvern.exe"), {list}},
+                                       {testing::A<Bytes>(), {Message(2, 0, -7, 0, "")}}});
+    AppClient app;
+    int status = 0;
+    EXPECT_THAT(Elapsed([&] { status = app.Init("-runner", false, 1); }), Within(400, 1250));
+    EXPECT_EQ(status, sInstancesCountLimitReached) << "of the start that comes then";
+}
+
 // ---- a real service
 
 class Runner : public testing::Test
