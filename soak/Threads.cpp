@@ -113,7 +113,7 @@ void RunThreads(const Settings& settings, Journal& journal)
     };
     {
         Counterpart counterpart(Counterpart::Serves::All, kEnds);
-        RunAtOnce(10, false, journal, 0, 0.01);
+        RunAtOnce(settings.shortForm ? 10 : 150, false, journal, 0, 0.01);
         const std::ptrdiff_t handles = CountHandles();
         const std::ptrdiff_t kibibytes = PrivateKibibytes();
         const std::uint64_t good = RunAtOnce(cycles, false, journal, 0, 0.6);
