@@ -3,6 +3,7 @@
 #include <emmintrin.h>
 
 #include <algorithm>
+#include <array>
 
 #include "basicslib/InstanceProtocol.h"
 
@@ -11,24 +12,33 @@ namespace tvn
 namespace
 {
 
-/// What stands for a character, or null when it stands for itself.
-const ArgumentEscape* EscapeOf(wchar_t character) noexcept
-{
-    if (character > L' ') {
-        return nullptr;
+/// Every mark is as long, so that what is replaced grows by as much and is written in one piece.
+constexpr std::size_t kMarkSize = kArgumentEscapes[0].mark.size();
+static_assert(std::all_of(std::begin(kArgumentEscapes), std::end(kArgumentEscapes),
+                          [](const auto& escape) {
+                              return escape.character <= L' ' && escape.mark.size() == kMarkSize;
+                          }));
+
+/// What stands for each character up to the blank, null for itself.
+constexpr auto kMarks = [] {
+    std::array<const wchar_t*, L' ' + 1> marks = {};
+    for (const ArgumentEscape& escape : kArgumentEscapes) {
+        marks[escape.character] = escape.mark.data();
     }
-    const auto* const found =
-        std::find_if(std::begin(kArgumentEscapes), std::end(kArgumentEscapes),
-                     [character](const auto& escape) { return escape.character == character; });
-    return found == std::end(kArgumentEscapes) ? nullptr : found;
+    return marks;
+}();
+
+/// What stands for a character, or null when it stands for itself.
+const wchar_t* MarkOf(wchar_t character) noexcept
+{
+    return character > L' ' ? nullptr : kMarks[character];
 }
 
 std::size_t EncodedSize(std::wstring_view text) noexcept
 {
     std::size_t size = text.size();
     for (const wchar_t character : text) {
-        const ArgumentEscape* const escape = EscapeOf(character);
-        size += escape == nullptr ? 0 : escape->mark.size() - 1;
+        size += MarkOf(character) == nullptr ? 0 : kMarkSize - 1;
     }
     return size;
 }
@@ -80,15 +90,21 @@ std::size_t Find(std::wstring_view text, std::wstring_view separator, std::size_
 
 void AppendEncoded(std::wstring& target, std::wstring_view text)
 {
-    const std::size_t start = target.size();
-    target.resize(start + EncodedSize(text));
-    wchar_t* position = target.data() + start;
-    for (const wchar_t character : text) {
-        if (const ArgumentEscape* const escape = EscapeOf(character)) {
-            position = std::copy(escape->mark.begin(), escape->mark.end(), position);
-        } else {
-            *position++ = character;
+    // Through a small buffer: room in the target that is only to be written over would be cleared.
+    std::array<wchar_t, 0x1000> buffer;
+    constexpr std::size_t kAtOnce = buffer.size() / kMarkSize;
+
+    MakeRoom(target, EncodedSize(text));
+    for (; !text.empty(); text.remove_prefix(std::min(kAtOnce, text.size()))) {
+        wchar_t* position = buffer.data();
+        for (const wchar_t character : text.substr(0, kAtOnce)) {
+            if (const wchar_t* const mark = MarkOf(character)) {
+                position = std::copy_n(mark, kMarkSize, position);
+            } else {
+                *position++ = character;
+            }
         }
+        target.append(buffer.data(), position);
     }
 }
 
