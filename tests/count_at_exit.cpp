@@ -14,4 +14,4 @@ extern "C" void __gcov_dump();
 }
 
 /// The import's own entry, which would otherwise come from the library of the system's functions.
-extern "C" const decltype(&ExitProcess) __imp_ExitProcess = &CountAndExit;
+extern "C" void(WINAPI* const __imp_ExitProcess)(UINT) = &CountAndExit;

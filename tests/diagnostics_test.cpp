@@ -139,8 +139,10 @@ TEST(ErrorReports, WhatCannotBeReportedForLackOfMemoryIsSaid)
 
 TEST(Memory, WhatDoesNotFitIsRefusedAndLeavesNothingOpen)
 {
-    const wchar_t* const nowhere = L"";
-    EXPECT_THROW(ToComString({nowhere, 0x40000000}), _com_error);
+    const auto claiming = [](std::size_t units) {
+        return std::wstring_view(L"", units);
+    };
+    EXPECT_THROW(ToComString(claiming(0x40000000)), _com_error);
     const ImportWatch watch;
     {
         const NoNextBlock none;

@@ -40,7 +40,7 @@ static std::string Answer(std::string path)
 // detached takes the process with it.
 static DWORD CALLBACK Serve(void* socket)
 {
-    SOCKET client = reinterpret_cast<SOCKET>(socket);
+    const auto client = reinterpret_cast<SOCKET>(socket);
     char request[8192] = "";
     if (recv(client, request, sizeof request - 1, 0) > 0) {
         std::string method;
