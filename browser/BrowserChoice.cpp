@@ -4,6 +4,7 @@
 
 #include "basicslib/ComString.h"
 #include "browser/BrowserError.h"
+#include "browser/FileNames.h"
 #include "browser/Utf8.h"
 #include "process/BrowserLocation.h"
 #include "process/RegistryReading.h"
@@ -47,12 +48,6 @@ std::wstring AppPath(const wchar_t* program)
         }
     }
     return {};
-}
-
-bool IsFile(const std::wstring& path)
-{
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 std::wstring FirstOf(std::initializer_list<std::wstring> texts)

@@ -22,6 +22,12 @@ std::wstring ProgramFolder()
     }
 }
 
+bool IsFile(const std::wstring& path)
+{
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
 bool IsFileName(const std::wstring& name)
 {
     constexpr std::size_t kLongest = 200;

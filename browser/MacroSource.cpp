@@ -1,7 +1,5 @@
 #include "browser/MacroSource.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <cwctype>
 #include <fstream>
@@ -15,12 +13,6 @@ namespace browser
 {
 namespace
 {
-
-bool IsFile(const std::wstring& path)
-{
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-}
 
 /// Words alone do nothing in JavaScript, so somebody means a name.
 bool IsNoMoreThanWords(const std::wstring& text)

@@ -81,13 +81,13 @@ bool OwnBrowser::StartBrowser()
                 m_window.PostClose();
             });
         m_macroPage = std::make_unique<MacroPage>(m_chromium->Tools(), m_chromium->VisibleTarget());
+        PrepareToPlay();
+        Chromium::EndAbandoned();
+        return true;
     } catch (const std::exception& error) {
         tvn::LogError("%s", error.what());
         return false;
     }
-    PrepareToPlay();
-    Chromium::EndAbandoned();
-    return true;
 }
 
 void OwnBrowser::PrepareToPlay()

@@ -68,9 +68,9 @@ class BaseProtocol
 
     /// Reads one whole message: its length field into `size`, and all that it really holds behind
     /// that into `buffer`, whose number of bytes is returned; it serves a later message when nobody
-    /// holds it any more. The length field only tells how much
-    /// room to make, within bounds: it may be off. Throws as ReadPipe does, ReadPipeError with
-    /// ERROR_INVALID_DATA for a message without a length field, and an out-of-memory exception.
+    /// holds it any more. The length field only tells how much room to make, within bounds: it may
+    /// be off. Throws as ReadPipe does, ReadPipeError with ERROR_INVALID_DATA for a message without
+    /// a length field, and an out-of-memory exception.
     DWORD ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeout);
 
     /// The same, with the fields wrapped for reading.

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "instance/RunApart.h"
+
 namespace tvn::tests
 {
 
@@ -36,11 +38,8 @@ static std::string Answer(std::string path)
     return file ? Response("200 OK", "", body.str()) : Response("404 Not Found", "", "");
 }
 
-// The system's own pool runs these: a thread of the C++ runtime that ends while it is being
-// detached takes the process with it.
-static DWORD CALLBACK Serve(void* socket)
+static void Serve(SOCKET client)
 {
-    const auto client = reinterpret_cast<SOCKET>(socket);
     char request[8192] = "";
     if (recv(client, request, sizeof request - 1, 0) > 0) {
         std::string method;
@@ -50,15 +49,6 @@ static DWORD CALLBACK Serve(void* socket)
         send(client, answer.data(), static_cast<int>(answer.size()), 0);
     }
     closesocket(client);
-    return 0;
-}
-
-static DWORD CALLBACK Listen(void* socket)
-{
-    for (;;) {
-        SOCKET client = accept(reinterpret_cast<SOCKET>(socket), nullptr, nullptr);
-        QueueUserWorkItem(Serve, reinterpret_cast<void*>(client), WT_EXECUTELONGFUNCTION);
-    }
 }
 
 std::string ServePages()
@@ -73,7 +63,12 @@ std::string ServePages()
     static_cast<void>(bind(listener, reinterpret_cast<sockaddr*>(&address), size));
     listen(listener, SOMAXCONN);
     getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-    QueueUserWorkItem(Listen, reinterpret_cast<void*>(listener), WT_EXECUTELONGFUNCTION);
+    instance::RunApart([listener] {
+        for (;;) {
+            SOCKET client = accept(listener, nullptr, nullptr);
+            instance::RunApart([client] { Serve(client); });
+        }
+    });
     return "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
 }
 
