@@ -12,6 +12,7 @@
 #include "basicslib/FormatText.h"
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/Log.h"
+#include "basicslib/ScopeExit.h"
 #include "basicslib/StatusCode.h"
 #include "basicslib/TimeBudget.h"
 
@@ -220,26 +221,13 @@ int CApp::Exit(LONG timeout)
     }
     const TimeBudget budget(Milliseconds(timeout));
 
-    /// However this method ends, the object is then detached from the instance that it was called
-    /// for. A nested call may have done so before, and attached the object to another one.
-    class CleanupScope
-    {
-      public:
-        explicit CleanupScope(CApp& app) noexcept : m_app(app), m_client(app.m_client) {}
-        ~CleanupScope()
-        {
-            if (m_app.m_client == m_client) {
-                m_app.Cleanup();
-            }
+    // However this method ends, the object is then detached from the instance that it was called
+    // for. A nested call may have done so before, and attached the object to another one.
+    const ScopeExit cleanup([this, client = m_client] {
+        if (m_client == client) {
+            Cleanup();
         }
-        CleanupScope(const CleanupScope&) = delete;
-        CleanupScope& operator=(const CleanupScope&) = delete;
-
-      private:
-        CApp& m_app;
-        const boost::shared_ptr<MacrosClient> m_client;
-    };
-    const CleanupScope cleanup(*this);
+    });
 
     // The browser to end is the one of this moment, too.
     const boost::shared_ptr<IProcess> process = m_process;

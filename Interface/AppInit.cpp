@@ -5,9 +5,9 @@
 #include "Interface/App.h"
 #include "Interface/AutomationValue.h"
 #include "basicslib/Exceptions.h"
-#include "basicslib/FlagScope.h"
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/Log.h"
+#include "basicslib/ScopeExit.h"
 #include "basicslib/StatusCode.h"
 #include "basicslib/TimeBudget.h"
 #include "pipeutils/CallbackProtocol.h"
@@ -18,18 +18,6 @@
 
 namespace tvn
 {
-namespace
-{
-
-std::vector<boost::shared_ptr<Instance>> ListInstances(const ComString& exeName,
-                                                       IProcessFactory& factory, DWORD timeoutMs)
-{
-    std::vector<boost::shared_ptr<Instance>> list;
-    factory.NewInstancesMgr()->GetInstancesByName(list, exeName, timeoutMs);
-    return list;
-}
-
-}  // namespace
 
 int CApp::Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VARIANT& user,
                const VARIANT& password, const VARIANT& domain, LONG timeout)
@@ -38,7 +26,8 @@ int CApp::Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VA
     if (m_initialising) {
         return sInternal;  // called by a message that a wait below dispatches
     }
-    const FlagScope initialising(m_initialising);
+    m_initialising = true;
+    const ScopeExit initialising([this] { m_initialising = false; });
     m_pendingArgs.clear();
     m_lastExtract = {};
     m_lastError.clear();
@@ -73,10 +62,11 @@ int CApp::AttachToFree(DWORD timeoutMs)
     constexpr unsigned int kAsksAfterTime = 64;
 
     const TimeBudget budget(timeoutMs);
-    const ComString exe = BrowserExeName(m_options.browserKind);
-    const boost::shared_ptr<IProcessFactory> factory = NewProcessFactory();
+    std::vector<boost::shared_ptr<Instance>> instances;
+    NewProcessFactory()->NewInstancesMgr()->GetInstancesByName(
+        instances, BrowserExeName(m_options.browserKind), budget.Remaining() / 2);
     unsigned int asksAfterTime = 0;
-    for (const auto& instance : ListInstances(exe, *factory, budget.Remaining() / 2)) {
+    for (const auto& instance : instances) {
         const DWORD left = budget.Remaining();
         if (left == 0 && ++asksAfterTime > kAsksAfterTime) {
             break;

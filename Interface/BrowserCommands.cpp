@@ -5,10 +5,12 @@
 #include <shellapi.h>
 
 #include <cwchar>
-#include <memory>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 #include "basicslib/Exceptions.h"
+#include "basicslib/ScopeExit.h"
 #include "process/BrowserLocation.h"
 
 namespace tvn
@@ -25,19 +27,20 @@ struct Start
     std::wstring_view creatorUuid;
 };
 
+std::wstring Join(std::initializer_list<std::wstring_view> pieces)
+{
+    std::wstring text;
+    for (const std::wstring_view piece : pieces) {
+        text += piece;
+    }
+    return text;
+}
+
 /// A start page with the arguments that tell the instance in the browser who has started it.
 std::wstring StartUrl(std::wstring_view page, const Start& start)
 {
-    std::wstring url = L"\"";
-    url += page;
-    url += L"?authorizeAll=";
-    url += start.options.authorizeAll ? L"true" : L"false";
-    url += L"&pipeUuid=";
-    url += start.pipeUuid;
-    url += L"&creatorUuid=";
-    url += start.creatorUuid;
-    url += L" \"";
-    return url;
+    return Join({L"\"", page, L"?authorizeAll=", start.options.authorizeAll ? L"true" : L"false",
+                 L"&pipeUuid=", start.pipeUuid, L"&creatorUuid=", start.creatorUuid, L" \""});
 }
 
 ComString InternetExplorerPath(const InitOptions& /*options*/)
@@ -48,13 +51,8 @@ ComString InternetExplorerPath(const InitOptions& /*options*/)
 std::wstring InternetExplorerCmdLine(const Start& start)
 {
     const ComString folder = GetPathBasic();
-    std::wstring page = L"about:blank";
-    if (folder.length() > 0) {
-        page = L"file:///";
-        page += ToView(folder);
-        page += L"\\Welcome_plugin.htm";
-    }
-    return L" " + StartUrl(page, start);
+    const std::wstring page = Join({L"file:///", ToView(folder), L"\\Welcome_plugin.htm"});
+    return L" " + StartUrl(folder.length() > 0 ? page : L"about:blank", start);
 }
 
 ComString FirefoxPath(const InitOptions& options)
@@ -74,15 +72,8 @@ ComString OwnBrowserPath(const InitOptions& /*options*/)
 
 std::wstring OwnBrowserCmdLine(const Start& start)
 {
-    std::wstring cmdLine(start.args);
-    if (start.options.useRunner) {
-        cmdLine += L" -authorizeAll";
-    }
-    cmdLine += L" /pipeUuid=";
-    cmdLine += start.pipeUuid;
-    cmdLine += L" /creatorUuid=";
-    cmdLine += start.creatorUuid;
-    return cmdLine;
+    return Join({start.args, start.options.useRunner ? L" -authorizeAll" : L"", L" /pipeUuid=",
+                 start.pipeUuid, L" /creatorUuid=", start.creatorUuid});
 }
 
 struct Browser
@@ -101,71 +92,40 @@ constexpr Browser kBrowsers[] = {
 static_assert(kBrowsers[InternetExplorer].kind == InternetExplorer &&
               kBrowsers[Firefox].kind == Firefox && kBrowsers[OwnBrowser].kind == OwnBrowser);
 
-struct Option
-{
-    const wchar_t* name;
-    bool takesValue;
-    void (*apply)(InitOptions& options, const wchar_t* value);
-};
-
-constexpr Option kOptions[] = {
-    {L"-ie", false,
-     [](InitOptions& o, const wchar_t*) {
-         o.browserKind = InternetExplorer;
-     }},
-    {L"-fx", false,
-     [](InitOptions& o, const wchar_t*) {
-         o.browserKind = Firefox;
-     }},
-    {L"-fxVersion", true,
-     [](InitOptions& o, const wchar_t* value) {
-         o.fxVersion = value;
-     }},
-    {L"-fxLocale", true,
-     [](InitOptions& o, const wchar_t* value) {
-         o.fxLocale = value;
-     }},
-    {L"-authorizeAll", false,
-     [](InitOptions& o, const wchar_t*) {
-         o.authorizeAll = true;
-     }},
-    {L"-runner", false,
-     [](InitOptions& o, const wchar_t*) {
-         o.useRunner = o.authorizeAll = true;
-     }},
-};
-
-struct LocalDeleter
-{
-    void operator()(wchar_t** memory) const { LocalFree(memory); }
-};
-
 }  // namespace
 
 void ParseCommandLine(const ComString& text, InitOptions& options)
 {
     // The splitting rules treat the first argument as a program's name, and an empty line as this
     // process's own: a name in front makes all of the text arguments.
-    std::wstring line = L"talvern ";
-    line += ToView(text);
+    const std::wstring line = Join({L"talvern ", ToView(text)});
     int count = 0;
-    const std::unique_ptr<wchar_t*, LocalDeleter> owner(CommandLineToArgvW(line.c_str(), &count));
-    if (!owner) {
+    wchar_t** const arguments = CommandLineToArgvW(line.c_str(), &count);
+    const ScopeExit freed([arguments] { LocalFree(arguments); });
+    if (arguments == nullptr) {
         throw Win32Exception(GetLastError(), __FILE__, __LINE__);
     }
-    wchar_t** const arguments = owner.get();
     for (int index = 1; index < count; ++index) {
-        const wchar_t* const argument = arguments[index];
-        for (const Option& option : kOptions) {
-            if (_wcsicmp(argument, option.name) != 0) {
-                continue;
+        const auto is = [argument = arguments[index]](const wchar_t* option) {
+            return _wcsicmp(argument, option) == 0;
+        };
+        const auto takeValue = [&](ComString& value) {
+            if (index + 1 < count) {
+                value = arguments[++index];
             }
-            if (!option.takesValue) {
-                option.apply(options, nullptr);
-            } else if (index + 1 < count) {
-                option.apply(options, arguments[++index]);
-            }
-            break;
+        };
+        if (is(L"-ie")) {
+            options.browserKind = InternetExplorer;
+        } else if (is(L"-fx")) {
+            options.browserKind = Firefox;
+        } else if (is(L"-fxVersion")) {
+            takeValue(options.fxVersion);
+        } else if (is(L"-fxLocale")) {
+            takeValue(options.fxLocale);
+        } else if (is(L"-authorizeAll")) {
+            options.authorizeAll = true;
+        } else if (is(L"-runner")) {
+            options.useRunner = options.authorizeAll = true;
         }
     }
 }

@@ -43,12 +43,6 @@ std::size_t EncodedSize(std::wstring_view text) noexcept
     return size;
 }
 
-/// Makes room for `more` characters behind `target`, so that appending them cannot fail half-way.
-void MakeRoom(std::wstring& target, std::size_t more)
-{
-    target.reserve(target.size() + more);
-}
-
 /// The place of the first `wanted` at or behind `from`, or the length of the text. Replies may be
 /// of hundreds of megabytes, most of it none of what is looked for: thirty-two characters are
 /// compared at a time, as fast as the memory gives them.
@@ -94,7 +88,7 @@ void AppendEncoded(std::wstring& target, std::wstring_view text)
     std::array<wchar_t, 0x1000> buffer;
     constexpr std::size_t kAtOnce = buffer.size() / kMarkSize;
 
-    MakeRoom(target, EncodedSize(text));
+    target.reserve(target.size() + EncodedSize(text));  // so that nothing fails half-way
     for (; !text.empty(); text.remove_prefix(std::min(kAtOnce, text.size()))) {
         wchar_t* position = buffer.data();
         for (const wchar_t character : text.substr(0, kAtOnce)) {
@@ -117,7 +111,8 @@ std::wstring EncodeArg(std::wstring_view text)
 
 void AppendVariable(std::wstring& arguments, std::wstring_view name, std::wstring_view value)
 {
-    MakeRoom(arguments, kVariablePrefix.size() + name.size() + EncodedSize(value) + 2);
+    arguments.reserve(arguments.size() + kVariablePrefix.size() + name.size() + EncodedSize(value) +
+                      2);
     arguments += L' ';
     if (name.find(L'-') != 0) {
         arguments += kVariablePrefix;
@@ -130,7 +125,7 @@ void AppendVariable(std::wstring& arguments, std::wstring_view name, std::wstrin
 void MakePlayArgument(std::wstring_view macro, std::wstring& variables)
 {
     std::wstring head;
-    MakeRoom(head, kMacroSwitch.size() + EncodedSize(macro) + 3);
+    head.reserve(kMacroSwitch.size() + EncodedSize(macro) + 3);
     head += L' ';
     head += kMacroSwitch;
     head += L' ';

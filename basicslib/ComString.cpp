@@ -1,6 +1,5 @@
 #include "basicslib/ComString.h"
 
-#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -19,31 +18,19 @@ int CheckedLength(std::size_t length)
     return static_cast<int>(length);
 }
 
-/// Bytes that `text` takes in the ANSI code page.
-int NarrowSize(std::wstring_view text)
+/// Converts to the ANSI code page; without room it only tells the bytes that this takes.
+int Narrow(std::wstring_view text, char* room, int size)
 {
     return text.empty() ? 0
                         : WideCharToMultiByte(CP_ACP, 0, text.data(), CheckedLength(text.size()),
-                                              nullptr, 0, nullptr, nullptr);
-}
-
-void CopyNarrow(std::wstring_view text, char* buffer, int size)
-{
-    if (size > 0) {
-        WideCharToMultiByte(CP_ACP, 0, text.data(), CheckedLength(text.size()), buffer, size,
-                            nullptr, nullptr);
-    }
+                                              room, size, nullptr, nullptr);
 }
 
 }  // namespace
 
 ComString TakeBstr(BSTR bstr)
 {
-    struct Deleter
-    {
-        void operator()(BSTR string) const { SysFreeString(string); }
-    };
-    std::unique_ptr<OLECHAR, Deleter> owner(bstr);
+    std::unique_ptr<OLECHAR, decltype([](BSTR string) { SysFreeString(string); })> owner(bstr);
     if (!owner) {
         _com_issue_error(E_OUTOFMEMORY);
     }
@@ -82,9 +69,9 @@ std::wstring_view ToView(const wchar_t* bstr) noexcept
 
 std::string ToNarrow(std::wstring_view text)
 {
-    const int size = NarrowSize(text);
+    const int size = Narrow(text, nullptr, 0);
     std::string result(static_cast<std::size_t>(size), '\0');
-    CopyNarrow(text, result.data(), size);
+    Narrow(text, result.data(), size);
     return result;
 }
 
@@ -106,9 +93,9 @@ char* WINAPI ConvertBSTRToString(BSTR pSrc)
         return nullptr;
     }
     const std::wstring_view text = tvn::ToView(pSrc);
-    const int size = tvn::NarrowSize(text);
+    const int size = tvn::Narrow(text, nullptr, 0);
     std::unique_ptr<char[]> result(new char[static_cast<std::size_t>(size) + 1]);
-    tvn::CopyNarrow(text, result.get(), size);
+    tvn::Narrow(text, result.get(), size);
     result[static_cast<std::size_t>(size)] = '\0';
     return result.release();
 }

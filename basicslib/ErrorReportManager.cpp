@@ -9,18 +9,24 @@ namespace tvn
 namespace
 {
 
-boost::shared_ptr<ErrorReport> NewReport(const ComString& msg, unsigned int line, const char* file)
-{
-    auto report = boost::make_shared<ErrorReport>();
-    report->msg = msg;
-    report->line = line;
-    report->file = file;
-    return report;
-}
-
 void LogUnexpected() noexcept
 {
     LogError("[ErrorReportManager::ReportError] unexpected exception. asyncChannel = 0x%08X", 0U);
+}
+
+/// Makes a report of the text that `describe` returns and writes it.
+template <class Describe>
+void Report(Describe describe, unsigned int line, const char* file) noexcept
+{
+    try {
+        const auto report = boost::make_shared<ErrorReport>();
+        report->msg = describe();
+        report->line = line;
+        report->file = file;
+        ErrorReportManager::ReportError(report);
+    } catch (...) {
+        LogUnexpected();
+    }
 }
 
 }  // namespace
@@ -44,20 +50,12 @@ void ErrorReportManager::ReportError(const boost::shared_ptr<ErrorReport>& repor
 void ErrorReportManager::ReportError(const BaseException& exception, unsigned int line,
                                      const char* file) noexcept
 {
-    try {
-        ReportError(NewReport(exception.GetDescription(), line, file));
-    } catch (...) {
-        LogUnexpected();
-    }
+    Report([&exception] { return exception.GetDescription(); }, line, file);
 }
 
 void ErrorReportManager::ReportError(unsigned int line, const char* file) noexcept
 {
-    try {
-        ReportError(NewReport(ComString(), line, file));
-    } catch (...) {
-        LogUnexpected();
-    }
+    Report([] { return ComString(); }, line, file);
 }
 
 void ErrorReportManager::ReportToDbgView(const boost::shared_ptr<ErrorReport>& report) noexcept

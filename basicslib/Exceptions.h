@@ -14,7 +14,7 @@ class BaseException
 {
   public:
     /// No source position.
-    BaseException() noexcept;
+    BaseException() noexcept = default;
 
     /// `file` and `line` are the position of the throwing statement; a name longer than 511 bytes
     /// is cut.
@@ -24,13 +24,13 @@ class BaseException
     BaseException& operator=(const BaseException&) noexcept = default;
 
     /// What happened and where, for a person to read. Throws when there is no memory for the text.
-    virtual ComString GetDescription() const;
+    virtual ComString GetDescription() const { return ToComString("BaseException"); }
 
     virtual ~BaseException() = default;
 
   protected:
-    char m_file[512];
-    int m_line;
+    char m_file[512] = {};
+    int m_line = 0;
 };
 
 /// An internal check that failed; made by `TVN_ASSERT`.
@@ -56,7 +56,7 @@ class Win32Exception : public BaseException
     /// `error` is the code that GetLastError gave for the call.
     Win32Exception(DWORD error, const char* file, int line) noexcept;
 
-    ComString GetDescription() const override;
+    ComString GetDescription() const override { return Describe("Win32Exception"); }
 
     DWORD GetError() const noexcept { return m_error; }
 
@@ -72,7 +72,7 @@ class Win32Exception : public BaseException
 class InvalidOperationException : public BaseException
 {
   public:
-    ComString GetDescription() const override;
+    ComString GetDescription() const override { return ToComString("InvalidOperationException"); }
 };
 
 /// Any failure on a pipe. Those who answer with status codes catch this class.
@@ -81,10 +81,10 @@ class PipeException : public Win32Exception
   public:
     using Win32Exception::Win32Exception;
 
-    ComString GetDescription() const override;
+    ComString GetDescription() const override { return Describe(GetName()); }
 
     /// The name of the exception's own class, a constant.
-    virtual const char* GetName() const noexcept;
+    virtual const char* GetName() const noexcept { return "PipeException"; }
 };
 
 /// No message came within the time-out.
@@ -92,7 +92,7 @@ class ReadPipeTimeout : public PipeException
 {
   public:
     using PipeException::PipeException;
-    const char* GetName() const noexcept override;
+    const char* GetName() const noexcept override { return "ReadPipeTimeout"; }
 };
 
 /// The interrupt event was signalled while a read waited.
@@ -100,7 +100,7 @@ class PipeInterrupted : public PipeException
 {
   public:
     using PipeException::PipeException;
-    const char* GetName() const noexcept override;
+    const char* GetName() const noexcept override { return "PipeInterrupted"; }
 };
 
 /// A read failed, or a message does not hold what it should.
@@ -108,7 +108,7 @@ class ReadPipeError : public PipeException
 {
   public:
     using PipeException::PipeException;
-    const char* GetName() const noexcept override;
+    const char* GetName() const noexcept override { return "ReadPipeError"; }
 };
 
 /// A write failed, was short, or was not taken by the other side in time.
@@ -116,7 +116,7 @@ class WritePipeError : public PipeException
 {
   public:
     using PipeException::PipeException;
-    const char* GetName() const noexcept override;
+    const char* GetName() const noexcept override { return "WritePipeError"; }
 };
 
 }  // namespace tvn

@@ -14,20 +14,64 @@ namespace comserver
 class ClassFactory final : public IClassFactory
 {
   public:
-    ClassFactory(Module& module, const ClassEntry& entry) noexcept;
+    ClassFactory(Module& module, const ClassEntry& entry) noexcept
+        : m_module(module), m_entry(entry)
+    {
+        m_module.Lock();
+    }
     ClassFactory(const ClassFactory&) = delete;
     ClassFactory& operator=(const ClassFactory&) = delete;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override
+    {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        if (!IsEqualIID(iid, IID_IUnknown) && !IsEqualIID(iid, IID_IClassFactory)) {
+            *object = nullptr;
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        *object = static_cast<IClassFactory*>(this);
+        return S_OK;
+    }
+
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
+
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        const ULONG left = --m_references;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
 
     /// Makes a new object; one that is to be aggregated can only be asked for its IUnknown.
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** object) override;
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override;
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** object) override
+    {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        *object = nullptr;
+        if (outer != nullptr && !IsEqualIID(iid, IID_IUnknown)) {
+            return CLASS_E_NOAGGREGATION;
+        }
+        return m_entry.create(m_module, outer, iid, object);
+    }
+
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override
+    {
+        if (lock) {
+            m_module.Lock();
+        } else {
+            m_module.Unlock();
+        }
+        return S_OK;
+    }
 
   private:
-    virtual ~ClassFactory();
+    virtual ~ClassFactory() { m_module.Unlock(); }
 
     Module& m_module;
     const ClassEntry& m_entry;

@@ -1,6 +1,6 @@
 #include "comserver/Module.h"
 
-#include <oleauto.h>
+#include <comdef.h>
 #include <wrl/client.h>
 
 #include <algorithm>
@@ -14,6 +14,7 @@
 namespace comserver
 {
 
+using _com_util::CheckError;
 using Microsoft::WRL::ComPtr;
 
 namespace
@@ -22,29 +23,43 @@ namespace
 constexpr WORD kRegistryScriptId = 101;
 constexpr const wchar_t* kRegistryScriptType = L"REGISTRY";
 
-#ifdef _WIN64
-constexpr SYSKIND kSysKind = SYS_WIN64;
-#else
-constexpr SYSKIND kSysKind = SYS_WIN32;
-#endif
-
-HRESULT LastError() noexcept
+[[noreturn]] void ThrowLastError()
 {
-    return HRESULT_FROM_WIN32(GetLastError());
+    throw _com_error(HRESULT_FROM_WIN32(GetLastError()));
 }
 
 /// The script in the server's resources; resources stay in memory as long as the server does.
-HRESULT FindScript(HINSTANCE instance, std::string_view& text)
+std::string_view FindScript(HINSTANCE instance)
 {
     HRSRC resource =
         FindResourceW(instance, MAKEINTRESOURCEW(kRegistryScriptId), kRegistryScriptType);
     HGLOBAL loaded = resource == nullptr ? nullptr : LoadResource(instance, resource);
     const void* bytes = loaded == nullptr ? nullptr : LockResource(loaded);
     if (bytes == nullptr) {
-        return LastError();
+        ThrowLastError();
     }
-    text = {static_cast<const char*>(bytes), SizeofResource(instance, resource)};
-    return S_OK;
+    return {static_cast<const char*>(bytes), SizeofResource(instance, resource)};
+}
+
+ComPtr<ITypeLib> LoadTypeLibOf(const std::wstring& path)
+{
+    ComPtr<ITypeLib> typeLib;
+    CheckError(LoadTypeLibEx(path.c_str(), REGKIND_NONE, typeLib.GetAddressOf()));
+    return typeLib;
+}
+
+/// Runs steps that throw at the first failure, and returns that failure.
+template <class Steps>
+HRESULT ResultOf(Steps steps) noexcept
+{
+    try {
+        steps();
+        return S_OK;
+    } catch (const _com_error& error) {
+        return error.Error();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
 }
 
 }  // namespace
@@ -101,64 +116,26 @@ void Module::StayLoaded() noexcept
                            reinterpret_cast<LPCWSTR>(m_instance), &module) != FALSE;
 }
 
-/// The steps below build texts; running out of memory ends as an HRESULT like every other failure.
-template <class Step>
-HRESULT Module::Guarded(Step step) noexcept
-{
-    try {
-        return step();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
-}
-
 HRESULT Module::RegisterServer() noexcept
 {
-    return Guarded([this] {
-        std::wstring path;
-        HRESULT result = GetPath(path);
-        if (FAILED(result)) {
-            return result;
-        }
-        std::string_view text;
-        result = FindScript(m_instance, text);
-        if (FAILED(result)) {
-            return result;
-        }
-        MachineClasses classes;
-        result = classes.Open();
-        if (FAILED(result)) {
-            return result;
-        }
-        result = RegistryScript(classes.Get(), text, path).Register();
-        if (FAILED(result)) {
-            return result;
-        }
-        ComPtr<ITypeLib> typeLib;
-        result = LoadOwnTypeLib(path, typeLib.GetAddressOf());
-        if (FAILED(result)) {
-            return result;
-        }
-        return RegisterTypeLib(typeLib.Get(), path.data(), nullptr);
+    return ResultOf([this] {
+        std::wstring path = GetPath();
+        const std::string_view script = FindScript(m_instance);
+        const MachineClasses classes;
+        CheckError(RegistryScript(classes.Get(), script, path).Register());
+        CheckError(RegisterTypeLib(LoadTypeLibOf(path).Get(), path.data(), nullptr));
     });
 }
 
 HRESULT Module::UnregisterServer() noexcept
 {
-    return Guarded([this] {
-        std::string_view text;
-        HRESULT result = FindScript(m_instance, text);
-        if (FAILED(result)) {
-            return result;
-        }
-        MachineClasses classes;
-        result = classes.Open();
-        if (FAILED(result)) {
-            return result;
-        }
-        result = RegistryScript(classes.Get(), text, std::wstring_view()).Unregister();
-        const HRESULT typeLibResult = UnregisterOwnTypeLib();
-        return FAILED(result) ? result : typeLibResult;
+    return ResultOf([this] {
+        const std::string_view script = FindScript(m_instance);
+        const MachineClasses classes;
+        const HRESULT keys = RegistryScript(classes.Get(), script, {}).Unregister();
+        const HRESULT typeLib = UnregisterOwnTypeLib();
+        CheckError(keys);
+        CheckError(typeLib);
     });
 }
 
@@ -171,65 +148,37 @@ HRESULT Module::UnregisterOwnTypeLib() const
     }
     SysFreeString(path);
     return UnRegisterTypeLib(m_typeLibrary.libid, m_typeLibrary.major, m_typeLibrary.minor,
-                             m_typeLibrary.lcid, kSysKind);
+                             m_typeLibrary.lcid, SYS_WIN64);
 }
 
 HRESULT Module::GetTypeInfo(ITypeInfo** typeInfo) noexcept
 {
-    ITypeInfo* known = m_typeInfo.load();
-    if (known == nullptr) {
-        ComPtr<ITypeInfo> loaded;
-        const HRESULT result = LoadTypeInfo(loaded.GetAddressOf());
-        if (FAILED(result)) {
-            return result;
+    return ResultOf([this, typeInfo] {
+        ITypeInfo* known = m_typeInfo.load();
+        if (known == nullptr) {
+            ComPtr<ITypeInfo> loaded;
+            CheckError(LoadTypeLibOf(GetPath())->GetTypeInfoOfGuid(m_typeLibrary.dispatchInterface,
+                                                                   loaded.GetAddressOf()));
+            // Another thread may have been first; then its object is the one that is kept.
+            if (m_typeInfo.compare_exchange_strong(known, loaded.Get())) {
+                known = loaded.Detach();
+            }
         }
-        // Another thread may have been first; then its object is the one that is kept.
-        if (m_typeInfo.compare_exchange_strong(known, loaded.Get())) {
-            known = loaded.Detach();
-        }
-    }
-    known->AddRef();
-    *typeInfo = known;
-    return S_OK;
-}
-
-HRESULT Module::LoadTypeInfo(ITypeInfo** typeInfo) const noexcept
-{
-    return Guarded([this, typeInfo] {
-        std::wstring path;
-        HRESULT result = GetPath(path);
-        if (FAILED(result)) {
-            return result;
-        }
-        ComPtr<ITypeLib> typeLib;
-        result = LoadOwnTypeLib(path, typeLib.GetAddressOf());
-        if (FAILED(result)) {
-            return result;
-        }
-        return typeLib->GetTypeInfoOfGuid(m_typeLibrary.dispatchInterface, typeInfo);
+        known->AddRef();
+        *typeInfo = known;
     });
 }
 
-HRESULT Module::GetPath(std::wstring& path) const
+std::wstring Module::GetPath() const
 {
-    constexpr std::size_t kLongestPath = 0x8000;
-    for (std::size_t size = MAX_PATH; size < 2 * kLongestPath; size *= 2) {
-        path.resize(size);
-        const DWORD length = GetModuleFileNameW(m_instance, path.data(), static_cast<DWORD>(size));
-        if (length == 0) {
-            return LastError();
-        }
-        if (length < size) {
-            path.resize(length);
-            return S_OK;
-        }
+    std::wstring path(0x8000, L'\0');  // the longest that there is
+    const auto size = static_cast<DWORD>(path.size());
+    const DWORD length = GetModuleFileNameW(m_instance, path.data(), size);
+    if (length == 0) {
+        ThrowLastError();
     }
-    return HRESULT_FROM_WIN32(ERROR_INSUFFICIENT_BUFFER);
-}
-
-HRESULT Module::LoadOwnTypeLib(const std::wstring& path, ITypeLib** typeLib) const
-{
-    return LoadTypeLibEx(path.c_str(), REGKIND_NONE, typeLib);
+    path.resize(length);
+    return path;
 }
 
 }  // namespace comserver

@@ -84,13 +84,8 @@ class Module
 
   private:
     void StayLoaded() noexcept;
-    HRESULT GetPath(std::wstring& path) const;
-    HRESULT LoadTypeInfo(ITypeInfo** typeInfo) const noexcept;
-    HRESULT LoadOwnTypeLib(const std::wstring& path, ITypeLib** typeLib) const;
+    std::wstring GetPath() const;
     HRESULT UnregisterOwnTypeLib() const;
-
-    template <class Step>
-    static HRESULT Guarded(Step step) noexcept;
 
     const ClassEntry* m_classes;
     std::size_t m_classCount;

@@ -2,30 +2,17 @@
 
 #include <windows.h>
 
+#include <memory>
+
 namespace comserver
 {
 
-/// The owner of an open registry key.
-class RegistryKey
+struct RegistryKeyCloser
 {
-  public:
-    RegistryKey() noexcept = default;
-    ~RegistryKey()
-    {
-        if (m_key != nullptr) {
-            RegCloseKey(m_key);
-        }
-    }
-    RegistryKey(const RegistryKey&) = delete;
-    RegistryKey& operator=(const RegistryKey&) = delete;
-
-    HKEY Get() const noexcept { return m_key; }
-
-    /// For a function that opens a key; the object must hold none.
-    HKEY* Receive() noexcept { return &m_key; }
-
-  private:
-    HKEY m_key = nullptr;
+    void operator()(HKEY key) const noexcept { RegCloseKey(key); }
 };
+
+/// The owner of an open registry key.
+using RegistryKey = std::unique_ptr<HKEY__, RegistryKeyCloser>;
 
 }  // namespace comserver

@@ -1,5 +1,7 @@
 #include "comserver/RegistryScript.h"
 
+#include <algorithm>
+
 #include "comserver/RegistryKey.h"
 
 namespace comserver
@@ -32,14 +34,10 @@ class RegistryScript::Parser
         Advance();
     }
 
-    bool ParseScript(std::vector<Key>& keys)
+    /// The script's keys become the subkeys of `root`.
+    bool ParseScript(Key& root)
     {
-        Key root;
-        if (!Accept(L"HKCR") || !ParseBody(root) || !m_token.empty() || !root.values.empty()) {
-            return false;
-        }
-        keys = std::move(root.subkeys);
-        return true;
+        return Accept(L"HKCR") && ParseBody(root) && m_token.empty() && root.values.empty();
     }
 
   private:
@@ -49,18 +47,9 @@ class RegistryScript::Parser
             return false;
         }
         while (!Accept(L"}")) {
-            if (Accept(L"val")) {
-                Value value;
-                if (!TakeName(value.name) || !ParseText(value.text)) {
-                    return false;
-                }
-                key.values.push_back(std::move(value));
-            } else {
-                Key subkey;
-                if (!ParseKey(subkey)) {
-                    return false;
-                }
-                key.subkeys.push_back(std::move(subkey));
+            if (Accept(L"val") ? !ParseValue(key.values.emplace_back())
+                               : !ParseKey(key.subkeys.emplace_back())) {
+                return false;
             }
         }
         return true;
@@ -73,20 +62,15 @@ class RegistryScript::Parser
         } else if (Accept(L"ForceRemove")) {
             key.keep = Keep::ForceRemove;
         }
-        if (!TakeName(key.name)) {
+        if (!TakeName(key.name) || (Is(L"=") && !ParseText(key.values.emplace_back().text))) {
             return false;
-        }
-        if (Is(L"=")) {
-            Value value;
-            if (!ParseText(value.text)) {
-                return false;
-            }
-            key.values.push_back(std::move(value));
         }
         // The name of a class key is its identifier in braces: a brace opens a body only when it
         // stands alone.
         return !Is(L"{") || ParseBody(key);
     }
+
+    bool ParseValue(Value& value) { return TakeName(value.name) && ParseText(value.text); }
 
     bool ParseText(std::wstring& text)
     {
@@ -122,44 +106,38 @@ class RegistryScript::Parser
         return true;
     }
 
-    static bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
     /// Puts the next token into `m_token`; an empty one that is not quoted is the end.
     void Advance()
     {
+        constexpr std::string_view kBlanks = " \t\r\n";
+
         m_token.clear();
-        m_quoted = false;
-        while (!m_rest.empty() && IsBlank(m_rest.front())) {
-            m_rest.remove_prefix(1);
-        }
-        if (m_rest.empty()) {
+        m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
+        m_quoted = m_rest.starts_with('\'');
+        if (!m_quoted) {
+            Take(std::min(m_rest.find_first_of(kBlanks), m_rest.size()));
             return;
         }
-        if (m_rest.front() != '\'') {
-            while (!m_rest.empty() && !IsBlank(m_rest.front())) {
-                TakeCharacter();
-            }
-            return;
-        }
-        m_quoted = true;
         m_rest.remove_prefix(1);
-        while (!m_rest.empty()) {
-            if (m_rest.front() == '\'') {
-                m_rest.remove_prefix(1);
-                if (m_rest.empty() || m_rest.front() != '\'') {
-                    return;
-                }
+        for (std::size_t quote = 0; (quote = m_rest.find('\'')) != std::string_view::npos;) {
+            Take(quote);
+            m_rest.remove_prefix(1);
+            if (!m_rest.starts_with('\'')) {
+                return;
             }
-            TakeCharacter();
+            Take(1);  // of two quotes one is meant
         }
         m_quoted = false;  // no quote at the end: read as the end of the script
         m_token.clear();
+        m_rest = {};
     }
 
-    void TakeCharacter()
+    void Take(std::size_t count)
     {
-        m_token += static_cast<wchar_t>(static_cast<unsigned char>(m_rest.front()));
-        m_rest.remove_prefix(1);
+        for (const char character : m_rest.substr(0, count)) {
+            m_token += static_cast<wchar_t>(static_cast<unsigned char>(character));
+        }
+        m_rest.remove_prefix(count);
     }
 
     std::string_view m_rest;
@@ -169,54 +147,24 @@ class RegistryScript::Parser
 };
 
 RegistryScript::RegistryScript(HKEY root, std::string_view script, std::wstring_view modulePath)
-    : m_root(root), m_valid(Parser(script, modulePath).ParseScript(m_keys))
+    : m_root(root), m_valid(Parser(script, modulePath).ParseScript(m_script))
 {}
 
 HRESULT RegistryScript::Register() const
 {
-    if (!m_valid) {
-        return E_INVALIDARG;
-    }
-    for (const Key& key : m_keys) {
-        const HRESULT result = RegisterKey(m_root, key);
-        if (FAILED(result)) {
-            return result;
-        }
-    }
-    return S_OK;
+    return m_valid ? Write(m_root, m_script) : E_INVALIDARG;
 }
 
 HRESULT RegistryScript::Unregister() const
 {
-    if (!m_valid) {
-        return E_INVALIDARG;
-    }
-    HRESULT first = S_OK;
-    for (const Key& key : m_keys) {
-        const HRESULT result = UnregisterKey(m_root, key);
-        first = FAILED(first) ? first : result;
-    }
-    return first;
+    return m_valid ? RemoveSubkeys(m_root, m_script) : E_INVALIDARG;
 }
 
-HRESULT RegistryScript::RegisterKey(HKEY parent, const Key& key)
+HRESULT RegistryScript::Write(HKEY opened, const Key& key)
 {
-    if (key.keep == Keep::ForceRemove) {
-        const LSTATUS deleted = DeleteKey(parent, key.name);
-        if (deleted != ERROR_SUCCESS) {
-            return Result(deleted);
-        }
-    }
-    RegistryKey opened;
-    const LSTATUS created =
-        RegCreateKeyExW(parent, key.name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                        KEY_READ | KEY_WRITE | DELETE, nullptr, opened.Receive(), nullptr);
-    if (created != ERROR_SUCCESS) {
-        return Result(created);
-    }
     for (const Value& value : key.values) {
         const std::size_t bytes = (value.text.size() + 1) * sizeof(wchar_t);
-        const LSTATUS set = RegSetValueExW(opened.Get(), value.name.c_str(), 0, REG_SZ,
+        const LSTATUS set = RegSetValueExW(opened, value.name.c_str(), 0, REG_SZ,
                                            reinterpret_cast<const BYTE*>(value.text.c_str()),
                                            static_cast<DWORD>(bytes));
         if (set != ERROR_SUCCESS) {
@@ -224,7 +172,7 @@ HRESULT RegistryScript::RegisterKey(HKEY parent, const Key& key)
         }
     }
     for (const Key& subkey : key.subkeys) {
-        const HRESULT result = RegisterKey(opened.Get(), subkey);
+        const HRESULT result = WriteSubkey(opened, subkey);
         if (FAILED(result)) {
             return result;
         }
@@ -232,26 +180,42 @@ HRESULT RegistryScript::RegisterKey(HKEY parent, const Key& key)
     return S_OK;
 }
 
-HRESULT RegistryScript::UnregisterKey(HKEY parent, const Key& key)
+HRESULT RegistryScript::WriteSubkey(HKEY parent, const Key& key)
+{
+    HKEY opened = nullptr;
+    LSTATUS status =
+        key.keep == Keep::ForceRemove ? DeleteKey(parent, key.name) : LSTATUS{ERROR_SUCCESS};
+    if (status == ERROR_SUCCESS) {
+        status = RegCreateKeyExW(parent, key.name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                 KEY_READ | KEY_WRITE | DELETE, nullptr, &opened, nullptr);
+    }
+    const RegistryKey owner(opened);
+    return status == ERROR_SUCCESS ? Write(opened, key) : Result(status);
+}
+
+HRESULT RegistryScript::RemoveSubkeys(HKEY opened, const Key& key)
+{
+    HRESULT first = S_OK;
+    for (const Key& subkey : key.subkeys) {
+        const HRESULT result = RemoveSubkey(opened, subkey);
+        first = FAILED(first) ? first : result;
+    }
+    return first;
+}
+
+HRESULT RegistryScript::RemoveSubkey(HKEY parent, const Key& key)
 {
     if (key.keep != Keep::NoRemove) {
         return Result(DeleteKey(parent, key.name));
     }
-    RegistryKey opened;
+    HKEY opened = nullptr;
     const LSTATUS status =
-        RegOpenKeyExW(parent, key.name.c_str(), 0, KEY_READ | KEY_WRITE | DELETE, opened.Receive());
-    if (status == ERROR_FILE_NOT_FOUND) {
-        return S_OK;
+        RegOpenKeyExW(parent, key.name.c_str(), 0, KEY_READ | KEY_WRITE | DELETE, &opened);
+    const RegistryKey owner(opened);
+    if (status == ERROR_SUCCESS) {
+        return RemoveSubkeys(opened, key);
     }
-    if (status != ERROR_SUCCESS) {
-        return Result(status);
-    }
-    HRESULT first = S_OK;
-    for (const Key& subkey : key.subkeys) {
-        const HRESULT result = UnregisterKey(opened.Get(), subkey);
-        first = FAILED(first) ? first : result;
-    }
-    return first;
+    return status == ERROR_FILE_NOT_FOUND ? S_OK : Result(status);
 }
 
 }  // namespace comserver

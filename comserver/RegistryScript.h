@@ -53,11 +53,13 @@ class RegistryScript
 
     class Parser;
 
-    static HRESULT RegisterKey(HKEY parent, const Key& key);
-    static HRESULT UnregisterKey(HKEY parent, const Key& key);
+    static HRESULT Write(HKEY opened, const Key& key);
+    static HRESULT WriteSubkey(HKEY parent, const Key& key);
+    static HRESULT RemoveSubkeys(HKEY opened, const Key& key);
+    static HRESULT RemoveSubkey(HKEY parent, const Key& key);
 
     HKEY m_root;
-    std::vector<Key> m_keys;
+    Key m_script;  // its subkeys are the script's keys
     bool m_valid;
 };
 

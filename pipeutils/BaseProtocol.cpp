@@ -8,6 +8,7 @@
 #include "basicslib/Exceptions.h"
 #include "basicslib/Handle.h"
 #include "basicslib/Log.h"
+#include "basicslib/ScopeExit.h"
 #include "basicslib/TimeBudget.h"
 #include "pipeutils/WaitPumping.h"
 
@@ -25,18 +26,14 @@ void LogWrite(DWORD count, DWORD written) noexcept
              static_cast<unsigned int>(count), static_cast<unsigned int>(written));
 }
 
-/// Ends an operation that is still pending when its scope is left, by an exception too.
-class CancelScope
+/// The end of every write: its line in the log, and the failure that it was.
+void FinishWrite(DWORD count, const PipeOperation::Outcome& outcome)
 {
-  public:
-    explicit CancelScope(PipeOperation& operation) noexcept : m_operation(operation) {}
-    ~CancelScope() { m_operation.Cancel(); }
-    CancelScope(const CancelScope&) = delete;
-    CancelScope& operator=(const CancelScope&) = delete;
-
-  private:
-    PipeOperation& m_operation;
-};
+    LogWrite(count, outcome.bytes);
+    if (!outcome.success || outcome.bytes != count) {
+        throw WritePipeError(outcome.error, __FILE__, __LINE__);
+    }
+}
 
 }  // namespace
 
@@ -49,7 +46,7 @@ void BaseProtocol::WritePipe(const void* buffer, DWORD count, DWORD timeout)
     TVN_ASSERT(!m_write.IsPending());
     // A message that the pipe's buffers hold is taken at once. A larger one stays pending until the
     // other side has read it, which it may never do.
-    const CancelScope cancel(m_write);
+    const ScopeExit cancel([this] { m_write.Cancel(); });
     PipeOperation::Outcome outcome = m_write.Write(buffer, count);
     if (m_write.IsPending()) {
         if (m_write.Wait(timeout, m_hInterrupt)) {
@@ -60,10 +57,7 @@ void BaseProtocol::WritePipe(const void* buffer, DWORD count, DWORD timeout)
             outcome.error = outcome.success ? ERROR_SUCCESS : error;
         }
     }
-    LogWrite(count, outcome.bytes);
-    if (!outcome.success || outcome.bytes != count) {
-        throw WritePipeError(outcome.error, __FILE__, __LINE__);
-    }
+    FinishWrite(count, outcome);
 }
 
 void BaseProtocol::WriteMessage(Serializer& message, DWORD timeout)
@@ -84,10 +78,7 @@ void BaseProtocol::StartMessage(Serializer& message)
         return;
     }
     m_bytesUnderWay.reset();
-    LogWrite(count, outcome.bytes);
-    if (!outcome.success || outcome.bytes != count) {
-        throw WritePipeError(outcome.error, __FILE__, __LINE__);
-    }
+    FinishWrite(count, outcome);
 }
 
 bool BaseProtocol::AwaitWrite(DWORD timeout)
@@ -103,7 +94,7 @@ bool BaseProtocol::AwaitWrite(DWORD timeout)
             return false;
         }
         if (!m_write.HasEnded()) {
-            DropMessage();
+            DropRest();
         }
     }
     TraceWrite();
@@ -113,7 +104,7 @@ bool BaseProtocol::AwaitWrite(DWORD timeout)
 /// False when neither has come in time.
 bool BaseProtocol::AwaitArrivalOrWrite(DWORD timeout)
 {
-    const CancelScope cancel(m_read);
+    const ScopeExit cancel([this] { m_read.Cancel(); });
     m_read.Read(nullptr, 0);
     if (!m_read.IsPending()) {
         return true;  // a message, or a failure that its read tells
@@ -130,15 +121,7 @@ bool BaseProtocol::AwaitArrivalOrWrite(DWORD timeout)
     return result != WAIT_TIMEOUT;
 }
 
-void BaseProtocol::DropMessage()
-{
-    unsigned char start[256];
-    if (ReadArrived(start, sizeof start).moreData) {
-        DropRest();
-    }
-}
-
-/// Takes what is left of a message out of the pipe, without a place for all of it.
+/// Takes a message, or what is left of one, out of the pipe, without a place for all of it.
 void BaseProtocol::DropRest()
 {
     unsigned char dropped[4096];
@@ -166,7 +149,7 @@ void BaseProtocol::AwaitArrival(DWORD timeout)
 {
     // The arrival of a message is awaited with a read of no bytes, so that a time-out can cancel it
     // without losing data. ERROR_MORE_DATA says that a message, or the rest of one, is there.
-    const CancelScope cancel(m_read);
+    const ScopeExit cancel([this] { m_read.Cancel(); });
     const PipeOperation::Outcome outcome = m_read.Read(nullptr, 0);
     if (outcome.success || outcome.error == ERROR_MORE_DATA) {
         return;
@@ -248,11 +231,7 @@ DWORD BaseProtocol::ReadFields(DWORD size, MessageBuffer& buffer)
                            : static_cast<DWORD>(std::min<std::size_t>(
                                  size, std::size_t{BytesLeft()} + kLengthFieldSize));
     buffer = TakeRoom(room);
-    ReadResult fields;
-    fields.moreData = true;
-    if (room != 0) {
-        fields = ReadArrived(buffer.get(), room);
-    }
+    const ReadResult fields = room == 0 ? ReadResult{0, true} : ReadArrived(buffer.get(), room);
     if (!fields.moreData) {
         return fields.bytes;
     }

@@ -85,7 +85,6 @@ class BaseProtocol
 
     void AwaitArrival(DWORD timeout);
     bool AwaitArrivalOrWrite(DWORD timeout);
-    void DropMessage();
     void DropRest();
     ReadResult ReadArrived(void* buffer, DWORD count);
     DWORD ReadFields(DWORD size, MessageBuffer& buffer);

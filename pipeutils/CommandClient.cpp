@@ -1,28 +1,21 @@
 #include "pipeutils/CommandClient.h"
 
 #include "basicslib/Exceptions.h"
-#include "basicslib/FlagScope.h"
 #include "basicslib/Log.h"
+#include "basicslib/ScopeExit.h"
 
 namespace tvn
 {
 namespace
 {
 
-void LogNoReply(int status, const wchar_t* command)
+/// The outcome of a command that got no reply.
+CommandReply NoReply(int status, const wchar_t* command)
 {
     LogDebug(status == sTimeout ? "[CommandClient::Execute] sTimeout (cmd = %S)"
                                 : "[CommandClient::Execute] sFail (cmd = %S)",
              command);
-}
-
-/// The outcome of a command that got no reply.
-CommandReply NoReply(int status, const wchar_t* command)
-{
-    LogNoReply(status, command);
-    CommandReply reply;
-    reply.status = status;
-    return reply;
+    return {status, {}, {}};
 }
 
 }  // namespace
@@ -38,7 +31,8 @@ CommandReply CommandClient::Execute(DWORD timeout, const wchar_t* command,
     if (m_busy) {
         return {};
     }
-    const FlagScope busy(m_busy);
+    m_busy = true;
+    const ScopeExit busy([this] { m_busy = false; });
     const TimeBudget budget(timeout);
     if (!Connect(budget.Remaining())) {
         return {};
@@ -53,8 +47,7 @@ CommandReply CommandClient::Execute(DWORD timeout, const wchar_t* command,
         try {
             m_protocol->StartMessage(message);
         } catch (const WritePipeError&) {
-            LogNoReply(sFail,
-                       command);  // the read below decides: it knows whether the instance is gone
+            NoReply(sFail, command);  // the read decides: it knows whether the instance is gone
         }
         CommandReply reply = m_protocol->ReceiveReply(m_requestId, budget);
         m_protocol->TraceWrite();

@@ -67,9 +67,4 @@ bool Overlapped::Wait(DWORD timeout, HANDLE hInterrupt)
     return true;
 }
 
-bool Overlapped::Wait(DWORD timeout)
-{
-    return Wait(timeout, nullptr);
-}
-
 }  // namespace tvn

@@ -47,7 +47,7 @@ class Overlapped
     bool Wait(DWORD timeout, HANDLE hInterrupt);
 
     /// The same without an interrupt event.
-    bool Wait(DWORD timeout);
+    bool Wait(DWORD timeout) { return Wait(timeout, nullptr); }
 
   private:
     struct Block

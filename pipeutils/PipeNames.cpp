@@ -5,28 +5,17 @@
 #include <rpc.h>
 
 #include <algorithm>
-#include <memory>
 #include <string>
 
 #include "basicslib/FormatText.h"
+#include "basicslib/ScopeExit.h"
 
 namespace tvn
 {
-namespace
-{
-
-constexpr std::size_t kNameSize = 512;
-
-struct RpcStringFreer
-{
-    void operator()(RPC_WSTR* string) const noexcept { RpcStringFreeW(string); }
-};
-
-}  // namespace
 
 ComString CallbackPipeName(const ComString& pipeUuid)
 {
-    char name[kNameSize];
+    char name[512];
     const std::size_t length = FormatText(name, sizeof name, "\\\\.\\pipe\\Talvern_%S",
                                           static_cast<const wchar_t*>(pipeUuid));
     return ToComString(std::string_view(name, length));
@@ -34,7 +23,7 @@ ComString CallbackPipeName(const ComString& pipeUuid)
 
 ComString InstancePipeName(DWORD pipeHwnd)
 {
-    char name[kNameSize];
+    char name[32];
     const std::size_t length =
         FormatText(name, sizeof name, "\\\\.\\pipe\\Talvern_%d", static_cast<int>(pipeHwnd));
     return ToComString(std::string_view(name, length));
@@ -54,7 +43,7 @@ ComString CreateUuidString()
     if (UuidToStringW(&uuid, &formatted) != RPC_S_OK) {
         _com_issue_error(E_OUTOFMEMORY);
     }
-    const std::unique_ptr<RPC_WSTR, RpcStringFreer> owner(&formatted);
+    const ScopeExit freed([&formatted] { RpcStringFreeW(&formatted); });
     std::string text = ToNarrow(reinterpret_cast<const wchar_t*>(formatted));
     std::replace(text.begin(), text.end(), '-', '_');
     return ToComString(text);

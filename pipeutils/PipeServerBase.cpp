@@ -40,30 +40,25 @@ HANDLE PipeServerBase::CreatePipe(const char* name, BOOL allowAllToAccessPipe, D
 bool PipeServerBase::ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlapped>& overlapped,
                                  DWORD& error)
 {
-    try {
-        error = 0;
-        overlapped->CheckThread();
-        const BOOL connected = ConnectNamedPipe(hPipe, overlapped->GetOverlapped());
-        error = GetLastError();
-        if (connected) {
-            throw Win32Exception(error, __FILE__, __LINE__);  // not what an overlapped connect does
-        }
-        switch (error) {
-            case ERROR_PIPE_CONNECTED:
-                // The client came before the connect was started, which then has nothing to signal.
-                SetEvent(overlapped->GetOverlapped()->hEvent);
-                return true;
-            case ERROR_IO_PENDING:
-                overlapped->SetPending();
-                return true;
-            default:
-                LogDebug("[PipeServerBase::ConnectPipe ConnectNamedPipe] FAILED (%08X)",
-                         static_cast<unsigned int>(error));
-                return false;
-        }
-    } catch (const Win32Exception& exception) {
-        error = exception.GetError();
-        return false;
+    error = 0;
+    overlapped->CheckThread();
+    const BOOL connected = ConnectNamedPipe(hPipe, overlapped->GetOverlapped());
+    error = GetLastError();
+    if (connected) {
+        return false;  // not what an overlapped connect does
+    }
+    switch (error) {
+        case ERROR_PIPE_CONNECTED:
+            // The client came before the connect was started, which then has nothing to signal.
+            SetEvent(overlapped->GetOverlapped()->hEvent);
+            return true;
+        case ERROR_IO_PENDING:
+            overlapped->SetPending();
+            return true;
+        default:
+            LogDebug("[PipeServerBase::ConnectPipe ConnectNamedPipe] FAILED (%08X)",
+                     static_cast<unsigned int>(error));
+            return false;
     }
 }
 

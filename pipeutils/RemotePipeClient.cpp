@@ -51,16 +51,15 @@ boost::shared_ptr<Handle> RemotePipeClient::OpenPipe(DWORD timeout)
     constexpr DWORD kPause = 100;
     const TimeBudget budget(timeout);
     for (;;) {
-        DWORD left = INFINITE;
         try {
             return OpenPipe();
         } catch (const PipeException&) {
-            left = budget.Remaining();
+            const DWORD left = budget.Remaining();
             if (left == 0) {
                 throw;
             }
+            Sleep(std::min(left, kPause));
         }
-        Sleep(std::min(left, kPause));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "pipeutils/SimplePipeServer.h"
 
 #include <boost/make_shared.hpp>
+#include <utility>
 
 #include "basicslib/ErrorReportManager.h"
 #include "basicslib/Exceptions.h"
@@ -47,9 +48,7 @@ boost::shared_ptr<Handle> SimplePipeServer::WaitForClient(DWORD timeout)
         LogDebug("SimplePipeServer, Timeout %d", static_cast<int>(timeout));
         return {};
     }
-    boost::shared_ptr<Handle> pipe;
-    pipe.swap(m_hPipe);
-    return pipe;
+    return std::move(m_hPipe);
 }
 
 }  // namespace tvn

@@ -2,6 +2,7 @@
 
 #include "basicslib/Exceptions.h"
 #include "basicslib/Handle.h"
+#include "basicslib/ScopeExit.h"
 
 namespace tvn
 {
@@ -13,34 +14,6 @@ namespace
 constexpr DWORD kWakeMask = QS_KEY | QS_MOUSEMOVE | QS_MOUSEBUTTON | QS_POSTMESSAGE | QS_TIMER |
                             QS_PAINT | QS_SENDMESSAGE | QS_HOTKEY;
 static_assert(kWakeMask == 0xFF);
-
-/// Takes WM_QUIT out of the wait's way and gives it back at the end: posted again at once, it would
-/// be found again at once.
-class QuitKeeper
-{
-  public:
-    QuitKeeper() = default;
-    ~QuitKeeper()
-    {
-        if (m_seen) {
-            const DWORD error = GetLastError();  // the caller reads the wait's own error
-            PostQuitMessage(m_exitCode);
-            SetLastError(error);
-        }
-    }
-    QuitKeeper(const QuitKeeper&) = delete;
-    QuitKeeper& operator=(const QuitKeeper&) = delete;
-
-    void Keep(const MSG& quit)
-    {
-        m_seen = true;
-        m_exitCode = static_cast<int>(quit.wParam);
-    }
-
-  private:
-    bool m_seen = false;
-    int m_exitCode = 0;
-};
 
 /// A wait that runs out of time looks at the handles once more: what became true while a message
 /// was dispatched is not late.
@@ -57,7 +30,15 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
     // looking at the handles again.
     constexpr unsigned int kMessagesPerLook = 256;
 
-    QuitKeeper quit;
+    // WM_QUIT is given back at the end: posted again at once, it would be found again at once.
+    MSG quit = {};
+    const ScopeExit giveBack([&quit] {
+        if (quit.message == WM_QUIT) {
+            const DWORD error = GetLastError();  // the caller reads the wait's own error
+            PostQuitMessage(static_cast<int>(quit.wParam));
+            SetLastError(error);
+        }
+    });
     const DWORD start = GetTickCount();
     DWORD remaining = timeout;
     for (;;) {
@@ -80,7 +61,7 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
         for (unsigned int dispatched = 1; PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE);
              ++dispatched) {
             if (message.message == WM_QUIT) {
-                quit.Keep(message);
+                quit = message;
                 continue;
             }
             TranslateMessage(&message);

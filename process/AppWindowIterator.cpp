@@ -57,20 +57,12 @@ HWND CAppWindowIterator::First()
         }
     }
     m_cursor = 0;
-    return Current();
+    return Next();
 }
 
 HWND CAppWindowIterator::Next()
 {
-    if (m_cursor < m_found.size()) {
-        ++m_cursor;
-    }
-    return Current();
-}
-
-HWND CAppWindowIterator::Current() const
-{
-    return m_cursor < m_found.size() ? m_found[m_cursor] : nullptr;
+    return m_cursor < m_found.size() ? m_found[m_cursor++] : nullptr;
 }
 
 bool CAppWindowIterator::Matches(HWND hwnd) const

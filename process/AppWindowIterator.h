@@ -36,7 +36,6 @@ class CAppWindowIterator
     bool MatchTitle(HWND hwnd) const;
     bool MatchVisibility(HWND hwnd) const;
     bool MatchProcess(HWND hwnd) const;
-    HWND Current() const;
 
     std::string m_processName;
     std::string m_windowTitle;

@@ -20,8 +20,8 @@ ComString GetPathBasic()
 
 ComString ReadProductSetting(const char* valueName)
 {
-    const RegistryKey key(HKEY_LOCAL_MACHINE, "SOFTWARE\\Talvern");
-    return ToComString(key.IsOpen() ? ReadRegString(key.Get(), valueName) : std::string());
+    const RegistryKey key = OpenRegistryKey(HKEY_LOCAL_MACHINE, "SOFTWARE\\Talvern");
+    return ToComString(key ? ReadRegString(key.get(), valueName) : std::string());
 }
 
 ComString GetInternetExplorerPath()
@@ -36,11 +36,11 @@ ComString GetInternetExplorerPath()
     char keyPath[128];
     FormatText(keyPath, sizeof keyPath, "CLSID\\%S\\LocalServer32", clsidText);
     CoTaskMemFree(clsidText);
-    const RegistryKey key(HKEY_CLASSES_ROOT, keyPath);
-    if (!key.IsOpen()) {
+    const RegistryKey key = OpenRegistryKey(HKEY_CLASSES_ROOT, keyPath);
+    if (!key) {
         return nothing;
     }
-    return ToComString(StripQuotes(ExpandEnvironment(ReadRegString(key.Get(), ""))));
+    return ToComString(StripQuotes(ExpandEnvironment(ReadRegString(key.get(), ""))));
 }
 
 ComString GetFirefoxPath(const std::string& version, const std::string& locale)

@@ -41,12 +41,12 @@ bool ReadPathToExe(const char* keyPath, std::string& path)
 {
     constexpr DWORD kValueSize = 512;
 
-    const RegistryKey key(HKEY_LOCAL_MACHINE, keyPath);
+    const RegistryKey key = OpenRegistryKey(HKEY_LOCAL_MACHINE, keyPath);
     BYTE value[kValueSize];
     DWORD size = sizeof value;
     DWORD type = REG_NONE;
-    if (!key.IsOpen() ||
-        RegQueryValueExA(key.Get(), "PathToExe", nullptr, &type, value, &size) != ERROR_SUCCESS ||
+    if (!key ||
+        RegQueryValueExA(key.get(), "PathToExe", nullptr, &type, value, &size) != ERROR_SUCCESS ||
         type != REG_SZ) {
         return false;
     }
@@ -63,14 +63,15 @@ std::vector<boost::shared_ptr<FirefoxVersion>> EnumFirefoxVersions()
 
     std::vector<boost::shared_ptr<FirefoxVersion>> versions;
     LogDebug("mzFIREFOX 2");
-    const RegistryKey firefox(HKEY_LOCAL_MACHINE, "SOFTWARE\\Mozilla\\Mozilla Firefox");
+    const RegistryKey firefox =
+        OpenRegistryKey(HKEY_LOCAL_MACHINE, "SOFTWARE\\Mozilla\\Mozilla Firefox");
     LogDebug("mzFIREFOX 3");
-    if (!firefox.IsOpen()) {
+    if (!firefox) {
         LogDebug("mzFX key access failed");
         return versions;
     }
     char name[kNameSize];
-    for (DWORD index = 0; RegEnumKeyA(firefox.Get(), index, name, kNameSize) == ERROR_SUCCESS;
+    for (DWORD index = 0; RegEnumKeyA(firefox.get(), index, name, kNameSize) == ERROR_SUCCESS;
          ++index) {
         const auto version = boost::make_shared<FirefoxVersion>();
         if (!ParseFirefoxKeyName(name, version->version, version->locale)) {
@@ -94,10 +95,7 @@ bool ParseFirefoxKeyName(const std::string& name, std::string& version, std::str
     locale.clear();
     const unsigned char* text = Multibyte(name.c_str());
     const unsigned char* open = _mbschr(text, '(');
-    if (open == nullptr) {
-        return false;
-    }
-    const unsigned char* close = _mbschr(open + 1, ')');
+    const unsigned char* close = open == nullptr ? nullptr : _mbschr(open + 1, ')');
     if (close == nullptr) {
         return false;
     }

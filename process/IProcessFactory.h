@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
 
 #include "process/IInstancesMgr.h"
@@ -17,6 +18,19 @@ class IProcessFactory
     virtual boost::shared_ptr<IProcess> NewProcess() = 0;
 
     virtual boost::shared_ptr<IInstancesMgr> NewInstancesMgr() = 0;
+};
+
+/// A factory of processes and of a search of these classes.
+template <class ProcessClass, class InstancesMgrClass>
+class ProcessFactoryOf : public IProcessFactory
+{
+  public:
+    boost::shared_ptr<IProcess> NewProcess() override { return boost::make_shared<ProcessClass>(); }
+    boost::shared_ptr<IInstancesMgr> NewInstancesMgr() override
+    {
+        return boost::make_shared<InstancesMgrClass>();
+    }
+    virtual ~ProcessFactoryOf() = default;
 };
 
 }  // namespace tvn

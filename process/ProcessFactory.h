@@ -1,17 +1,13 @@
 #pragma once
 
 #include "process/IProcessFactory.h"
+#include "process/InstancesMgr.h"
+#include "process/Process.h"
 
 namespace tvn
 {
 
 /// Processes and instances of this machine, handled directly.
-class ProcessFactory : public IProcessFactory
-{
-  public:
-    boost::shared_ptr<IProcess> NewProcess() override;
-    boost::shared_ptr<IInstancesMgr> NewInstancesMgr() override;
-    virtual ~ProcessFactory() = default;
-};
+using ProcessFactory = ProcessFactoryOf<Process, InstancesMgr>;
 
 }  // namespace tvn

@@ -3,18 +3,11 @@
 namespace tvn
 {
 
-RegistryKey::RegistryKey(HKEY root, const char* path) noexcept
+RegistryKey OpenRegistryKey(HKEY root, const char* path) noexcept
 {
-    if (RegOpenKeyExA(root, path, 0, KEY_READ | KEY_WOW64_32KEY, &m_key) != ERROR_SUCCESS) {
-        m_key = nullptr;
-    }
-}
-
-RegistryKey::~RegistryKey()
-{
-    if (IsOpen()) {
-        RegCloseKey(m_key);
-    }
+    HKEY key = nullptr;
+    const LSTATUS status = RegOpenKeyExA(root, path, 0, KEY_READ | KEY_WOW64_32KEY, &key);
+    return RegistryKey(status == ERROR_SUCCESS ? key : nullptr);
 }
 
 std::string ReadRegString(HKEY key, const char* valueName)

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <memory>
 #include <string>
 
 namespace tvn
@@ -10,23 +11,17 @@ namespace tvn
 /// Reading the registry as the browsers' installers wrote it: always in the 32-bit view, never
 /// writing. Names and values are narrow text in the ANSI code page. Nothing fails: what cannot be
 /// read is empty. Only a lack of memory throws. Used by one thread.
-class RegistryKey
+
+struct RegistryKeyCloser
 {
-  public:
-    /// Opens `path` below `root`.
-    RegistryKey(HKEY root, const char* path) noexcept;
-    ~RegistryKey();
-    RegistryKey(const RegistryKey&) = delete;
-    RegistryKey& operator=(const RegistryKey&) = delete;
-
-    bool IsOpen() const noexcept { return m_key != nullptr; }
-
-    /// The open key, borrowed; null when it could not be opened.
-    HKEY Get() const noexcept { return m_key; }
-
-  private:
-    HKEY m_key = nullptr;
+    void operator()(HKEY key) const noexcept { RegCloseKey(key); }
 };
+
+/// The owner of an open key, null when it could not be opened.
+using RegistryKey = std::unique_ptr<HKEY__, RegistryKeyCloser>;
+
+/// Opens `path` below `root`.
+RegistryKey OpenRegistryKey(HKEY root, const char* path) noexcept;
 
 /// A string value of an open key, without expansion; an empty text when there is none.
 std::string ReadRegString(HKEY key, const char* valueName);

@@ -2,7 +2,6 @@
 
 #include <boost/make_shared.hpp>
 
-#include "basicslib/Exceptions.h"
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
 #include "runner/RunnerMessages.h"
@@ -18,25 +17,17 @@ int RunnerInstancesMgr::GetInstancesByName(std::vector<boost::shared_ptr<Instanc
     instances.clear();
     const auto request = boost::make_shared<MsgGetInstancesByName>();
     request->processName = processName;
-    try {
-        RunnerRequest exchange;
-        exchange.Open();
-        const auto reply = exchange.Exchange<MsgGetInstancesByNameComplete>(request, timeoutMs);
-        if (!reply) {
-            return sFail;
+    boost::shared_ptr<MsgGetInstancesByNameComplete> reply;
+    const int result = Ask(request, timeoutMs, reply);
+    if (result == sOk) {
+        for (std::size_t index = 0; index < reply->pids.size(); ++index) {
+            const auto process =
+                boost::make_shared<RunnerProcess>(reply->processKeys[index], reply->pids[index]);
+            instances.push_back(
+                boost::make_shared<Instance>(process, WindowFromValue(reply->windows[index])));
         }
-        if (reply->result == sOk) {
-            for (std::size_t index = 0; index < reply->pids.size(); ++index) {
-                const auto process = boost::make_shared<RunnerProcess>(reply->processKeys[index],
-                                                                       reply->pids[index]);
-                instances.push_back(
-                    boost::make_shared<Instance>(process, WindowFromValue(reply->windows[index])));
-            }
-        }
-        return reply->result;
-    } catch (const PipeException& exception) {
-        return ResultOfFailure(exception, sFail);
     }
+    return result;
 }
 
 }  // namespace tvn

@@ -2,6 +2,7 @@
 
 #include <boost/shared_ptr.hpp>
 #include <cstdint>
+#include <tuple>
 #include <vector>
 
 #include "basicslib/ComString.h"
@@ -64,15 +65,20 @@ class BaseCompleteMsg : public BaseMsg
     int result = sFail;  ///< a status code
 };
 
+/// An answer that is a result and nothing else.
+template <std::uint32_t kType>
+class ResultMsg : public MessageWithFields<ResultMsg<kType>, BaseCompleteMsg, kType>
+{
+  public:
+    using MessageWithFields<ResultMsg, BaseCompleteMsg, kType>::MessageWithFields;
+    auto Fields() { return std::tie(); }
+};
+
 /// Starts a program.
 class MsgStart : public MessageWithFields<MsgStart, BaseMsg, mtStart>
 {
   public:
-    template <class Archive>
-    void Fields(Archive& fields)
-    {
-        fields(appPath, cmdLine, user, domain, password);
-    }
+    auto Fields() { return std::tie(appPath, cmdLine, user, domain, password); }
 
     ComString appPath;
     ComString cmdLine;
@@ -87,11 +93,7 @@ class MsgStartComplete
   public:
     using MessageWithFields::MessageWithFields;
 
-    template <class Archive>
-    void Fields(Archive& fields)
-    {
-        fields(pid, processKey);
-    }
+    auto Fields() { return std::tie(pid, processKey); }
 
     std::uint32_t pid = 0;
     ComString processKey;  ///< the service's name for the process in later requests
@@ -101,53 +103,31 @@ class MsgStartComplete
 class MsgTerminate : public MessageWithFields<MsgTerminate, BaseMsg, mtTerminate>
 {
   public:
-    template <class Archive>
-    void Fields(Archive& fields)
-    {
-        fields(processKey);
-    }
+    auto Fields() { return std::tie(processKey); }
 
     ComString processKey;
 };
 
-class MsgTerminateComplete
-    : public MessageWithFields<MsgTerminateComplete, BaseCompleteMsg, mtTerminateComplete>
-{
-  public:
-    using MessageWithFields::MessageWithFields;
-};
+using MsgTerminateComplete = ResultMsg<mtTerminateComplete>;
 
 /// Waits for the end of a process.
 class MsgWaitForExit : public MessageWithFields<MsgWaitForExit, BaseMsg, mtWaitForExit>
 {
   public:
-    template <class Archive>
-    void Fields(Archive& fields)
-    {
-        fields(timeout, processKey);
-    }
+    auto Fields() { return std::tie(timeout, processKey); }
 
     std::uint32_t timeout = 0;  ///< milliseconds
     ComString processKey;
 };
 
-class MsgWaitForExitComplete
-    : public MessageWithFields<MsgWaitForExitComplete, BaseCompleteMsg, mtWaitForExitComplete>
-{
-  public:
-    using MessageWithFields::MessageWithFields;
-};
+using MsgWaitForExitComplete = ResultMsg<mtWaitForExitComplete>;
 
 /// Lists what runs of an executable.
 template <std::uint32_t kType>
 class ListRequestMsg : public MessageWithFields<ListRequestMsg<kType>, BaseMsg, kType>
 {
   public:
-    template <class Archive>
-    void Fields(Archive& fields)
-    {
-        fields(processName);
-    }
+    auto Fields() { return std::tie(processName); }
 
     ComString processName;  ///< the executable's file name
 };
@@ -163,11 +143,7 @@ class MsgGetProcessesByNameComplete
   public:
     using MessageWithFields::MessageWithFields;
 
-    template <class Archive>
-    void Fields(Archive& fields)
-    {
-        fields.Records(pids, processKeys);
-    }
+    auto Fields() { return std::tuple(Records(pids, processKeys)); }
 
     std::vector<std::uint32_t> pids;
     std::vector<ComString> processKeys;
@@ -184,11 +160,7 @@ class MsgGetInstancesByNameComplete
   public:
     using MessageWithFields::MessageWithFields;
 
-    template <class Archive>
-    void Fields(Archive& fields)
-    {
-        fields.Records(pids, processKeys, windows);
-    }
+    auto Fields() { return std::tuple(Records(pids, processKeys, windows)); }
 
     std::vector<std::uint32_t> pids;
     std::vector<ComString> processKeys;

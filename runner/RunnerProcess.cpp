@@ -27,7 +27,7 @@ int RunnerProcess::Start(ComString appPath, ComString cmdLine, ComString user, C
     request->password = password;
     try {
         RunnerRequest exchange;
-        exchange.Open(budget.Remaining() * 2 / 3);
+        exchange.OpenPipe(budget.Remaining() * 2 / 3);
         const auto reply = exchange.Exchange<MsgStartComplete>(request, budget.Remaining());
         if (!reply) {
             return sFail;
@@ -47,9 +47,7 @@ int RunnerProcess::Terminate(DWORD timeoutMs)
     request->processKey = m_processKey;
     while (budget.Remaining() != 0) {
         try {
-            RunnerRequest exchange;
-            exchange.Open();
-            const auto reply = exchange.Exchange<MsgTerminateComplete>(request, timeoutMs);
+            const auto reply = RunnerRequest().Exchange<MsgTerminateComplete>(request, timeoutMs);
             return reply ? reply->result : sFail;
         } catch (const PipeException& exception) {
             if (exception.GetError() != ERROR_PIPE_BUSY) {
@@ -67,23 +65,15 @@ int RunnerProcess::GetProcessesByName(ComString name,
     processes.clear();
     const auto request = boost::make_shared<MsgGetProcessesByName>();
     request->processName = name;
-    try {
-        RunnerRequest exchange;
-        exchange.Open();
-        const auto reply = exchange.Exchange<MsgGetProcessesByNameComplete>(request, timeoutMs);
-        if (!reply) {
-            return sFail;
+    boost::shared_ptr<MsgGetProcessesByNameComplete> reply;
+    const int result = Ask(request, timeoutMs, reply);
+    if (result == sOk) {
+        for (std::size_t index = 0; index < reply->pids.size(); ++index) {
+            processes.emplace_back(
+                boost::make_shared<RunnerProcess>(reply->processKeys[index], reply->pids[index]));
         }
-        if (reply->result == sOk) {
-            for (std::size_t index = 0; index < reply->pids.size(); ++index) {
-                processes.emplace_back(boost::make_shared<RunnerProcess>(reply->processKeys[index],
-                                                                         reply->pids[index]));
-            }
-        }
-        return reply->result;
-    } catch (const PipeException& exception) {
-        return ResultOfFailure(exception, sFail);
     }
+    return result;
 }
 
 DWORD RunnerProcess::GetPid()
@@ -97,9 +87,7 @@ int RunnerProcess::WaitForExit(DWORD timeoutMs)
     request->timeout = timeoutMs;
     request->processKey = m_processKey;
     try {
-        RunnerRequest exchange;
-        exchange.Open();
-        const auto reply = exchange.Exchange<MsgWaitForExitComplete>(request, timeoutMs);
+        const auto reply = RunnerRequest().Exchange<MsgWaitForExitComplete>(request, timeoutMs);
         return reply ? reply->result : sFail;
     } catch (const ReadPipeTimeout&) {
         return sTimeout;

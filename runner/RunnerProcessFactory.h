@@ -1,17 +1,13 @@
 #pragma once
 
 #include "process/IProcessFactory.h"
+#include "runner/RunnerInstancesMgr.h"
+#include "runner/RunnerProcess.h"
 
 namespace tvn
 {
 
 /// Processes and instances handled through the runner service.
-class RunnerProcessFactory : public IProcessFactory
-{
-  public:
-    boost::shared_ptr<IProcess> NewProcess() override;
-    boost::shared_ptr<IInstancesMgr> NewInstancesMgr() override;
-    virtual ~RunnerProcessFactory() = default;
-};
+using RunnerProcessFactory = ProcessFactoryOf<RunnerProcess, RunnerInstancesMgr>;
 
 }  // namespace tvn

@@ -4,33 +4,27 @@
 
 namespace tvn
 {
+namespace
+{
+
+/// A new message of that one of `Messages` which has this type.
+template <class... Messages>
+boost::shared_ptr<BaseMsg> NewMessage(std::uint32_t type)
+{
+    boost::shared_ptr<BaseMsg> message;
+    static_cast<void>(
+        ((Messages::kTypeId == type && (message = boost::make_shared<Messages>())) || ...));
+    return message;
+}
+
+}  // namespace
 
 boost::shared_ptr<BaseMsg> RunnerProtocol::CreateMsg(std::uint32_t type)
 {
-    switch (type) {
-        case mtStart:
-            return boost::make_shared<MsgStart>();
-        case mtStartComplete:
-            return boost::make_shared<MsgStartComplete>();
-        case mtTerminate:
-            return boost::make_shared<MsgTerminate>();
-        case mtTerminateComplete:
-            return boost::make_shared<MsgTerminateComplete>();
-        case mtWaitForExit:
-            return boost::make_shared<MsgWaitForExit>();
-        case mtWaitForExitComplete:
-            return boost::make_shared<MsgWaitForExitComplete>();
-        case mtGetProcessesByName:
-            return boost::make_shared<MsgGetProcessesByName>();
-        case mtGetProcessesByNameComplete:
-            return boost::make_shared<MsgGetProcessesByNameComplete>();
-        case mtGetInstancesByName:
-            return boost::make_shared<MsgGetInstancesByName>();
-        case mtGetInstancesByNameComplete:
-            return boost::make_shared<MsgGetInstancesByNameComplete>();
-        default:
-            return {};
-    }
+    return NewMessage<MsgStart, MsgStartComplete, MsgTerminate, MsgTerminateComplete,
+                      MsgWaitForExit, MsgWaitForExitComplete, MsgGetProcessesByName,
+                      MsgGetProcessesByNameComplete, MsgGetInstancesByName,
+                      MsgGetInstancesByNameComplete>(type);
 }
 
 }  // namespace tvn

@@ -13,23 +13,13 @@ int ResultOfFailure(const PipeException& failure, int result) noexcept
     return notTaken ? sTimeout : result;
 }
 
-RunnerRequest::RunnerRequest() : m_client(RunnerPipeName()) {}
-
-void RunnerRequest::Open()
-{
-    m_pipe = m_client.OpenPipe();
-}
-
-void RunnerRequest::Open(DWORD timeoutMs)
-{
-    m_pipe = m_client.OpenPipe(timeoutMs);
-}
+RunnerRequest::RunnerRequest() : RemotePipeClient(RunnerPipeName()) {}
 
 boost::shared_ptr<BaseMsg> RunnerRequest::ExchangeAny(const boost::shared_ptr<BaseMsg>& request,
                                                       DWORD timeoutMs)
 {
     const TimeBudget budget(timeoutMs);
-    RunnerProtocol protocol(m_pipe->Get(), nullptr);
+    RunnerProtocol protocol(OpenPipe()->Get(), nullptr);
     protocol.WriteMsg(request, nullptr, timeoutMs);
     boost::shared_ptr<BaseMsg> reply;
     protocol.ReadMsg(reply, budget.Remaining());

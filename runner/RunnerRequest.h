@@ -16,18 +16,13 @@ namespace tvn
 /// request in time, otherwise `result`.
 int ResultOfFailure(const PipeException& failure, int result) noexcept;
 
-/// A connection to the runner service for one request. The connection is closed with the object.
-/// Failures are thrown as exceptions of the PipeException family.
-class RunnerRequest
+/// A connection to the runner service for one request. It is opened in one attempt by `Exchange`,
+/// unless `OpenPipe` has been called before, and closed with the object. Failures are thrown as
+/// exceptions of the PipeException family.
+class RunnerRequest : public RemotePipeClient
 {
   public:
     RunnerRequest();
-
-    /// Connects in one attempt.
-    void Open();
-
-    /// Connects, trying again for up to `timeoutMs` milliseconds.
-    void Open(DWORD timeoutMs);
 
     /// Sends `request`. Returns the answer, or an empty pointer when the answer is not of the type
     /// that belongs to the request. Both together take up to `timeoutMs` milliseconds (INFINITE: no
@@ -43,9 +38,19 @@ class RunnerRequest
   private:
     boost::shared_ptr<BaseMsg> ExchangeAny(const boost::shared_ptr<BaseMsg>& request,
                                            DWORD timeoutMs);
-
-    RemotePipeClient m_client;
-    boost::shared_ptr<Handle> m_pipe;
 };
+
+/// Exchanges `request` for `reply` on a connection of its own. Returns the answer's result, or what
+/// the failure of the exchange results in.
+template <class Reply>
+int Ask(const boost::shared_ptr<BaseMsg>& request, DWORD timeoutMs, boost::shared_ptr<Reply>& reply)
+{
+    try {
+        reply = RunnerRequest().Exchange<Reply>(request, timeoutMs);
+        return reply ? reply->result : sFail;
+    } catch (const PipeException& exception) {
+        return ResultOfFailure(exception, sFail);
+    }
+}
 
 }  // namespace tvn

@@ -213,7 +213,7 @@ TEST_F(Scripting, AnExceptionEndsAsAStatusWithItsText)
     app.Set("kept", "1");
     ImportWatch watch;
     watch.Fail("MsgWaitForMultipleObjectsEx", ERROR_NO_SYSTEM_RESOURCES);
-    EXPECT_EQ(app.Play("first"), sFail);
+    EXPECT_EQ(app.Play("!wait 200"), sFail) << "its answer is not there before the wait";
     EXPECT_EQ(app.Play("second"), sOk);
     EXPECT_EQ(app.Extract(_variant_t(1L)), "second") << "in front of what the failed play has left";
     watch.Fail("MsgWaitForMultipleObjectsEx", ERROR_NO_SYSTEM_RESOURCES);
