@@ -72,6 +72,7 @@ constexpr std::array kRules = {
          "the pipe cannot be read: %e1"},
     Rule{"[BaseProtocol::ReadPipe] fSuccess = 0, *", "a message could not be read"},
     Rule{"[BaseProtocol::*", ""},
+    Rule{"CreateNamedPipe, * failed 0x*", "the pipe %1 cannot be served: %e2"},
     Rule{"CreateNamedPipe, *", ""},
     Rule{"[PipeServerBase::ConnectPipe ConnectNamedPipe] FAILED (*)",
          "nobody can connect to the pipe: %e1"},
