@@ -12,11 +12,11 @@ For i = 0 To 2
     status = apps(i).tvnInit("-fx", False)
     WScript.Echo "object " & (i + 1) & ": tvnInit:", status
     If status = 1 Then
-        apps(i).tvnPlay "!commandline"
+        status = apps(i).tvnPlay("!commandline")
+        WScript.Echo "object " & (i + 1) & ": tvnPlay:", status
         WScript.Echo "object " & (i + 1) & ": plays in", apps(i).tvnGetLastExtract()
-    Else
-        failed = True
     End If
+    If status <> 1 Then failed = True
 Next
 
 For i = 0 To 2

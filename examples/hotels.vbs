@@ -62,6 +62,14 @@ For i = 1 To 1000
 Next
 
 WScript.Echo "tvnDisplay:", app.tvnDisplay((i - 1) & " hotels found")
-WScript.Echo "tvnPlay:", app.tvnPlay("extract(await page.screenshot({ path: 'hotels.png' }));", 60)
-WScript.Echo "The page is drawn in " & app.tvnGetLastExtract(1)
-WScript.Echo "tvnExit:", app.tvnExit()
+Dim drawn
+drawn = app.tvnPlay("extract(await page.screenshot({ path: 'hotels.png' }));", 60)
+WScript.Echo "tvnPlay:", drawn
+If drawn = 1 Then
+    WScript.Echo "The page is drawn in " & app.tvnGetLastExtract(1)
+Else
+    WScript.Echo app.tvnGetLastError()
+End If
+status = app.tvnExit()
+WScript.Echo "tvnExit:", status
+If drawn <> 1 Or status <> 1 Then WScript.Quit 1

@@ -39,8 +39,9 @@ If status = 1 Then
     If Not written Then WScript.Echo "cannot write " & WScript.Arguments(0) & ": " & Err.Description
     On Error GoTo 0
 End If
-WScript.Echo "tvnExit: " & app.tvnExit()
-If Not written Then WScript.Quit 1
+status = app.tvnExit()
+WScript.Echo "tvnExit: " & status
+If Not written Or status <> 1 Then WScript.Quit 1
 
 Sub WriteRows(files, path)
     Dim file, row, index, cell, cells, line
