@@ -27,13 +27,14 @@ stage_selftest() { # folder
         standins/{talvern,iexplore,firefox,runner}.exe)
 }
 
-# Whose code is linked into the programs: the compiler's runtime library, the platform's threads and
-# start-up code, and the libraries that are headers.
+# Whose code is linked into the programs: the compiler's runtime libraries, the platform's threads and
+# start-up code, the libraries that are headers and, in the self-test, the test framework.
 notice_packages() {
     local compiler=x86_64-w64-mingw32-g++-posix file
-    for file in "$($compiler -print-file-name=libstdc++.a)" \
+    for file in "$($compiler -print-file-name=libstdc++.a)" "$($compiler -print-libgcc-file-name)" \
         "$($compiler -print-file-name=libwinpthread.a)" \
-        /usr/include/boost/shared_ptr.hpp /usr/include/CLI/CLI.hpp /usr/include/nlohmann/json.hpp; do
+        /usr/include/boost/shared_ptr.hpp /usr/include/CLI/CLI.hpp /usr/include/nlohmann/json.hpp \
+        /usr/src/googletest/googletest/include/gtest/gtest.h; do
         dpkg -S "$(realpath "$file")" | sed 's/:.*//' ||
             fail "no package holds $file, so its notice cannot be found"
     done
