@@ -171,7 +171,8 @@ TEST(Examples, ForEveryDayDoWhatTheySay)
 TEST(Examples, EveryScriptInTheDocumentsRunsToItsEnd)
 {
     std::size_t count = 0;
-    for (const char* name : {"README.md", "docs\\scripting-reference.md", "docs\\cheat-sheet.md"}) {
+    for (const char* name :
+         {"README.md", "docs\\scripting-reference.md", "docs\\cheat-sheet.md", "docs\\macros.md"}) {
         const std::string text = Contents(kExamples + "..\\" + name);
         const std::string opening = "```vbs\n";
         for (std::size_t at = 0; (at = text.find(opening, at)) != std::string::npos; ++count) {
