@@ -50,7 +50,7 @@ constexpr std::array kRules = {
     Rule{"[C] CApp::AttachIfFree(pipeHwnd = *, creatorUuid = *)",
          "attaching to the browser with window %1, which was started for this"},
     Rule{"[C] CApp::AttachIfFree - sOk", "attached"},
-    Rule{"[C] CApp::AttachIfFree - sFail", "not attached: it is taken, gone or does not answer"},
+    Rule{"[C] CApp::AttachIfFree - sFail", "not attached: it refuses, has gone or does not answer"},
     Rule{"Cann't open process, pid = *",
          "process %1 is left out: this account may not wait for it and end it"},
 
