@@ -46,13 +46,6 @@ BSTR NewBstr(std::wstring_view text)
 
 }  // namespace
 
-CApp::CApp(comserver::Module& module) : DispatchObject(module) {}
-
-CApp::~CApp()
-{
-    Cleanup();
-}
-
 template <class Body>
 HRESULT CApp::RunMethod(::Status* status, Body body) noexcept
 {
@@ -99,17 +92,12 @@ void CApp::RecordUnexpected(int line) noexcept
     // What was caught may have been a lack of memory: the text then has to do with the room that
     // the last one left.
     char text[512];
-    const std::size_t length = FormatText(text, sizeof text, kUnexpectedText, line, __FILE__);
+    const auto shown = FormatText(text, sizeof text, kUnexpectedText, line, __FILE__);
     try {
-        m_lastError.assign(text, text + length);
+        m_lastError.assign(shown.begin(), shown.end());
     } catch (const std::bad_alloc&) {
         m_lastError.clear();
     }
-}
-
-void CApp::ResetOptions()
-{
-    m_options = InitOptions();
 }
 
 void CApp::Cleanup() noexcept
@@ -186,11 +174,6 @@ HRESULT CApp::tvnDisplay(BSTR text, LONG timeout, ::Status* status)
 HRESULT CApp::tvnExit(LONG timeout, ::Status* status)
 {
     return RunMethod(status, [&] { return Exit(timeout); });
-}
-
-DWORD CApp::Milliseconds(LONG seconds)
-{
-    return static_cast<DWORD>(seconds) * 1000U;
 }
 
 int CApp::Play(BSTR inText, LONG timeout)

@@ -40,8 +40,8 @@ class CApp : public comserver::DispatchObject<IApp>
     HRESULT STDMETHODCALLTYPE tvnGetInterfaceVersion(LONG* version) override;
 
   protected:
-    explicit CApp(comserver::Module& module);
-    ~CApp() override;
+    explicit CApp(comserver::Module& module) : DispatchObject(module) {}
+    ~CApp() override { Cleanup(); }
 
   private:
     // The frame that every method runs in.
@@ -52,12 +52,12 @@ class CApp : public comserver::DispatchObject<IApp>
     void RecordUnexpected(int line) noexcept;
 
     // State.
-    void ResetOptions();
+    void ResetOptions() { m_options = InitOptions(); }
     void Cleanup() noexcept;
 
     /// A client's time-out as the milliseconds that everything inside works with, modulo 2^32: a
     /// negative one is a very long one.
-    static DWORD Milliseconds(LONG seconds);
+    static DWORD Milliseconds(LONG seconds) { return static_cast<DWORD>(seconds) * 1000U; }
 
     // The attached instance.
     int Play(BSTR inText, LONG timeout);

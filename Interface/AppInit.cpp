@@ -140,8 +140,8 @@ int CApp::AttachIfFree(DWORD timeoutMs, const boost::shared_ptr<IProcess>& proce
 {
     LogProtocol("[C] CApp::AttachIfFree(pipeHwnd = 0x%08X, creatorUuid = %S)",
                 static_cast<unsigned int>(pipeHwnd), static_cast<const wchar_t*>(creatorUuid));
-    const ComString name = InstancePipeName(pipeHwnd);
-    const auto client = boost::make_shared<MacrosClient>(name, boost::shared_ptr<Handle>(), true);
+    const auto client = boost::make_shared<MacrosClient>(InstancePipeName(pipeHwnd),
+                                                         boost::shared_ptr<Handle>(), true);
     if (client->AuxAttachIfFree(timeoutMs, creatorUuid) != sOk) {
         LogProtocol("[C] CApp::AttachIfFree - sFail");
         return sFail;

@@ -33,12 +33,6 @@ VARIANT Follow(const VARIANT& value) noexcept
     return current;
 }
 
-bool IsLeftOut(const VARIANT& value) noexcept
-{
-    return V_VT(&value) == VT_EMPTY ||
-           (V_VT(&value) == VT_ERROR && V_ERROR(&value) == DISP_E_PARAMNOTFOUND);
-}
-
 }  // namespace
 
 bool TextOf(const VARIANT& value, ComString& text)
@@ -62,7 +56,8 @@ bool TextOf(const VARIANT& value, ComString& text)
 bool IndexOf(const VARIANT& value, LONG& number) noexcept
 {
     const VARIANT plain = Follow(value);
-    if (IsLeftOut(plain)) {
+    const bool leftOut = V_VT(&plain) == VT_ERROR && V_ERROR(&plain) == DISP_E_PARAMNOTFOUND;
+    if (leftOut || V_VT(&plain) == VT_EMPTY) {
         number = 0;
         return true;
     }

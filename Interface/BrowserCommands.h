@@ -7,11 +7,7 @@
 namespace tvn
 {
 
-enum BrowserKind : std::uint32_t {
-    InternetExplorer = 0,
-    Firefox = 1,
-    OwnBrowser = 2,
-};
+enum BrowserKind : std::uint32_t { InternetExplorer = 0, Firefox = 1, OwnBrowser = 2 };
 
 /// What `tvnInit` gathers from its arguments. The options last over a failed `tvnInit` and are
 /// reset when the object is detached.

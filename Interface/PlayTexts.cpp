@@ -151,15 +151,13 @@ void SplitExtracts(std::wstring_view text, std::wstring_view separator,
                    std::vector<std::wstring_view>& list, bool keepEmpty)
 {
     std::vector<std::wstring_view> pieces;
-    for (std::size_t position = 0; !text.empty();) {
-        const std::size_t end = std::min(Find(text, separator, position), text.size());
+    std::size_t end = 0;
+    for (std::size_t position = 0; !text.empty() && position <= text.size();
+         position = end + separator.size()) {
+        end = std::min(Find(text, separator, position), text.size());
         if (keepEmpty || end > position) {
             pieces.push_back(text.substr(position, end - position));
         }
-        if (end == text.size()) {
-            break;
-        }
-        position = end + separator.size();
     }
     list.swap(pieces);
 }

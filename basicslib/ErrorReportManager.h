@@ -15,13 +15,10 @@ namespace tvn
 /// What a place that must not let an exception escape has caught.
 struct ErrorReport
 {
-    /// Takes the calling thread's id; the rest is empty.
-    ErrorReport() noexcept : tid(GetCurrentThreadId()) {}
-
-    ComString msg;          ///< The exception's description; empty for a foreign exception.
-    DWORD tid;              ///< The thread that made the report.
-    std::string file;       ///< Source file of the place that caught it.
-    unsigned int line = 0;  ///< Source line of that place.
+    ComString msg;  ///< The exception's description; empty for a foreign exception.
+    DWORD tid = GetCurrentThreadId();  ///< The thread that made the report.
+    std::string file;                  ///< Source file of the place that caught it.
+    unsigned int line = 0;             ///< Source line of that place.
 };
 
 /// The process-wide place where destructors report what they caught. Reports go to the debug output

@@ -54,7 +54,9 @@ class Win32Exception : public BaseException
 {
   public:
     /// `error` is the code that GetLastError gave for the call.
-    Win32Exception(DWORD error, const char* file, int line) noexcept;
+    Win32Exception(DWORD error, const char* file, int line) noexcept
+        : BaseException(file, line), m_error(error)
+    {}
 
     ComString GetDescription() const override { return Describe("Win32Exception"); }
 

@@ -60,10 +60,10 @@ class Output
         }
     }
 
-    std::size_t Finish() noexcept
+    std::string_view Finish() noexcept
     {
         m_buffer[m_used] = '\0';
-        return m_used;
+        return {m_buffer, m_used};
     }
 
   private:
@@ -74,17 +74,17 @@ class Output
 
 }  // namespace
 
-std::size_t FormatText(char* buffer, std::size_t size, const char* format, ...) noexcept
+std::string_view FormatText(char* buffer, std::size_t size, const char* format, ...) noexcept
 {
     std::va_list arguments;
     va_start(arguments, format);
-    const std::size_t length = FormatTextV(buffer, size, format, arguments);
+    const std::string_view text = FormatTextV(buffer, size, format, arguments);
     va_end(arguments);
-    return length;
+    return text;
 }
 
-std::size_t FormatTextV(char* buffer, std::size_t size, const char* format,
-                        std::va_list arguments) noexcept
+std::string_view FormatTextV(char* buffer, std::size_t size, const char* format,
+                             std::va_list arguments) noexcept
 {
     Output output(buffer, size);
     while (*format != '\0') {

@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include "basicslib/Exceptions.h"
+#include "basicslib/Handle.h"
+
 namespace tvn
 {
 
@@ -14,7 +17,18 @@ class HandleToDuplicate
 
     /// A new inheritable handle with the same access, which the caller owns; INVALID_HANDLE_VALUE,
     /// without a system call, when the wrapped handle is invalid. Throws Win32Exception.
-    HANDLE Duplicate() const;
+    HANDLE Duplicate() const
+    {
+        if (!Handle::IsValid(m_h)) {
+            return INVALID_HANDLE_VALUE;
+        }
+        HANDLE duplicate = nullptr;
+        if (!DuplicateHandle(GetCurrentProcess(), m_h, GetCurrentProcess(), &duplicate, 0, TRUE,
+                             DUPLICATE_SAME_ACCESS)) {
+            throw Win32Exception(GetLastError(), __FILE__, __LINE__);
+        }
+        return duplicate;
+    }
 
   private:
     HANDLE m_h;

@@ -19,8 +19,6 @@ class ClassFactory final : public IClassFactory
     {
         m_module.Lock();
     }
-    ClassFactory(const ClassFactory&) = delete;
-    ClassFactory& operator=(const ClassFactory&) = delete;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override
     {
@@ -62,11 +60,7 @@ class ClassFactory final : public IClassFactory
 
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override
     {
-        if (lock) {
-            m_module.Lock();
-        } else {
-            m_module.Unlock();
-        }
+        lock ? m_module.Lock() : m_module.Unlock();
         return S_OK;
     }
 

@@ -32,9 +32,6 @@ class ComObject final : public Base
         }
     }
 
-    ComObject(const ComObject&) = delete;
-    ComObject& operator=(const ComObject&) = delete;
-
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override
     {
         return m_outer->QueryInterface(iid, object);

@@ -24,23 +24,16 @@ class MachineClasses
         HKEY key = nullptr;
         const LSTATUS opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Classes", 0,
                                              KEY_READ | KEY_WRITE | DELETE, &key);
-        Check(opened);
+        _com_util::CheckError(ResultOf(opened));
         m_key.reset(key);
-        Check(RegOverridePredefKey(HKEY_CLASSES_ROOT, key));
+        _com_util::CheckError(ResultOf(RegOverridePredefKey(HKEY_CLASSES_ROOT, key)));
     }
     ~MachineClasses() { RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr); }
-    MachineClasses(const MachineClasses&) = delete;
-    MachineClasses& operator=(const MachineClasses&) = delete;
 
     /// The open key, borrowed.
     HKEY Get() const noexcept { return m_key.get(); }
 
   private:
-    static void Check(LSTATUS status)
-    {
-        _com_util::CheckError(HRESULT_FROM_WIN32(static_cast<unsigned long>(status)));
-    }
-
     inline static std::mutex s_oneAtATime;
 
     const std::lock_guard<std::mutex> m_lock{s_oneAtATime};

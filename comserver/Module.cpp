@@ -50,7 +50,7 @@ ComPtr<ITypeLib> LoadTypeLibOf(const std::wstring& path)
 
 /// Runs steps that throw at the first failure, and returns that failure.
 template <class Steps>
-HRESULT ResultOf(Steps steps) noexcept
+HRESULT Run(Steps steps) noexcept
 {
     try {
         steps();
@@ -64,11 +64,6 @@ HRESULT ResultOf(Steps steps) noexcept
 
 }  // namespace
 
-void Module::Init(HINSTANCE instance) noexcept
-{
-    m_instance = instance;
-}
-
 void Module::Term() noexcept
 {
     ITypeInfo* typeInfo = m_typeInfo.exchange(nullptr);
@@ -77,21 +72,16 @@ void Module::Term() noexcept
     }
 }
 
-HRESULT Module::CanUnloadNow() const noexcept
-{
-    return m_locks == 0 ? S_OK : S_FALSE;
-}
-
 HRESULT Module::GetClassObject(REFCLSID clsid, REFIID iid, void** object) noexcept
 {
     if (object == nullptr) {
         return E_POINTER;
     }
     *object = nullptr;
-    const ClassEntry* const end = m_classes + m_classCount;
-    const ClassEntry* const entry = std::find_if(
-        m_classes, end, [&](const ClassEntry& each) { return IsEqualCLSID(clsid, each.clsid); });
-    if (entry == end) {
+    const auto entry =
+        std::find_if(m_classes.begin(), m_classes.end(),
+                     [&](const ClassEntry& each) { return IsEqualCLSID(clsid, each.clsid); });
+    if (entry == m_classes.end()) {
         return CLASS_E_CLASSNOTAVAILABLE;
     }
     const ComPtr<ClassFactory> factory(new (std::nothrow) ClassFactory(*this, *entry));
@@ -118,7 +108,7 @@ void Module::StayLoaded() noexcept
 
 HRESULT Module::RegisterServer() noexcept
 {
-    return ResultOf([this] {
+    return Run([this] {
         std::wstring path = GetPath();
         const std::string_view script = FindScript(m_instance);
         const MachineClasses classes;
@@ -129,31 +119,24 @@ HRESULT Module::RegisterServer() noexcept
 
 HRESULT Module::UnregisterServer() noexcept
 {
-    return ResultOf([this] {
+    return Run([this] {
         const std::string_view script = FindScript(m_instance);
         const MachineClasses classes;
         const HRESULT keys = RegistryScript(classes.Get(), script, {}).Unregister();
-        const HRESULT typeLib = UnregisterOwnTypeLib();
+        const auto& [libid, major, minor, lcid, iid] = m_typeLibrary;
+        BSTR path = nullptr;
+        const bool registered = SUCCEEDED(QueryPathOfRegTypeLib(libid, major, minor, lcid, &path));
+        SysFreeString(path);
+        const HRESULT typeLib =
+            registered ? UnRegisterTypeLib(libid, major, minor, lcid, SYS_WIN64) : S_OK;
         CheckError(keys);
         CheckError(typeLib);
     });
 }
 
-HRESULT Module::UnregisterOwnTypeLib() const
-{
-    BSTR path = nullptr;
-    if (FAILED(QueryPathOfRegTypeLib(m_typeLibrary.libid, m_typeLibrary.major, m_typeLibrary.minor,
-                                     m_typeLibrary.lcid, &path))) {
-        return S_OK;  // not registered
-    }
-    SysFreeString(path);
-    return UnRegisterTypeLib(m_typeLibrary.libid, m_typeLibrary.major, m_typeLibrary.minor,
-                             m_typeLibrary.lcid, SYS_WIN64);
-}
-
 HRESULT Module::GetTypeInfo(ITypeInfo** typeInfo) noexcept
 {
-    return ResultOf([this, typeInfo] {
+    return Run([this, typeInfo] {
         ITypeInfo* known = m_typeInfo.load();
         if (known == nullptr) {
             ComPtr<ITypeInfo> loaded;

@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include <atomic>
-#include <cstddef>
+#include <span>
 #include <string>
 
 #include <oaidl.h>
@@ -40,16 +40,12 @@ struct TypeLibraryId
 class Module
 {
   public:
-    template <std::size_t Count>
-    Module(const ClassEntry (&classes)[Count], const TypeLibraryId& typeLibrary) noexcept
-        : m_classes(classes), m_classCount(Count), m_typeLibrary(typeLibrary)
+    Module(std::span<const ClassEntry> classes, const TypeLibraryId& typeLibrary) noexcept
+        : m_classes(classes), m_typeLibrary(typeLibrary)
     {}
 
-    Module(const Module&) = delete;
-    Module& operator=(const Module&) = delete;
-
     /// To be called when the DLL is loaded; `instance` is the DLL's own handle.
-    void Init(HINSTANCE instance) noexcept;
+    void Init(HINSTANCE instance) noexcept { m_instance = instance; }
 
     /// To be called when the DLL is unloaded, not when the process ends: what the module holds may
     /// then be gone before it.
@@ -61,7 +57,7 @@ class Module
 
     /// S_OK when nothing is counted, else S_FALSE. A server that has served a class object stays
     /// loaded all the same, see `GetClassObject`.
-    HRESULT CanUnloadNow() const noexcept;
+    HRESULT CanUnloadNow() const noexcept { return m_locks == 0 ? S_OK : S_FALSE; }
 
     /// Returns the interface `iid` of the class factory of `clsid`, or CLASS_E_CLASSNOTAVAILABLE.
     ///
@@ -85,10 +81,8 @@ class Module
   private:
     void StayLoaded() noexcept;
     std::wstring GetPath() const;
-    HRESULT UnregisterOwnTypeLib() const;
 
-    const ClassEntry* m_classes;
-    std::size_t m_classCount;
+    std::span<const ClassEntry> m_classes;
     TypeLibraryId m_typeLibrary;
     HINSTANCE m_instance = nullptr;
     std::atomic<long> m_locks{0};

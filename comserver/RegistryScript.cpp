@@ -9,11 +9,6 @@ namespace comserver
 namespace
 {
 
-HRESULT Result(LSTATUS status) noexcept
-{
-    return HRESULT_FROM_WIN32(static_cast<unsigned long>(status));
-}
-
 /// Deletes a key with all that is below it; one that is not there is no failure.
 LSTATUS DeleteKey(HKEY parent, const std::wstring& name)
 {
@@ -168,7 +163,7 @@ HRESULT RegistryScript::Write(HKEY opened, const Key& key)
                                            reinterpret_cast<const BYTE*>(value.text.c_str()),
                                            static_cast<DWORD>(bytes));
         if (set != ERROR_SUCCESS) {
-            return Result(set);
+            return ResultOf(set);
         }
     }
     for (const Key& subkey : key.subkeys) {
@@ -190,7 +185,7 @@ HRESULT RegistryScript::WriteSubkey(HKEY parent, const Key& key)
                                  KEY_READ | KEY_WRITE | DELETE, nullptr, &opened, nullptr);
     }
     const RegistryKey owner(opened);
-    return status == ERROR_SUCCESS ? Write(opened, key) : Result(status);
+    return status == ERROR_SUCCESS ? Write(opened, key) : ResultOf(status);
 }
 
 HRESULT RegistryScript::RemoveSubkeys(HKEY opened, const Key& key)
@@ -206,7 +201,7 @@ HRESULT RegistryScript::RemoveSubkeys(HKEY opened, const Key& key)
 HRESULT RegistryScript::RemoveSubkey(HKEY parent, const Key& key)
 {
     if (key.keep != Keep::NoRemove) {
-        return Result(DeleteKey(parent, key.name));
+        return ResultOf(DeleteKey(parent, key.name));
     }
     HKEY opened = nullptr;
     const LSTATUS status =
@@ -215,7 +210,7 @@ HRESULT RegistryScript::RemoveSubkey(HKEY parent, const Key& key)
     if (status == ERROR_SUCCESS) {
         return RemoveSubkeys(opened, key);
     }
-    return status == ERROR_FILE_NOT_FOUND ? S_OK : Result(status);
+    return status == ERROR_FILE_NOT_FOUND ? S_OK : ResultOf(status);
 }
 
 }  // namespace comserver

@@ -180,10 +180,9 @@ BaseProtocol::ReadResult BaseProtocol::ReadArrived(void* buffer, DWORD count)
             outcome.error = error;
         }
     }
-    ReadResult result;
-    result.moreData = !outcome.success && outcome.error == ERROR_MORE_DATA;
-    result.bytes = result.moreData ? count : outcome.bytes;
-    const bool success = outcome.success || result.moreData;
+    const bool moreData = !outcome.success && outcome.error == ERROR_MORE_DATA;
+    const bool success = outcome.success || moreData;
+    const ReadResult result = {moreData ? count : outcome.bytes, moreData};
     LogDebug("[BaseProtocol::ReadPipe] fSuccess = %x, cbBuf = %x, cbBytesRead = %x",
              success ? 1U : 0U, static_cast<unsigned int>(count),
              static_cast<unsigned int>(result.bytes));

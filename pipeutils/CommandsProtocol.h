@@ -3,12 +3,21 @@
 #include <string_view>
 
 #include "basicslib/ComString.h"
+#include "basicslib/StatusCode.h"
 #include "basicslib/TimeBudget.h"
 #include "pipeutils/BaseProtocol.h"
-#include "pipeutils/CommandReply.h"
+#include "pipeutils/MessageBuffer.h"
 
 namespace tvn
 {
+
+/// What became of a command: the instance's answer, or the status of a failure without a text.
+struct CommandReply
+{
+    int status = sFail;
+    std::wstring_view text;  ///< a part of `message`, valid as long as that is held
+    MessageBuffer message;
+};
 
 /// The messages of a command pipe, both directions. A command is the request id, the command's name
 /// and its argument; a reply is the id of the command it answers, a status and a text. Time-outs

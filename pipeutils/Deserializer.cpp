@@ -1,7 +1,5 @@
 #include "pipeutils/Deserializer.h"
 
-#include <cstring>
-
 #include "basicslib/Exceptions.h"
 
 namespace tvn
@@ -10,16 +8,6 @@ namespace tvn
 Deserializer::Deserializer(std::uint32_t size, const MessageBuffer& buffer)
     : m_end(size < kLengthFieldSize ? 0 : size - kLengthFieldSize), m_buffer(buffer)
 {}
-
-void Deserializer::ReadUInt(unsigned int& value)
-{
-    std::memcpy(&value, Take(sizeof value), sizeof value);
-}
-
-void Deserializer::ReadInt(int& value)
-{
-    std::memcpy(&value, Take(sizeof value), sizeof value);
-}
 
 void Deserializer::ReadString(ComString& text)
 {

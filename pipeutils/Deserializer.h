@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "basicslib/ComString.h"
@@ -19,8 +20,8 @@ class Deserializer
     /// the fields behind it, at least `size` - 4 bytes.
     Deserializer(std::uint32_t size, const MessageBuffer& buffer);
 
-    void ReadUInt(unsigned int& value);
-    void ReadInt(int& value);
+    void ReadUInt(unsigned int& value) { std::memcpy(&value, Take(sizeof value), sizeof value); }
+    void ReadInt(int& value) { std::memcpy(&value, Take(sizeof value), sizeof value); }
 
     /// Replaces `text` by a new string of exactly the bytes received, an odd number included.
     /// Throws an out-of-memory exception.

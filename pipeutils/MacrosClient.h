@@ -21,8 +21,6 @@ class MacrosClient
     MacrosClient(const ComString& pipeName, const boost::shared_ptr<Handle>& hInterrupt,
                  bool waitForPipe);
     virtual ~MacrosClient() = default;
-    MacrosClient(const MacrosClient&) = delete;
-    MacrosClient& operator=(const MacrosClient&) = delete;
 
     /// Runs one command; see `CommandClient::Execute`.
     CommandReply Execute(DWORD timeout, const wchar_t* command, std::wstring_view arguments);

@@ -26,9 +26,6 @@ class Overlapped
     /// of the operation's buffer. Throws nothing; on another thread it does nothing but report.
     virtual ~Overlapped();
 
-    Overlapped(const Overlapped&) = delete;
-    Overlapped& operator=(const Overlapped&) = delete;
-
     /// Throws AssertException on any thread but the one that made the block.
     void CheckThread() const;
 

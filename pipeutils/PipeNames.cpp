@@ -16,17 +16,15 @@ namespace tvn
 ComString CallbackPipeName(const ComString& pipeUuid)
 {
     char name[512];
-    const std::size_t length = FormatText(name, sizeof name, "\\\\.\\pipe\\Talvern_%S",
-                                          static_cast<const wchar_t*>(pipeUuid));
-    return ToComString(std::string_view(name, length));
+    return ToComString(FormatText(name, sizeof name, "\\\\.\\pipe\\Talvern_%S",
+                                  static_cast<const wchar_t*>(pipeUuid)));
 }
 
 ComString InstancePipeName(DWORD pipeHwnd)
 {
     char name[32];
-    const std::size_t length =
-        FormatText(name, sizeof name, "\\\\.\\pipe\\Talvern_%d", static_cast<int>(pipeHwnd));
-    return ToComString(std::string_view(name, length));
+    return ToComString(
+        FormatText(name, sizeof name, "\\\\.\\pipe\\Talvern_%d", static_cast<int>(pipeHwnd)));
 }
 
 ComString RunnerPipeName()

@@ -13,7 +13,6 @@ HANDLE PipeServerBase::CreatePipe(const char* name, BOOL allowAllToAccessPipe, D
     constexpr DWORD kBufferSize = 1024;
     constexpr DWORD kDefaultTimeout = 5000;
 
-    error = 0;
     SECURITY_DESCRIPTOR descriptor;
     if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION)) {
         error = GetLastError();

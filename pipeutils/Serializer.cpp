@@ -3,14 +3,10 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace tvn
 {
-
-Serializer::Serializer(std::size_t fieldBytes)
-{
-    NewRoom(fieldBytes);
-}
 
 void Serializer::AddUInt(unsigned int value)
 {
@@ -18,20 +14,10 @@ void Serializer::AddUInt(unsigned int value)
     m_used += sizeof value;
 }
 
-void Serializer::AddInt(int value)
-{
-    AddUInt(static_cast<unsigned int>(value));
-}
-
 void Serializer::AddString(const ComString& text)
 {
     const auto* characters = static_cast<const wchar_t*>(text);
     AddBytes(characters, SysStringByteLen(const_cast<BSTR>(characters)));
-}
-
-void Serializer::AddText(std::wstring_view text)
-{
-    AddBytes(text.data(), text.size() * sizeof text[0]);
 }
 
 void Serializer::AddBytes(const void* bytes, std::size_t count)
@@ -50,8 +36,7 @@ void Serializer::Serialize()
     NewRoom(0);
     m_size = static_cast<std::uint32_t>(m_used);
     std::memcpy(m_draft.get(), &m_size, sizeof m_size);
-    m_buffer.swap(m_draft);
-    m_draft.reset();
+    m_buffer = std::move(m_draft);
     m_capacity = 0;
     m_used = kLengthFieldSize;
 }
@@ -63,10 +48,9 @@ unsigned char* Serializer::NewRoom(std::size_t count)
         _com_issue_error(E_OUTOFMEMORY);  // the length field could not tell it
     }
     const std::size_t needed = m_used + count;
-    if (!m_draft || needed > m_capacity) {
+    if (needed > m_capacity) {
         constexpr std::size_t kSmallMessage = 128;
-        const std::size_t capacity =
-            m_draft ? std::max(needed, 2 * m_capacity) : std::max(needed, kSmallMessage);
+        const std::size_t capacity = std::max({needed, 2 * m_capacity, kSmallMessage});
         const MessageBuffer larger = NewMessageBuffer(capacity);
         if (m_draft) {
             std::memcpy(larger.get(), m_draft.get(), m_used);

@@ -25,14 +25,14 @@ class Serializer
     Serializer() noexcept = default;
 
     /// Makes room for fields of this many bytes in all, so that the message takes one allocation.
-    explicit Serializer(std::size_t fieldBytes);
+    explicit Serializer(std::size_t fieldBytes) { NewRoom(fieldBytes); }
 
     void AddUInt(unsigned int value);
-    void AddInt(int value);
+    void AddInt(int value) { AddUInt(static_cast<unsigned int>(value)); }
 
     /// A null string is written like an empty one.
     void AddString(const ComString& text);
-    void AddText(std::wstring_view text);
+    void AddText(std::wstring_view text) { AddBytes(text.data(), text.size() * sizeof text[0]); }
 
     /// Completes the message of the fields added so far, and begins a new one.
     void Serialize();

@@ -11,16 +11,7 @@ namespace
 
 /// Input that wakes the wait: keys, mouse moves and buttons, posted and sent messages, timers,
 /// paints and hot keys.
-constexpr DWORD kWakeMask = QS_KEY | QS_MOUSEMOVE | QS_MOUSEBUTTON | QS_POSTMESSAGE | QS_TIMER |
-                            QS_PAINT | QS_SENDMESSAGE | QS_HOTKEY;
-static_assert(kWakeMask == 0xFF);
-
-/// A wait that runs out of time looks at the handles once more: what became true while a message
-/// was dispatched is not late.
-DWORD LookAt(DWORD count, const HANDLE* handles)
-{
-    return WaitForMultipleObjects(count, handles, FALSE, 0);
-}
+constexpr DWORD kWakeMask = QS_ALLINPUT & 0xFF;
 
 }  // namespace
 
@@ -39,6 +30,11 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
             SetLastError(error);
         }
     });
+    // A wait that runs out of time looks at the handles once more: what became true while a message
+    // was dispatched is not late.
+    const auto lookAgain = [&] {
+        return WaitForMultipleObjects(count, handles, FALSE, 0);
+    };
     const DWORD start = GetTickCount();
     DWORD remaining = timeout;
     for (;;) {
@@ -69,7 +65,7 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
             // Unsigned differences are right across the wrap of the counter.
             const bool spent = GetTickCount() - start > timeout;
             if (spent || dispatched % kMessagesPerLook == 0) {
-                const DWORD look = LookAt(count, handles);
+                const DWORD look = lookAgain();
                 if (spent || look != WAIT_TIMEOUT) {
                     return look;
                 }
@@ -77,7 +73,7 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
         }
         const DWORD elapsed = GetTickCount() - start;
         if (elapsed > timeout) {
-            return LookAt(count, handles);
+            return lookAgain();
         }
         remaining = timeout - elapsed;
     }

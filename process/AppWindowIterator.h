@@ -22,8 +22,6 @@ class CAppWindowIterator
     /// is the required state of the window's visible style. Throws when there is no memory.
     CAppWindowIterator(const ComString& processName, const ComString& windowTitle, bool visible);
     virtual ~CAppWindowIterator() = default;
-    CAppWindowIterator(const CAppWindowIterator&) = delete;
-    CAppWindowIterator& operator=(const CAppWindowIterator&) = delete;
 
     /// Searches. Returns the first match, or null.
     HWND First();

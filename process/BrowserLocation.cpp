@@ -37,10 +37,8 @@ ComString GetInternetExplorerPath()
     FormatText(keyPath, sizeof keyPath, "CLSID\\%S\\LocalServer32", clsidText);
     CoTaskMemFree(clsidText);
     const RegistryKey key = OpenRegistryKey(HKEY_CLASSES_ROOT, keyPath);
-    if (!key) {
-        return nothing;
-    }
-    return ToComString(StripQuotes(ExpandEnvironment(ReadRegString(key.get(), ""))));
+    return key ? ToComString(StripQuotes(ExpandEnvironment(ReadRegString(key.get(), ""))))
+               : nothing;
 }
 
 ComString GetFirefoxPath(const std::string& version, const std::string& locale)

@@ -11,17 +11,12 @@
 namespace tvn
 {
 
-Process::Process(const boost::shared_ptr<Handle>& handle, DWORD pid) noexcept
-    : m_handle(handle), m_pid(pid)
-{}
-
 int Process::Start(ComString appPath, ComString cmdLine, ComString user, ComString domain,
                    ComString password, DWORD timeoutMs)
 {
     PROCESS_INFORMATION processInfo = {};
-    ProcessCreator creator;
     const int result =
-        creator.Create(appPath, cmdLine, user, domain, password, timeoutMs, processInfo);
+        ProcessCreator().Create(appPath, cmdLine, user, domain, password, timeoutMs, processInfo);
     if (result != sOk) {
         return result;
     }
@@ -55,11 +50,6 @@ int Process::GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IP
         }
     }
     return sOk;
-}
-
-DWORD Process::GetPid()
-{
-    return HoldsProcess() ? m_pid : 0;
 }
 
 int Process::WaitForExit(DWORD timeoutMs)

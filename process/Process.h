@@ -18,7 +18,9 @@ class Process : public IProcess
     Process() noexcept = default;
 
     /// Holds an open process, shared, and its id. With an invalid handle it holds none.
-    Process(const boost::shared_ptr<Handle>& handle, DWORD pid) noexcept;
+    Process(const boost::shared_ptr<Handle>& handle, DWORD pid) noexcept
+        : m_handle(handle), m_pid(pid)
+    {}
 
     /// The local start takes as long as the system does; `timeoutMs` is not used.
     int Start(ComString appPath, ComString cmdLine, ComString user, ComString domain,
@@ -26,7 +28,7 @@ class Process : public IProcess
     int Terminate(DWORD timeoutMs) override;
     int GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IProcess>>& processes,
                            DWORD timeoutMs) override;
-    DWORD GetPid() override;
+    DWORD GetPid() override { return HoldsProcess() ? m_pid : 0; }
     int WaitForExit(DWORD timeoutMs) override;
 
     virtual ~Process() = default;

@@ -11,10 +11,7 @@ namespace tvn
 class ProcessCreator
 {
   public:
-    ProcessCreator() noexcept = default;
     virtual ~ProcessCreator() = default;
-    ProcessCreator(const ProcessCreator&) = delete;
-    ProcessCreator& operator=(const ProcessCreator&) = delete;
 
     /// Starts `appPath`. Without a `user` the new process gets the command line `appPath`, a blank
     /// and `cmdLine`; with one, exactly `cmdLine`, of which the system takes 1,023 characters at

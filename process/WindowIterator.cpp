@@ -3,8 +3,6 @@
 namespace tvn
 {
 
-CWindowIterator::CWindowIterator(DWORD capacity) : CWindowIterator(nullptr, capacity) {}
-
 CWindowIterator::CWindowIterator(HWND parent, DWORD capacity)
     : m_parent(parent),
       m_handles(std::make_unique_for_overwrite<HWND[]>(capacity)),
@@ -34,11 +32,6 @@ BOOL CWindowIterator::OnEnumWindow(HWND hwnd)
     if (AcceptWindow(hwnd) && m_count < m_capacity) {
         m_handles[m_count++] = hwnd;
     }
-    return TRUE;
-}
-
-BOOL CWindowIterator::AcceptWindow(HWND /*hwnd*/)
-{
     return TRUE;
 }
 

@@ -14,13 +14,10 @@ class CWindowIterator
 {
   public:
     /// The top-level windows, at most `capacity` of them.
-    explicit CWindowIterator(DWORD capacity);
+    explicit CWindowIterator(DWORD capacity) : CWindowIterator(nullptr, capacity) {}
 
     /// The descendants of `parent`, at most `capacity` of them.
     CWindowIterator(HWND parent, DWORD capacity);
-
-    CWindowIterator(const CWindowIterator&) = delete;
-    CWindowIterator& operator=(const CWindowIterator&) = delete;
 
     /// Takes the snapshot. Returns its first window, or null.
     HWND First();
@@ -34,7 +31,7 @@ class CWindowIterator
     virtual BOOL OnEnumWindow(HWND hwnd);
 
     /// The filter, for derived classes; accepts every window. Must not throw.
-    virtual BOOL AcceptWindow(HWND hwnd);
+    virtual BOOL AcceptWindow(HWND /*hwnd*/) { return TRUE; }
 
   public:
     virtual ~CWindowIterator() = default;

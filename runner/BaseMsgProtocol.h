@@ -19,7 +19,6 @@ class BaseMsgProtocol : protected BaseProtocol
   public:
     /// Both handles are borrowed, see `BaseProtocol`.
     BaseMsgProtocol(HANDLE hPipe, HANDLE hInterrupt) noexcept : BaseProtocol(hPipe, hInterrupt) {}
-    ~BaseMsgProtocol() override = default;
 
     /// Writes one message. `msgIdOut`, which may be null, receives its id, also one that it was
     /// given by this write.

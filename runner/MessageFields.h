@@ -94,17 +94,13 @@ class FieldReader
     Deserializer& m_deserializer;
 };
 
-/// Gives `Message`, derived from this, its type and the two directions of its fields, of which it
-/// has a tuple of references, `Fields`. They follow those of `Base`.
-template <class Message, class Base, std::uint32_t kType>
-class MessageWithFields : public Base
+/// Gives `Message`, derived from this, the two directions of its fields, of which it has a tuple of
+/// references, `Fields`. They follow those of `Base`.
+template <class Message, class Base>
+class WithFields : public Base
 {
   public:
     using Base::Base;
-
-    static constexpr std::uint32_t kTypeId = kType;
-
-    std::uint32_t GetType() const override { return kTypeId; }
 
     void Serialize(boost::shared_ptr<Serializer> serializer) override
     {
@@ -117,6 +113,18 @@ class MessageWithFields : public Base
         Base::Deserialize(deserializer);
         std::apply(FieldReader(*deserializer), static_cast<Message*>(this)->Fields());
     }
+};
+
+/// The same with the type of a message.
+template <class Message, class Base, std::uint32_t kType>
+class MessageWithFields : public WithFields<Message, Base>
+{
+  public:
+    using WithFields<Message, Base>::WithFields;
+
+    static constexpr std::uint32_t kTypeId = kType;
+
+    std::uint32_t GetType() const override { return kTypeId; }
 };
 
 }  // namespace tvn

@@ -25,16 +25,4 @@ void BaseMsg::Deserialize(boost::shared_ptr<Deserializer> deserializer)
     FieldReader{*deserializer}(msgId);
 }
 
-void BaseCompleteMsg::Serialize(boost::shared_ptr<Serializer> serializer)
-{
-    BaseMsg::Serialize(serializer);
-    FieldWriter{*serializer}(result);
-}
-
-void BaseCompleteMsg::Deserialize(boost::shared_ptr<Deserializer> deserializer)
-{
-    BaseMsg::Deserialize(deserializer);
-    FieldReader{*deserializer}(result);
-}
-
 }  // namespace tvn

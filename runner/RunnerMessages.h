@@ -54,13 +54,12 @@ class BaseMsg
 };
 
 /// What all answers share.
-class BaseCompleteMsg : public BaseMsg
+class BaseCompleteMsg : public WithFields<BaseCompleteMsg, BaseMsg>
 {
   public:
-    explicit BaseCompleteMsg(std::uint32_t id = 0) noexcept : BaseMsg(id) {}
+    explicit BaseCompleteMsg(std::uint32_t id = 0) noexcept : WithFields(id) {}
 
-    void Serialize(boost::shared_ptr<Serializer> serializer) override;
-    void Deserialize(boost::shared_ptr<Deserializer> deserializer) override;
+    auto Fields() { return std::tie(result); }
 
     int result = sFail;  ///< a status code
 };

@@ -11,10 +11,6 @@
 namespace tvn
 {
 
-RunnerProcess::RunnerProcess(const ComString& processKey, std::uint32_t pid)
-    : m_processKey(processKey), m_pid(pid)
-{}
-
 int RunnerProcess::Start(ComString appPath, ComString cmdLine, ComString user, ComString domain,
                          ComString password, DWORD timeoutMs)
 {
@@ -74,11 +70,6 @@ int RunnerProcess::GetProcessesByName(ComString name,
         }
     }
     return result;
-}
-
-DWORD RunnerProcess::GetPid()
-{
-    return m_pid;
 }
 
 int RunnerProcess::WaitForExit(DWORD timeoutMs)

@@ -17,7 +17,9 @@ class RunnerProcess : public IProcess
     RunnerProcess() = default;
 
     /// Holds the process that the service names `processKey`.
-    RunnerProcess(const ComString& processKey, std::uint32_t pid);
+    RunnerProcess(const ComString& processKey, std::uint32_t pid)
+        : m_processKey(processKey), m_pid(pid)
+    {}
 
     /// Tries to reach the service for two thirds of `timeoutMs`. `sRunnerNotReachable` on any pipe
     /// failure. The key and the id that the service answers with are kept whatever its result.
@@ -30,7 +32,7 @@ class RunnerProcess : public IProcess
 
     int GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IProcess>>& processes,
                            DWORD timeoutMs) override;
-    DWORD GetPid() override;
+    DWORD GetPid() override { return m_pid; }
 
     /// The service waits as long as this side does, so either may be the one to tell `sTimeout`.
     int WaitForExit(DWORD timeoutMs) override;

@@ -1,6 +1,5 @@
 #include "runner/RunnerRequest.h"
 
-#include "pipeutils/PipeNames.h"
 #include "runner/RunnerProtocol.h"
 
 namespace tvn
@@ -12,8 +11,6 @@ int ResultOfFailure(const PipeException& failure, int result) noexcept
                           dynamic_cast<const WritePipeError*>(&failure) != nullptr;
     return notTaken ? sTimeout : result;
 }
-
-RunnerRequest::RunnerRequest() : RemotePipeClient(RunnerPipeName()) {}
 
 boost::shared_ptr<BaseMsg> RunnerRequest::ExchangeAny(const boost::shared_ptr<BaseMsg>& request,
                                                       DWORD timeoutMs)

@@ -6,6 +6,7 @@
 
 #include "basicslib/Exceptions.h"
 #include "basicslib/TimeBudget.h"
+#include "pipeutils/PipeNames.h"
 #include "pipeutils/RemotePipeClient.h"
 #include "runner/RunnerMessages.h"
 
@@ -22,7 +23,7 @@ int ResultOfFailure(const PipeException& failure, int result) noexcept;
 class RunnerRequest : public RemotePipeClient
 {
   public:
-    RunnerRequest();
+    RunnerRequest() : RemotePipeClient(RunnerPipeName()) {}
 
     /// Sends `request`. Returns the answer, or an empty pointer when the answer is not of the type
     /// that belongs to the request. Both together take up to `timeoutMs` milliseconds (INFINITE: no
