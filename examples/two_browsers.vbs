@@ -10,7 +10,7 @@ Option Explicit
 
 Dim first, second, macros(1), failed
 macros(0) = "Hotel Search"
-macros(1) = "Hotel Prices"
+macros(1) = "await page.goto('data:text/html,<h1>' + vars.name); extract(await page.textContent('h1'));"
 If WScript.Arguments.Count > 0 Then macros(0) = WScript.Arguments(0)
 If WScript.Arguments.Count > 1 Then macros(1) = WScript.Arguments(1)
 

@@ -52,7 +52,7 @@ int main()
     int count = 0;
     wchar_t** const arguments = CommandLineToArgvW(GetCommandLineW(), &count);
     const std::wstring first = count > 1 ? arguments[1] : L"Hotel Search";
-    const std::wstring second = count > 2 ? arguments[2] : L"Hotel Prices";
+    const std::wstring second = count > 2 ? arguments[2] : L"Hotel Search";
     LocalFree(arguments);
 
     bool firstPlayed = false;

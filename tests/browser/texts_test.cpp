@@ -72,14 +72,14 @@ TEST_F(BrowserTexts, WhatAMacroThrowsComesWithItsLineAndTheExtractsUntilThen)
 TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
 {
     const std::filesystem::path folder = BuildFolder() + "\\browser\\Macros";
-    std::ofstream(folder / "Hotel Search.js") << "\xEF\xBB\xBF"
-                                                 "extract('played', vars.city)";
+    std::ofstream(folder / "two words.js") << "\xEF\xBB\xBF"
+                                              "extract('played', vars.city)";
     std::ofstream(folder / "broken.js") << "\n\nthrow new Error('broken')";
     std::ofstream(folder.parent_path() / "outside.js") << "extract('outside')";
     Begin();
     app.Set("city", "Rome");
-    EXPECT_EQ(Plays("Hotel Search"), "1||played[EXTRACT]Rome");
-    EXPECT_EQ(Plays("Hotel Search.js"), "1||played[EXTRACT]");
+    EXPECT_EQ(Plays("two words"), "1||played[EXTRACT]Rome");
+    EXPECT_EQ(Plays("two words.js"), "1||played[EXTRACT]");
     EXPECT_EQ(Plays("broken"), "-100|broken (line 3) (-100)|");
     EXPECT_EQ(Plays("No Such"),
               "-100|There is no macro \"No Such\" in " + folder.string() + " (-100)|");
@@ -87,11 +87,16 @@ TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
         EXPECT_THAT(Plays(outside), testing::StartsWith("-100|")) << outside;
         EXPECT_EQ(app.Extract(), "") << outside;
     }
-    for (const char* file : {"Hotel Search.js", "broken.js", "..\\outside.js"}) {
+    for (const char* file : {"two words.js", "broken.js", "..\\outside.js"}) {
         std::filesystem::remove(folder / file);
     }
 
     // Those that come with the browser.
+    app.Set("city", "New York");
+    app.Set("nights", "3");
+    EXPECT_EQ(Plays("Hotel Search"),
+              "1||Harbour View, New York, 540[EXTRACT]The Elm, New York, 285");
+    EXPECT_THAT(Plays("Hotel Search"), testing::EndsWith("Casa Lupa, Rome, 75")) << "everywhere";
     app.Set("page", (site + "/second.html").c_str());
     EXPECT_EQ(Plays("table"), "1||Room\tPrice[EXTRACT]Single\t80");
     const std::filesystem::path picture = folder.parent_path() / "Output" / "page.png";
