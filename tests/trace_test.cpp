@@ -17,7 +17,9 @@ namespace tvn::tests
 namespace
 {
 
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Pair;
 template <class First, class Second>
 using Pairs = std::vector<std::pair<First, Second>>;
 
@@ -32,11 +34,14 @@ std::string Content(const std::string& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The lines of a trace without their times and processes.
+std::string WithoutTimesAndProcesses(const std::string& lines)
+{
+    return std::regex_replace(lines, std::regex("\\d\\d:\\d\\d:\\d\\d\\.\\d{3} +\\d+ "), "");
+}
+
 std::string Steps(const std::string& path)
 {
-    return std::regex_replace(Content(path), std::regex("\\d\\d:\\d\\d:\\d\\d\\.\\d{3} +\\d+ "),
-                              "");
+    return WithoutTimesAndProcesses(Content(path));
 }
 
 /// The exit code of the viewer, started with `arguments` through a shell, and what it prints.
@@ -54,15 +59,21 @@ std::pair<int, std::string> Trace(const std::string& arguments)
 class Viewer
 {
   public:
-    explicit Viewer(const std::string& arguments)
+    /// `output` takes its lines; without one, a file does.
+    explicit Viewer(const std::string& arguments, HANDLE output = nullptr)
     {
-        std::string line = "\"" + InBuildFolder("tvntrace\\tvntrace.exe") + "\" --out \"" +
-                           InBuildFolder("lines.txt") + "\" " + arguments;
+        std::string line = "\"" + InBuildFolder("tvntrace\\tvntrace.exe") + "\" " + arguments;
         STARTUPINFOA startupInfo = {};
         startupInfo.cb = sizeof startupInfo;
+        if (output == nullptr) {
+            line += " --out \"" + InBuildFolder("lines.txt") + "\"";
+        } else {
+            startupInfo.dwFlags = STARTF_USESTDHANDLES;
+            startupInfo.hStdOutput = output;
+        }
         PROCESS_INFORMATION info = {};
-        EXPECT_TRUE(CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                                   nullptr, &startupInfo, &info));
+        EXPECT_TRUE(CreateProcessA(nullptr, line.data(), nullptr, nullptr, output != nullptr, 0,
+                                   nullptr, nullptr, &startupInfo, &info));
         m_process = ShareHandle(info.hProcess);
         CloseHandle(info.hThread);
         EXPECT_TRUE(Eventually([] {
@@ -71,23 +82,64 @@ class Viewer
         }));
     }
 
-    /// What it has printed in the end.
-    std::string End() const
+    void AskToEnd() const
     {
         // Without a console nobody sends the request; this is how a console does.
         const auto routine = reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(
             GetProcAddress(GetModuleHandleW(L"kernelbase"), "CtrlRoutine")));
         const Handle request(
             CreateRemoteThread(m_process->Get(), nullptr, 0, routine, CTRL_C_EVENT, 0, nullptr));
+        WaitForSingleObject(request.Get(), 5000);
+    }
+
+    DWORD ExitCode() const
+    {
         EXPECT_EQ(WaitForSingleObject(m_process->Get(), 5000), WAIT_OBJECT_0);
         DWORD exitCode = 4711;
         EXPECT_TRUE(GetExitCodeProcess(m_process->Get(), &exitCode));
-        EXPECT_EQ(exitCode, 0U);
+        return exitCode;
+    }
+
+    /// What it has printed into the file in the end.
+    std::string End() const
+    {
+        AskToEnd();
+        EXPECT_EQ(ExitCode(), 0U);
         return Steps(InBuildFolder("lines.txt"));
     }
 
   private:
     boost::shared_ptr<Handle> m_process;
+};
+
+/// A pipe that holds nothing: whoever writes a line waits until it is read.
+struct NarrowPipe
+{
+    NarrowPipe()
+    {
+        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+        HANDLE in = nullptr;
+        HANDLE out = nullptr;
+        EXPECT_TRUE(CreatePipe(&in, &out, &inherited, 1));
+        SetHandleInformation(in, HANDLE_FLAG_INHERIT, 0);
+        reader = ShareHandle(in);
+        writer = ShareHandle(out);
+    }
+
+    /// All that comes until the last writer has gone.
+    std::string ReadAll()
+    {
+        writer.reset();
+        std::string text;
+        char part[512];
+        for (DWORD size = 0; ReadFile(reader->Get(), part, sizeof part, &size, nullptr) != FALSE;) {
+            text.append(part, size);
+        }
+        return text;
+    }
+
+    boost::shared_ptr<Handle> reader;
+    boost::shared_ptr<Handle> writer;
 };
 
 }  // namespace
@@ -116,6 +168,50 @@ TEST(TraceViewer, ShowsTheLinesOfAllProcessesThatItIsAskedFor)
     }
 }
 
+TEST(TraceViewer, ColoursTheLinesOnAConsole)
+{
+    FreeConsole();
+    ASSERT_TRUE(AllocConsole());
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    const Handle console(CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING,
+                                     0, nullptr));
+    const Viewer viewer("--level other", console.Get());
+    LogDebug("one");
+    LogProtocol("two");
+    LogError("three");
+    OutputDebugStringA("four");
+    viewer.AskToEnd();
+    EXPECT_EQ(viewer.ExitCode(), 0U);
+    constexpr DWORD kCells = 400;
+    wchar_t cells[kCells] = {};
+    DWORD count = 0;
+    EXPECT_TRUE(ReadConsoleOutputCharacterW(console.Get(), cells, kCells, {0, 0}, &count));
+    FreeConsole();
+    // The consoles of Wine show the orders for colours as they are.
+    const std::string shown = WithoutTimesAndProcesses(std::string(cells, cells + count));
+    EXPECT_EQ(std::regex_replace(shown, std::regex(" {9,}"), "\n"),
+              "\x1B[90mdebug    one\x1B[0m\n\x1B[96mprotocol two\x1B[0m\n"
+              "\x1B[91merror    three\x1B[0m\nother    four\n");
+}
+
+TEST(TraceViewer, LosesNoLineWhenItIsAskedToEndAndEndsWhenNobodyReads)
+{
+    NarrowPipe pipe;
+    const Viewer viewer("", pipe.writer->Get());
+    LogDebug("one");  // it waits for its reader
+    LogDebug("two");
+    viewer.AskToEnd();
+    EXPECT_EQ(WithoutTimesAndProcesses(pipe.ReadAll()), "debug    one\r\ndebug    two\r\n");
+    EXPECT_EQ(viewer.ExitCode(), 0U);
+
+    NarrowPipe broken;
+    const Viewer unread("", broken.writer->Get());
+    broken.reader.reset();
+    LogDebug("one");
+    EXPECT_EQ(unread.ExitCode(), 1U);
+}
+
 TEST(TraceViewer, SaysWhatIsWrong)
 {
     const Viewer holder("");
@@ -133,6 +229,11 @@ TEST(TraceViewer, SaysWhatIsWrong)
         EXPECT_THAT(printed, HasSubstr(result.second));
     }
     EXPECT_EQ(holder.End(), "");
+    // What has the name of a part of the buffer may be anything.
+    for (const wchar_t* part : {L"DBWIN_BUFFER_READY", L"DBWIN_DATA_READY", L"DBWIN_BUFFER"}) {
+        const Handle taken(CreateMutexW(nullptr, FALSE, part));
+        EXPECT_THAT(Trace(""), Pair(1, HasSubstr("the debug-output buffer cannot be made")));
+    }
 }
 
 TEST(TraceViewer, ExplainsWhatACommandDoesAndEndsWithItsExitCode)
@@ -141,12 +242,12 @@ TEST(TraceViewer, ExplainsWhatACommandDoesAndEndsWithItsExitCode)
     const std::string script = InBuildFolder("traced.vbs");
     std::ofstream(script) << "Set app = CreateObject(\"talvern\")\n"
                              "WScript.Echo app.tvnInit(), app.tvnPlay(\"m\"), app.tvnExit(), "
-                             "WScript.Arguments(0)\n";
+                             "WScript.Arguments(0), WScript.Arguments(1)\n";
     const auto [exitCode, printed] =
         Trace("--follow --explain --out \"" + steps + "\" cmd /c cscript.exe //nologo \"" + script +
-              "\" \"a b\\\\\" ^& exit 7");
+              "\" \"a b\\\\\" c\\\"d\\\"e ^& exit 7");
     EXPECT_EQ(exitCode, 7);
-    EXPECT_EQ(printed, "1 1 1 a b\\\n") << "the command's own output";
+    EXPECT_EQ(printed, "1 1 1 a b\\ c\"d\"e\n") << "the command's own output";
     const std::string text = Steps(steps);
     for (const char* step :
          {"debug    talvern.dll is loaded or unloaded\n",
@@ -166,10 +267,12 @@ TEST(TraceViewer, NeverShowsAPassword)
             "appPath:C:\\b.exe, cmdLine: x)",
             0xFFFFFFFA);
         LogError("CreateProcessWithLogonW failed 0x%08x", 5U);
+        LogError("CreateProcessWithLogonW failed 0x%08x", 5U);
         const std::string lines = viewer.End();
         EXPECT_EQ(lines.find("cret"), std::string::npos) << lines;
         EXPECT_THAT(lines, HasSubstr("****"));
         EXPECT_THAT(lines, HasSubstr(*arguments != 0 ? "-6 (sRunnerNotReachable" : "FFFFFFFA"));
+        EXPECT_THAT(lines, EndsWith(*arguments != 0 ? "1 time more)\n" : "5\n"));
     }
 }
 

@@ -80,18 +80,13 @@ DebugBuffer::DebugBuffer()
     m_written = NewEventOfOnlyViewer(L"DBWIN_DATA_READY", attributes);
     m_mapping = ShareHandle(CreateFileMappingW(INVALID_HANDLE_VALUE, &attributes, PAGE_READWRITE, 0,
                                                sizeof(Contents), L"DBWIN_BUFFER"));
-    if (!m_mapping->IsValid()) {
+    const void* const view = m_mapping->IsValid() ? MapViewOfFile(m_mapping->Get(), FILE_MAP_READ,
+                                                                  0, 0, sizeof(Contents))
+                                                  : nullptr;
+    if (view == nullptr) {
         ThrowRefused(GetLastError());
     }
-    m_view.reset(MapViewOfFile(m_mapping->Get(), FILE_MAP_READ, 0, 0, sizeof(Contents)),
-                 [](const void* view) {
-                     if (view != nullptr) {
-                         UnmapViewOfFile(view);
-                     }
-                 });
-    if (!m_view) {
-        ThrowRefused(GetLastError());
-    }
+    m_view.reset(view, &UnmapViewOfFile);
     SetEvent(m_free->Get());
 }
 

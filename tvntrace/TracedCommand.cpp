@@ -15,10 +15,7 @@ std::string ReadText(HANDLE process, const OUTPUT_DEBUG_STRING_INFO& info)
 {
     std::string text(info.nDebugStringLength, '\0');
     SIZE_T read = 0;
-    if (info.fUnicode != 0 ||
-        !ReadProcessMemory(process, info.lpDebugStringData, text.data(), text.size(), &read)) {
-        return {};
-    }
+    ReadProcessMemory(process, info.lpDebugStringData, text.data(), text.size(), &read);
     text.resize(read);
     return text.substr(0, text.find('\0'));
 }
