@@ -6,6 +6,7 @@
 #include "process/Instance.h"
 #include "process/InstancesMgr.h"
 #include "tests/app_client.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
 #include "tests/replaced_imports.h"
@@ -100,10 +101,13 @@ TEST_F(Attach, InstancesThatDoNotAnswerAreGivenHalfOfTheTime)
     for (const char* fault : {"-standin=no-answer", "-standin=no-pipe"}) {
         SCOPED_TRACE(fault);
         EndBrowsers();  // the last round's ends by itself, in its own time
-        auto ends = RunningFirefox();
+        const auto ends = RunningFirefox();
         const auto faulty = RunningFirefox(fault);
         // The other one ends between being listed and being asked.
-        CallLater(500, [&] { ends.reset(); });
+        CallLater(500, [&] {
+            const Handle process(OpenProcess(PROCESS_TERMINATE, FALSE, ends->GetPid()));
+            TVN_REAL_IMPORT(TerminateProcess)(process.Get(), 1);
+        });
         const LogCapture log;
         EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Init("-fx", false, 4), sOk); }),
                     Within(1800, 4000));

@@ -1,7 +1,11 @@
-// Only in the build that counts what runs: programs that end by ExitProcess, while their other
-// threads still wait, write their counts before.
+// Only in the build that counts what runs: a program that ends by ExitProcess, while its other
+// threads still wait, writes its counts before; so does one that a test ends (see surroundings.h).
 
 #include <windows.h>
+
+#include <string>
+
+#include "tests/count_request.h"
 
 extern "C" void __gcov_dump();
 
@@ -15,3 +19,15 @@ extern "C" void __gcov_dump();
 
 /// The import's own entry, which would otherwise come from the library of the system's functions.
 extern "C" void(WINAPI* const __imp_ExitProcess)(UINT) = &CountAndExit;
+
+static DWORD WINAPI ExitOnRequest(void* request)
+{
+    WaitForSingleObject(request, INFINITE);
+    CountAndExit(tvn::tests::kCountedExitCode);
+}
+
+/// Both live until the process ends.
+static const HANDLE g_thread = CreateThread(
+    nullptr, 0, &ExitOnRequest,
+    CreateEventA(nullptr, TRUE, FALSE, tvn::tests::CountRequestName(GetCurrentProcessId()).c_str()),
+    0, nullptr);

@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "tests/count_request.h"
 #include "tests/imported_calls.h"
 
 namespace tvn::tests
@@ -35,6 +36,12 @@ static const ReplacedImport g_replaced[] = {
                                return nullptr;
                            }
                            return TVN_REAL_IMPORT(CreateEventA)(arguments...);
+                       }),
+    // What the product ends by force is counted too, where the build counts.
+    TVN_REPLACE_IMPORT(TerminateProcess,
+                       [](HANDLE process, UINT code) -> BOOL {
+                           return EndWithCounts(process) ||
+                                  TVN_REAL_IMPORT(TerminateProcess)(process, code);
                        }),
     TVN_REPLACE_IMPORT(
         RegSetValueExW,

@@ -4,8 +4,11 @@
 
 #include <boost/make_shared.hpp>
 
+#include "basicslib/Handle.h"
 #include "basicslib/StatusCode.h"
+#include "pipeutils/PipeNames.h"
 #include "process/Process.h"
+#include "tests/count_request.h"
 #include "tests/texts.h"
 
 namespace tvn::tests
@@ -42,8 +45,11 @@ std::string StandinFolder()
     return BuildFolder() + "\\standins";
 }
 
+/// By force; the build that counts what runs gets the counts of the process before.
 static void End(IProcess& process)
 {
+    constexpr DWORD kAccess = PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE;
+    EndWithCounts(Handle(OpenProcess(kAccess, FALSE, process.GetPid())).Get());
     process.Terminate(0);
     process.WaitForExit(5000);
 }
@@ -56,6 +62,16 @@ boost::shared_ptr<IProcess> Started(const std::string& program, const std::strin
     return {process.get(), [process](IProcess*) {
                 End(*process);
             }};
+}
+
+boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program)
+{
+    // Without a buffer, who writes waits for the reader that goes away.
+    Handle starter(CreateNamedPipeA(static_cast<const char*>(CallbackPipeName(L"left")),
+                                    PIPE_ACCESS_DUPLEX, PIPE_TYPE_MESSAGE, 1, 0, 0, 0, nullptr));
+    auto process = Started(program, "/pipeUuid=left");
+    ConnectNamedPipe(starter.Get(), nullptr);
+    return process;
 }
 
 Processes Running(const char* exe)

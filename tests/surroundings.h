@@ -29,6 +29,9 @@ std::string StandinFolder();
 /// Starts a program of the build folder, which is ended with the last pointer to it.
 boost::shared_ptr<IProcess> Started(const std::string& program, const std::string& arguments = "");
 
+/// Starts one as an instance whose starter goes away while it reports itself.
+boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program);
+
 /// The running processes of an executable, and the end of those of all browsers.
 Processes Running(const char* exe);
 void EndBrowsers();
