@@ -240,6 +240,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "runner: the runner's pipe cannot be made; does another one run?\n");
         return 1;
     }
-    Sleep(INFINITE);
-    return 0;
+    for (;;) {
+        Sleep(INFINITE);
+    }
 }

@@ -2,12 +2,18 @@
 
 #include <gmock/gmock.h>
 
+#include <boost/make_shared.hpp>
 #include <cstdio>
+#include <tuple>
 
+#include "basicslib/Exceptions.h"
 #include "basicslib/StatusCode.h"
 #include "instance/PipeListener.h"
 #include "pipeutils/PipeNames.h"
+#include "pipeutils/RemotePipeClient.h"
+#include "runner/RunnerMessages.h"
 #include "runner/RunnerProcess.h"
+#include "runner/RunnerProtocol.h"
 #include "tests/moments.h"
 #include "tests/replaced_imports.h"
 #include "tests/surroundings.h"
@@ -55,17 +61,34 @@ class RunnerService : public testing::Test
     }
 };
 
-TEST_F(RunnerService, ASecondOneEndsWithTheSentenceThatSaysWhy)
+TEST_F(RunnerService, OneThatCannotServeEndsWithTheSentenceThatSaysWhy)
 {
     const auto service = Service();
-    const std::string second = "\"\"" + BuildFolder() + "\\standins\\runner.exe\" 2>&1\"";
-    // NOLINTNEXTLINE(cert-env33-c): the command line is this program's own
-    FILE* output = _popen(second.c_str(), "r");
-    ASSERT_NE(output, nullptr);
-    char line[256] = "";
-    EXPECT_NE(std::fgets(line, sizeof line, output), nullptr);
-    EXPECT_STREQ(line, "runner: the runner's pipe cannot be made; does another one run?\n");
-    EXPECT_EQ(_pclose(output), 1);
+    const std::tuple<const char*, const char*, int> cases[] = {
+        {"", "runner: the runner's pipe cannot be made; does another one run?\n", 1},
+        {"/limits=1", "runner: unknown argument '/limits=1'; /limit=N and /keep=SECONDS are\n", 2},
+    };
+    for (const auto& [arguments, says, code] : cases) {
+        const std::string second =
+            "\"\"" + BuildFolder() + "\\standins\\runner.exe\" " + arguments + " 2>&1\"";
+        // NOLINTNEXTLINE(cert-env33-c): the command line is this program's own
+        FILE* output = _popen(second.c_str(), "r");
+        ASSERT_NE(output, nullptr);
+        char line[256] = "";
+        EXPECT_NE(std::fgets(line, sizeof line, output), nullptr);
+        EXPECT_STREQ(line, says);
+        EXPECT_EQ(_pclose(output), code);
+    }
+}
+
+TEST_F(RunnerService, WhoSendsAnAnswerIsNotAnswered)
+{
+    const auto service = Service();
+    const auto pipe = RemotePipeClient(RunnerPipeName()).OpenPipe(5000);
+    RunnerProtocol protocol(pipe->Get(), nullptr);
+    boost::shared_ptr<BaseMsg> message = boost::make_shared<MsgStartComplete>(1U);
+    protocol.WriteMsg(message, nullptr, 5000);
+    EXPECT_THROW(protocol.ReadMsg(message, 5000), ReadPipeError);
 }
 
 TEST_F(RunnerService, AKeyNamesNothingInALaterRunAndIsForgottenAfterItsProcess)
