@@ -10,16 +10,10 @@ namespace browser
 
 std::wstring ProgramFolder()
 {
-    std::wstring path(MAX_PATH, L'\0');
-    for (;;) {
-        const auto size = static_cast<DWORD>(path.size());
-        const DWORD length = GetModuleFileNameW(nullptr, path.data(), size);
-        if (length < size) {
-            path.resize(length);
-            return path.substr(0, path.rfind(L'\\'));
-        }
-        path.resize(path.size() * 2);
-    }
+    constexpr DWORD kLongestPath = 32768;  // of those that the system has
+    std::wstring path(kLongestPath, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), kLongestPath));
+    return path.substr(0, path.rfind(L'\\'));
 }
 
 bool IsFile(const std::wstring& path)

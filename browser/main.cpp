@@ -18,6 +18,20 @@ namespace
 constexpr DWORD kCallbackTime = 10000;
 constexpr DWORD kCreatorTime = 60000;
 
+/// False when whoever started this instance is no longer there.
+bool ReportsToStarter(const instance::InstanceArguments& arguments,
+                      const instance::InstanceWindow& window)
+{
+    try {
+        if (!arguments.pipeUuid.empty()) {
+            instance::ReportToStarter(arguments.pipeUuid, window.Get(), kCallbackTime);
+        }
+        return true;
+    } catch (const tvn::BaseException&) {
+        return false;
+    }
+}
+
 /// Nobody else may attach to an instance whose creator has not come, so without him it ends.
 void EndWithoutCreator(const instance::CommandService& service,
                        const instance::InstanceWindow& window)
@@ -37,19 +51,11 @@ void Serve(const instance::InstanceArguments& arguments)
     browser::OwnBrowser own(window, browser::ReadOptions());
     own.Start(!arguments.creatorUuid.empty());
     instance::CommandService service(window.Get(), arguments, own);
-    if (!service.Start()) {
+    if (!service.Start() || !ReportsToStarter(arguments, window)) {
         own.Close();
         ExitProcess(1);
     }
-    if (!arguments.pipeUuid.empty()) {
-        try {
-            instance::ReportToStarter(arguments.pipeUuid, window.Get(), kCallbackTime);
-        } catch (const tvn::BaseException&) {
-            own.Close();  // whoever started this instance is no longer there
-            ExitProcess(1);
-        }
-        EndWithoutCreator(service, window);
-    }
+    EndWithoutCreator(service, window);
     instance::InstanceWindow::Run();
     own.Close();
     ExitProcess(0);  // the threads that wait for commands end with the process

@@ -1,5 +1,7 @@
 // Several commands and several clients: who has given up, who has died, who comes next.
 
+#include <map>
+
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
 #include "pipeutils/CommandsProtocol.h"
@@ -54,12 +56,27 @@ TEST_F(BrowserClients, AClientThatDiesInMidPlayLeavesAFreeBrowserThatHasStopped)
         CommandsProtocol protocol(pipe->Get(), nullptr);
         EXPECT_EQ(Asked(protocol, kCommandPlay, L""), sFail) << "nobody has attached";
         ASSERT_EQ(Asked(protocol, kCommandAttachIfFree, L""), sOk);
+        // A play that waits for its turn gives way to the next, as the one that it waits for.
+        for (const auto& [id, waiting] : {std::pair(3U, L" -macro for(;;)await[SP]page.title() "),
+                                          {4U, L" -macro for(;;)await[SP]page.title() "},
+                                          {5U, L" -macro extract(5) "}}) {
+            auto message = CommandsProtocol::NewCommand(id, kCommandPlay, waiting);
+            protocol.WriteMessage(message, 5000);
+        }
+        std::map<unsigned int, int> statuses;
+        for (CommandReply reply; statuses.size() < 3;) {
+            const unsigned int id = protocol.ReadReply(reply, 10000);
+            statuses[id] = reply.status;
+        }
+        EXPECT_THAT(statuses,
+                    testing::ElementsAre(testing::Pair(3U, sNotCompleted),
+                                         testing::Pair(4U, sNotCompleted), testing::Pair(5U, sOk)));
         std::string macro = "await page.goto('" + site +
                             "/second.html'); await page.evaluate(() => { window.n = 0; "
                             "}); for (;;) await page.evaluate(() => { ++n; })";
         ReplaceAll(macro, " ", "[SP]");
         const std::string argument = " -macro " + macro + " ";
-        auto play = CommandsProtocol::NewCommand(3, kCommandPlay, ToView(ToComString(argument)));
+        auto play = CommandsProtocol::NewCommand(6, kCommandPlay, ToView(ToComString(argument)));
         protocol.WriteMessage(play, 5000);
         Sleep(1500);
     }

@@ -1,6 +1,6 @@
 // Browsers that end, in every way, or never come up; what is left of them.
 
-#include <cstdio>
+#include <filesystem>
 
 #include "basicslib/StatusCode.h"
 #include "tests/browser/real_browser.h"
@@ -56,6 +56,8 @@ TEST_F(BrowserEnds, AnInstanceEndedByForceIsClearedAwayByTheNext)
     EndBrowsers();
     EXPECT_EQ(app.Exit(), sOk);
     EXPECT_EQ(ProfileFolders().size(), 1U);
+    std::filesystem::create_directory(std::filesystem::temp_directory_path() /
+                                      "talvern-profile-of-one-that-never-came-up");
     Begin();
     EXPECT_TRUE(Eventually([] { return ProfileFolders().size() == 2; }));
     EXPECT_EQ(app.Exit(), sOk);
@@ -69,16 +71,7 @@ TEST_F(BrowserEnds, WithoutABrowserTheAttachIsRefusedAndTheDebugOutputSaysWhatWa
     SetEnvironmentVariableA("TALVERN_BROWSER", "Z:\\none");
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Init("", true, 20), sFail); }), Within(0, 10000));
     ExpectNothingLeft();
-    const std::string trace = "\"\"" + BuildFolder() + "\\tvntrace\\tvntrace.exe\" \"" +
-                              BuildFolder() + "\\browser\\talvern.exe\"\"";
-    // NOLINTNEXTLINE(cert-env33-c): the command line is this program's own
-    FILE* output = _popen(trace.c_str(), "r");
-    ASSERT_NE(output, nullptr);
-    std::string lines;
-    for (char line[4096]; std::fgets(line, sizeof line, output) != nullptr;) {
-        lines += line;
-    }
-    _pclose(output);
+    const std::string lines = TraceOfOwnBrowser();
     for (const char* place : {"\"Browser\"", "TALVERN_BROWSER (no such file: Z:\\none)",
                               "App Paths of msedge.exe (not set)", "chrome.exe", "chromium.exe"}) {
         EXPECT_THAT(lines, testing::HasSubstr(place));

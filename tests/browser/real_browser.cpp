@@ -6,8 +6,11 @@
 #include <fstream>
 #include <iterator>
 
+#include "basicslib/Handle.h"
+#include "basicslib/Log.h"
 #include "basicslib/StatusCode.h"
 #include "process/Process.h"
+#include "tests/moments.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
 
@@ -97,6 +100,26 @@ void KillBrowserProcesses()
         arguments += L" " + std::wstring(pid.begin(), pid.end());
     }
     Process().Start(L"Z:\\bin\\kill", ToComString(arguments), kNone, kNone, kNone, 5000);
+}
+
+std::string TraceOfOwnBrowser(const std::string& arguments)
+{
+    const std::string file = BuildFolder() + "\\own_browser.txt";
+    std::filesystem::remove(file);
+    const auto viewer = Started("tvntrace\\tvntrace.exe", "--out \"" + file + "\"");
+    EXPECT_TRUE(Eventually([] {
+        const Handle buffer(OpenFileMappingW(FILE_MAP_READ, FALSE, L"DBWIN_BUFFER"));
+        return buffer.IsValid();
+    }));
+    EXPECT_EQ(Started("browser\\talvern.exe", arguments)->WaitForExit(30000), sOk);
+    LogDebug("it has ended");
+    std::string lines;
+    EXPECT_TRUE(Eventually([&] {
+        std::ifstream trace(file);
+        lines.assign(std::istreambuf_iterator<char>(trace), {});
+        return lines.find("it has ended") != std::string::npos;
+    }));
+    return lines;
 }
 
 std::vector<std::string> ProfileFolders()

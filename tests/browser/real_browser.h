@@ -47,4 +47,7 @@ std::vector<std::string> BrowserProcesses();
 std::vector<std::string> ProfileFolders();
 void KillBrowserProcesses();
 
+/// What an own browser without a client says in the debug output until it ends.
+std::string TraceOfOwnBrowser(const std::string& arguments = "");
+
 }  // namespace tvn::tests

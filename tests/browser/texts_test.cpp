@@ -2,9 +2,14 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
+#include "basicslib/Handle.h"
 #include "basicslib/StatusCode.h"
+#include "process/Instance.h"
+#include "process/InstancesMgr.h"
 #include "tests/browser/real_browser.h"
+#include "tests/moments.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
 
@@ -69,6 +74,34 @@ TEST_F(BrowserTexts, WhatAMacroThrowsComesWithItsLineAndTheExtractsUntilThen)
     }
 }
 
+TEST_F(BrowserTexts, TheDebugOutputHasEachStepOfAMacroAndWhatItWrites)
+{
+    const std::filesystem::path file = BuildFolder() + "\\steps.txt";
+    std::filesystem::remove(file);
+    const auto viewer = Started("tvntrace\\tvntrace.exe", "--out \"" + file.string() + "\"");
+    const auto browser = Started("browser\\talvern.exe", "--trace");
+    ASSERT_TRUE(Eventually([] {
+        std::vector<boost::shared_ptr<Instance>> instances;
+        InstancesMgr().GetInstancesByName(instances, L"talvern.exe", 5000);
+        return instances.size() == 1;
+    }));
+    ASSERT_EQ(app.Init("", false, 60), sOk);
+    EXPECT_EQ(Plays("console.log('wrote', 1, 'word');\nawait page.title();\nawait "
+                    "page.click('#none', { timeout: 1 })"),
+              "-100|#none is not there (line 3) (-100)|");
+    std::string lines;
+    EXPECT_TRUE(Eventually([&] {
+        std::ifstream trace(file);
+        lines.assign(std::istreambuf_iterator<char>(trace), {});
+        return lines.find("macro, line 3") != std::string::npos;
+    }));
+    for (const char* step :
+         {"macro: wrote 1 word\n", "macro, line 2: title() done after ", "macro, line 3: click("}) {
+        EXPECT_THAT(lines, testing::HasSubstr(step));
+    }
+    EXPECT_EQ(app.Exit(), sOk);
+}
+
 TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
 {
     const std::filesystem::path folder = BuildFolder() + "\\browser\\Macros";
@@ -86,6 +119,12 @@ TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
     for (const char* outside : {"../outside.js", "..\\outside.js", "..\\outside"}) {
         EXPECT_THAT(Plays(outside), testing::StartsWith("-100|")) << outside;
         EXPECT_EQ(app.Extract(), "") << outside;
+    }
+    {
+        const Handle other(CreateFileW((folder / "broken.js").c_str(), GENERIC_READ, 0, nullptr,
+                                       OPEN_EXISTING, 0, nullptr));
+        EXPECT_EQ(Plays("broken"),
+                  "-100|The macro " + (folder / "broken.js").string() + " cannot be read. (-100)|");
     }
     for (const char* file : {"two words.js", "broken.js", "..\\outside.js"}) {
         std::filesystem::remove(folder / file);

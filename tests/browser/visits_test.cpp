@@ -121,6 +121,14 @@ TEST_F(BrowserVisits, PicturesAreWrittenBelowTheFolderOutputOnly)
         const std::string macro = std::string("await page.screenshot({ path: '") + path + "' })";
         EXPECT_THAT(Plays(macro), testing::HasSubstr("no path below the folder Output")) << path;
     }
+    // Neither beside the program nor in the person's own folder.
+    char own[MAX_PATH] = "";
+    GetEnvironmentVariableA("LOCALAPPDATA", own, MAX_PATH);
+    for (const std::string& folder : {output, own + std::string("\\Talvern\\Output\\")}) {
+        std::filesystem::create_directories(folder + "taken.png");
+    }
+    EXPECT_EQ(Plays("await page.screenshot({ path: 'taken.png' })"),
+              "-100|screenshot: \"taken.png\" cannot be written (line 1) (-100)|");
     EXPECT_EQ(Plays("await page.screenshot({ path: 'a.exe' })"),
               "-100|screenshot: the path has to end with .png or .jpg (line 1) (-100)|");
 }
