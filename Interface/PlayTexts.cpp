@@ -117,8 +117,7 @@ void AppendVariable(std::wstring& arguments, std::wstring_view name, std::wstrin
     if (name.find(L'-') != 0) {
         arguments += kVariablePrefix;
     }
-    arguments += name;
-    arguments += L' ';
+    arguments.append(name).append(1, L' ');
     AppendEncoded(arguments, value);
 }
 
@@ -126,9 +125,7 @@ void MakePlayArgument(std::wstring_view macro, std::wstring& variables)
 {
     std::wstring head;
     head.reserve(kMacroSwitch.size() + EncodedSize(macro) + 3);
-    head += L' ';
-    head += kMacroSwitch;
-    head += L' ';
+    head.append(1, L' ').append(kMacroSwitch).append(1, L' ');
     AppendEncoded(head, macro);
     head += L' ';
     variables.insert(0, head);

@@ -1,6 +1,6 @@
 #include "comserver/Module.h"
 
-#include <comdef.h>
+#include <oleauto.h>
 #include <wrl/client.h>
 
 #include <algorithm>
@@ -14,7 +14,6 @@
 namespace comserver
 {
 
-using _com_util::CheckError;
 using Microsoft::WRL::ComPtr;
 
 namespace
@@ -23,40 +22,35 @@ namespace
 constexpr WORD kRegistryScriptId = 101;
 constexpr const wchar_t* kRegistryScriptType = L"REGISTRY";
 
-[[noreturn]] void ThrowLastError()
+/// What the system has just refused; never a success.
+HRESULT LastError() noexcept
 {
-    throw _com_error(HRESULT_FROM_WIN32(GetLastError()));
+    const HRESULT result = HRESULT_FROM_WIN32(GetLastError());
+    return FAILED(result) ? result : E_FAIL;
 }
 
 /// The script in the server's resources; resources stay in memory as long as the server does.
-std::string_view FindScript(HINSTANCE instance)
+HRESULT FindScript(HINSTANCE instance, std::string_view& text)
 {
     HRSRC resource =
         FindResourceW(instance, MAKEINTRESOURCEW(kRegistryScriptId), kRegistryScriptType);
     HGLOBAL loaded = resource == nullptr ? nullptr : LoadResource(instance, resource);
     const void* bytes = loaded == nullptr ? nullptr : LockResource(loaded);
     if (bytes == nullptr) {
-        ThrowLastError();
+        return LastError();
     }
-    return {static_cast<const char*>(bytes), SizeofResource(instance, resource)};
+    text = {static_cast<const char*>(bytes), SizeofResource(instance, resource)};
+    return S_OK;
 }
 
-ComPtr<ITypeLib> LoadTypeLibOf(const std::wstring& path)
-{
-    ComPtr<ITypeLib> typeLib;
-    CheckError(LoadTypeLibEx(path.c_str(), REGKIND_NONE, typeLib.GetAddressOf()));
-    return typeLib;
-}
-
-/// Runs steps that throw at the first failure, and returns that failure.
+/// Runs steps that build texts; running out of memory ends as an HRESULT like every other failure.
+/// The others are not thrown: what an exception leaves to the runtime stays when a server that has
+/// not served a class is unloaded.
 template <class Steps>
 HRESULT Run(Steps steps) noexcept
 {
     try {
-        steps();
-        return S_OK;
-    } catch (const _com_error& error) {
-        return error.Error();
+        return steps();
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
@@ -109,28 +103,37 @@ void Module::StayLoaded() noexcept
 HRESULT Module::RegisterServer() noexcept
 {
     return Run([this] {
-        std::wstring path = GetPath();
-        const std::string_view script = FindScript(m_instance);
-        const MachineClasses classes;
-        CheckError(RegistryScript(classes.Get(), script, path).Register());
-        CheckError(RegisterTypeLib(LoadTypeLibOf(path).Get(), path.data(), nullptr));
+        std::wstring path;
+        std::string_view script;
+        MachineClasses classes;
+        ComPtr<ITypeLib> typeLib;
+        HRESULT result = GetPath(path);
+        result = FAILED(result) ? result : FindScript(m_instance, script);
+        result = FAILED(result) ? result : classes.Open();
+        result = FAILED(result) ? result : RegistryScript(classes.Get(), script, path).Register();
+        result = FAILED(result) ? result : LoadTypeLibEx(path.data(), REGKIND_NONE, &typeLib);
+        return FAILED(result) ? result : RegisterTypeLib(typeLib.Get(), path.data(), nullptr);
     });
 }
 
 HRESULT Module::UnregisterServer() noexcept
 {
     return Run([this] {
-        const std::string_view script = FindScript(m_instance);
-        const MachineClasses classes;
-        const HRESULT keys = RegistryScript(classes.Get(), script, {}).Unregister();
+        std::string_view script;
+        MachineClasses classes;
+        HRESULT result = FindScript(m_instance, script);
+        result = FAILED(result) ? result : classes.Open();
+        if (FAILED(result)) {
+            return result;
+        }
+        result = RegistryScript(classes.Get(), script, {}).Unregister();
         const auto& [libid, major, minor, lcid, iid] = m_typeLibrary;
         BSTR path = nullptr;
         const bool registered = SUCCEEDED(QueryPathOfRegTypeLib(libid, major, minor, lcid, &path));
         SysFreeString(path);
         const HRESULT typeLib =
             registered ? UnRegisterTypeLib(libid, major, minor, lcid, SYS_WIN64) : S_OK;
-        CheckError(keys);
-        CheckError(typeLib);
+        return FAILED(result) ? result : typeLib;
     });
 }
 
@@ -139,9 +142,16 @@ HRESULT Module::GetTypeInfo(ITypeInfo** typeInfo) noexcept
     return Run([this, typeInfo] {
         ITypeInfo* known = m_typeInfo.load();
         if (known == nullptr) {
+            std::wstring path;
+            ComPtr<ITypeLib> typeLib;
             ComPtr<ITypeInfo> loaded;
-            CheckError(LoadTypeLibOf(GetPath())->GetTypeInfoOfGuid(m_typeLibrary.dispatchInterface,
-                                                                   loaded.GetAddressOf()));
+            const GUID& iid = m_typeLibrary.dispatchInterface;
+            HRESULT result = GetPath(path);
+            result = FAILED(result) ? result : LoadTypeLibEx(path.data(), REGKIND_NONE, &typeLib);
+            result = FAILED(result) ? result : typeLib->GetTypeInfoOfGuid(iid, &loaded);
+            if (FAILED(result)) {
+                return result;
+            }
             // Another thread may have been first; then its object is the one that is kept.
             if (m_typeInfo.compare_exchange_strong(known, loaded.Get())) {
                 known = loaded.Detach();
@@ -149,19 +159,16 @@ HRESULT Module::GetTypeInfo(ITypeInfo** typeInfo) noexcept
         }
         known->AddRef();
         *typeInfo = known;
+        return S_OK;
     });
 }
 
-std::wstring Module::GetPath() const
+HRESULT Module::GetPath(std::wstring& path) const
 {
-    std::wstring path(0x8000, L'\0');  // the longest that there is
+    path.resize(0x8000);  // the longest that there is
     const auto size = static_cast<DWORD>(path.size());
-    const DWORD length = GetModuleFileNameW(m_instance, path.data(), size);
-    if (length == 0) {
-        ThrowLastError();
-    }
-    path.resize(length);
-    return path;
+    path.resize(GetModuleFileNameW(m_instance, path.data(), size));
+    return path.empty() ? LastError() : S_OK;
 }
 
 }  // namespace comserver

@@ -80,7 +80,7 @@ class Module
 
   private:
     void StayLoaded() noexcept;
-    std::wstring GetPath() const;
+    HRESULT GetPath(std::wstring& path) const;
 
     std::span<const ClassEntry> m_classes;
     TypeLibraryId m_typeLibrary;

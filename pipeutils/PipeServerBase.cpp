@@ -46,19 +46,18 @@ bool PipeServerBase::ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlappe
     if (connected) {
         return false;  // not what an overlapped connect does
     }
-    switch (error) {
-        case ERROR_PIPE_CONNECTED:
-            // The client came before the connect was started, which then has nothing to signal.
-            SetEvent(overlapped->GetOverlapped()->hEvent);
-            return true;
-        case ERROR_IO_PENDING:
-            overlapped->SetPending();
-            return true;
-        default:
-            LogDebug("[PipeServerBase::ConnectPipe ConnectNamedPipe] FAILED (%08X)",
-                     static_cast<unsigned int>(error));
-            return false;
+    if (error == ERROR_PIPE_CONNECTED) {
+        // The client came before the connect was started, which then has nothing to signal.
+        SetEvent(overlapped->GetOverlapped()->hEvent);
+        return true;
     }
+    if (error == ERROR_IO_PENDING) {
+        overlapped->SetPending();
+        return true;
+    }
+    LogDebug("[PipeServerBase::ConnectPipe ConnectNamedPipe] FAILED (%08X)",
+             static_cast<unsigned int>(error));
+    return false;
 }
 
 bool PipeServerBase::ConnectPipe(HANDLE hPipe, DWORD timeout, HANDLE hInterrupt, DWORD& error)

@@ -89,18 +89,13 @@ bool WaitForEvent(HANDLE event, DWORD timeout, HANDLE hInterrupt)
     const HANDLE handles[] = {event, hInterrupt};
     const DWORD result = WaitPumping(Handle::IsValid(hInterrupt) ? 2 : 1, handles, timeout);
     const DWORD error = GetLastError();
-    switch (result) {
-        case WAIT_OBJECT_0:
-            return true;
-        case WAIT_OBJECT_0 + 1:
-        case WAIT_TIMEOUT:
-            return false;
-        case WAIT_FAILED:
-            throw Win32Exception(error, __FILE__, __LINE__);
-        default:
-            TVN_ASSERT(!"Unexpected return code");
-            return false;
+    if (result == WAIT_FAILED) {
+        throw Win32Exception(error, __FILE__, __LINE__);
     }
+    if (result > WAIT_OBJECT_0 + 1 && result != WAIT_TIMEOUT) {
+        TVN_ASSERT(!"Unexpected return code");
+    }
+    return result == WAIT_OBJECT_0;
 }
 
 }  // namespace tvn

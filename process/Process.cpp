@@ -57,14 +57,11 @@ int Process::WaitForExit(DWORD timeoutMs)
     if (!HoldsProcess()) {
         return sFail;
     }
-    switch (WaitForSingleObject(m_handle->Get(), timeoutMs)) {
-        case WAIT_OBJECT_0:
-            return sOk;
-        case WAIT_TIMEOUT:
-            return sTimeout;
-        default:
-            return sFail;
+    const DWORD waited = WaitForSingleObject(m_handle->Get(), timeoutMs);
+    if (waited == WAIT_TIMEOUT) {
+        return sTimeout;
     }
+    return waited == WAIT_OBJECT_0 ? sOk : sFail;
 }
 
 }  // namespace tvn

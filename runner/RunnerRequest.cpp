@@ -15,8 +15,8 @@ int ResultOfFailure(const PipeException& failure, int result) noexcept
 boost::shared_ptr<BaseMsg> RunnerRequest::ExchangeAny(const boost::shared_ptr<BaseMsg>& request,
                                                       DWORD timeoutMs)
 {
-    const TimeBudget budget(timeoutMs);
     RunnerProtocol protocol(OpenPipe()->Get(), nullptr);
+    const TimeBudget budget(timeoutMs);
     protocol.WriteMsg(request, nullptr, timeoutMs);
     boost::shared_ptr<BaseMsg> reply;
     protocol.ReadMsg(reply, budget.Remaining());

@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <sstream>
 #include <thread>
 
@@ -413,6 +414,33 @@ static std::size_t Occurrences(const std::string& text, const std::string& part)
         ++count;
     }
     return count;
+}
+
+TEST(UnusedServer, ARegistrationThatFailsLeavesNothingWhenItIsUnloaded)
+{
+    // Whoever lacks the right to write there is refused in the same place.
+    HKEY nothing = nullptr;
+    ASSERT_EQ(RegCreateKeyA(HKEY_CURRENT_USER, "Software\\TalvernNothing", &nothing),
+              ERROR_SUCCESS);
+    RegOverridePredefKey(HKEY_LOCAL_MACHINE, nothing);
+    std::set<DWORD> freeIndexes;
+    for (int round = 0; round < 10; ++round) {
+        HMODULE dll = LoadLibraryA(DllPath().c_str());
+        for (const char* name : {"DllRegisterServer", "DllUnregisterServer"}) {
+            const auto call = reinterpret_cast<HRESULT(WINAPI*)()>(
+                reinterpret_cast<void*>(GetProcAddress(dll, name)));
+            EXPECT_EQ(call(), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) << name;
+        }
+        FreeLibrary(dll);
+        EXPECT_EQ(GetModuleHandleA(DllPath().c_str()), nullptr) << "nothing has used it";
+        const DWORD index = TlsAlloc();
+        TlsFree(index);
+        freeIndexes.insert(index);
+    }
+    RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+    RegCloseKey(nothing);
+    RegDeleteKeyA(HKEY_CURRENT_USER, "Software\\TalvernNothing");
+    EXPECT_EQ(freeIndexes.size(), 1U) << "each round has taken one";
 }
 
 TEST_F(ComServer, TheFileNamesTheProductAndNoPathOfTheMachineThatBuiltIt)
