@@ -307,6 +307,21 @@ function elementsInPage() {
       }
     },
 
+    // Waits until the mouse moves over this document, which is where `selector` is.
+    mouse(selector, timeout) {
+      return new Promise((resolve) => {
+        const end = (answer) => {
+          removeEventListener("mousemove", seen, true);
+          resolve(answer);
+        };
+        const seen = (event) => event.isTrusted && end({ value: true });
+        addEventListener("mousemove", seen, true);
+        if (timeout !== null) {
+          setTimeout(end, timeout, { against: "is not where the mouse reaches it" });
+        }
+      });
+    },
+
     title() {
       return { value: document.title };
     },

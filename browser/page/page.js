@@ -188,6 +188,7 @@ class FrameOperations {
 
   async #clickAt(selector, options, deadline) {
     const { x, y } = await this.#aim(selector, deadline);
+    await this.#reach(selector, { x, y }, deadline);
     const button = options.button ?? "left";
     const count = options.clickCount ?? 1;
     const mouse = (type, more) =>
@@ -199,6 +200,23 @@ class FrameOperations {
     }
     await Promise.all(events);
     await this.#settle(deadline);
+  }
+
+  // A frame from another site draws by itself. Until the browser knows where it lies, what is
+  // clicked there goes to the page around it: the mouse is moved until the frame has seen it.
+  async #reach(selector, { x, y }, deadline) {
+    if ((await this.#frame(deadline)).session === this.#tree.session) {
+      return;
+    }
+    let seen = false;
+    const arrival = this.#ask("mouse", selector, [], deadline).then(() => (seen = true));
+    for (let shift = 1; !seen; shift = 1 - shift) {
+      const move = { type: "mouseMoved", x: x + shift, y };
+      await Promise.all([
+        this.#input("Input.dispatchMouseEvent", move, deadline),
+        Promise.race([arrival, new Promise((resolve) => setTimeout(resolve, 20))]),
+      ]);
+    }
   }
 
   // Where a click hits the element, as seen from the page's corner.
