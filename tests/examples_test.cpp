@@ -26,6 +26,7 @@ namespace
 {
 
 using testing::HasSubstr;
+using testing::StartsWith;
 
 /// What a program prints, behind its exit code and a bar.
 std::string Ran(std::string commandLine)
@@ -166,6 +167,29 @@ TEST(Examples, ForEveryDayDoWhatTheySay)
                 Within(3000, 5800))
         << "the two plays run at the same time";
     EXPECT_TRUE(Running("talvern.exe").empty());
+}
+
+TEST(Examples, EndWithAFailureWhenTheObjectIsNotRegistered)
+{
+    const std::string dll = "\"" + BuildFolder() + "\\talvern.dll\"";
+    EXPECT_EQ(Ran("regsvr32.exe /s /u " + dll), "0|");
+    const char* said =
+        "the scripting object cannot be used (0x80040154): it is not registered, so install it";
+    for (const char* program : {"play.exe", "play_c.exe"}) {
+        EXPECT_THAT(Ran(BuildFolder() + "\\examples\\" + program),
+                    AllOf(StartsWith("1|"), HasSubstr(said)));
+    }
+    {
+        const talvern::Apartment apartment;
+        try {
+            const talvern::Client client;
+            ADD_FAILURE() << "there is an object all the same";
+        } catch (const talvern::ComError& error) {
+            EXPECT_EQ(error.Result(), REGDB_E_CLASSNOTREG);
+            EXPECT_STREQ(error.what(), said);
+        }
+    }
+    EXPECT_EQ(Ran("regsvr32.exe /s " + dll), "0|");
 }
 
 TEST(Examples, EveryScriptInTheDocumentsRunsToItsEnd)

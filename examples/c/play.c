@@ -194,7 +194,8 @@ int main(void)
     CoInitializeEx(NULL, COINIT_APARTMENTTHREADED);
     result = CoCreateInstance(&CLSID_App, NULL, CLSCTX_INPROC_SERVER, &IID_IApp, (void**)&app);
     if (FAILED(result)) {
-        printf("error: the scripting object cannot be used (0x%08lX)\n", (unsigned long)result);
+        printf("error: the scripting object cannot be used (0x%08lX)%s\n", (unsigned long)result,
+               result == REGDB_E_CLASSNOTREG ? ": it is not registered, so install it" : "");
     } else {
         succeeded = RunCycle(app, macro, options, seconds);
         IApp_Release(app);

@@ -36,10 +36,10 @@ class ComError : public std::runtime_error
   private:
     static std::string Describe(HRESULT result)
     {
-        char text[64];
+        char text[128];
         std::snprintf(text, sizeof text, "the scripting object cannot be used (0x%08lX)%s",
                       static_cast<unsigned long>(result),
-                      result == REGDB_E_CLASSNOTREG ? ": it is not registered" : "");
+                      result == REGDB_E_CLASSNOTREG ? ": it is not registered, so install it" : "");
         return text;
     }
 
