@@ -64,7 +64,7 @@ class Attach : public testing::Test
     std::string Starts(const _variant_t& options)
     {
         const LogCapture log;
-        EXPECT_EQ(app.Init(options), sOk);
+        EXPECT_EQ(app.Init(options), sOk) << testing::PrintToString(log.Lines());
         const std::string commandLine = CommandLine();
         EXPECT_EQ(app.Exit(), sOk);
         return WithoutIds(commandLine, log);
