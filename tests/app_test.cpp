@@ -216,6 +216,7 @@ TEST_F(Scripting, AnExceptionEndsAsAStatusWithItsText)
     EXPECT_EQ(app.Play("!wait 200"), sFail) << "its answer is not there before the wait";
     EXPECT_EQ(app.Play("second"), sOk);
     EXPECT_EQ(app.Extract(_variant_t(1L)), "second") << "in front of what the failed play has left";
+    EXPECT_EQ(app.Play("!hang", 0), sTimeout) << "no answer is there before the wait";
     watch.Fail("MsgWaitForMultipleObjectsEx", ERROR_NO_SYSTEM_RESOURCES);
     EXPECT_EQ(app.Exit(), sFail);
     EXPECT_EQ(app.Exit(), sNotStarted) << "detached all the same";
