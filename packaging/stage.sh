@@ -12,6 +12,7 @@ stage_programs() { # folder
     mkdir "$1/browser"
     cp "$release/browser/talvern.exe" "$1/browser"
     cp -r browser/Macros "$1/browser"
+    mv "$1/browser/Macros/"{hotel_search,"Hotel Search"}.js
     cp packaging/register.cmd packaging/unregister.cmd "$1"
 }
 
