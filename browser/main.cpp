@@ -55,7 +55,9 @@ void Serve(const instance::InstanceArguments& arguments)
         own.Close();
         ExitProcess(1);
     }
-    EndWithoutCreator(service, window);
+    if (!arguments.pipeUuid.empty()) {
+        EndWithoutCreator(service, window);
+    }
     instance::InstanceWindow::Run();
     own.Close();
     ExitProcess(0);  // the threads that wait for commands end with the process
