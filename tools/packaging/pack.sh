@@ -30,7 +30,7 @@ make_msi() { # folder, file
     local stage=${1#"$root/"} # wixl takes no absolute names
     local product action type files=$build/package/files.wxs log=$build/package/wixl.log
     # Two packages are two products to the installer, unless they are the same.
-    product=$(guid_of "$(fingerprint "$1")$(sha256sum packaging/talvern.wxs)")
+    product=$(guid_of "$(fingerprint "$1")$(sha256sum tools/packaging/talvern.wxs)")
     # The compiler takes files by their names from here only, and no wildcards.
     find "$stage" -type f ! -path "$stage/talvern.dll" ! -path "$stage/*register.cmd" | LC_ALL=C sort |
         wixl-heat --prefix "$stage/" --var var.Stage --directory-ref INSTALLDIR \
@@ -39,8 +39,8 @@ make_msi() { # folder, file
     rm -f "$2"
     # Not every error that it tells of makes it fail.
     if ! wixl --arch x64 -D Version="${1##*-}" -D ProductCode="$product" -D Stage="$stage" \
-        -D Packaging=packaging -D Win64=yes \
-        -o "$2" packaging/talvern.wxs "$files" >"$log" 2>&1 || [ -s "$log" ]; then
+        -D Packaging=tools/packaging -D Win64=yes \
+        -o "$2" tools/packaging/talvern.wxs "$files" >"$log" 2>&1 || [ -s "$log" ]; then
         fail "wixl cannot make the package; see build/package/wixl.log"
     fi
     # A rollback's action is a deferred one that is skipped until then.
@@ -49,7 +49,7 @@ make_msi() { # folder, file
         msibuild "$2" -q "UPDATE \`CustomAction\` SET \`Type\` = $((type | 256)) WHERE \`Action\` = '$action'" ||
             fail "the action $action cannot be kept for a rollback"
     done
-    packaging/summary.py "$2" "{$(guid_of "package $product")}" "$SOURCE_DATE_EPOCH" ||
+    tools/packaging/summary.py "$2" "{$(guid_of "package $product")}" "$SOURCE_DATE_EPOCH" ||
         fail "the package cannot be given its code and time"
 }
 

@@ -13,7 +13,7 @@ stage_programs() { # folder
     cp "$release/browser/talvern.exe" "$1/browser"
     cp -r browser/Macros "$1/browser"
     mv "$1/browser/Macros/"{hotel_search,"Hotel Search"}.js
-    cp packaging/register.cmd packaging/unregister.cmd "$1"
+    cp tools/packaging/register.cmd tools/packaging/unregister.cmd "$1"
 }
 
 # What tries everything on the machine where it is installed: each program in the folder, below one
@@ -21,7 +21,7 @@ stage_programs() { # folder
 stage_selftest() { # folder
     local programs=$1/selftest
     mkdir -p "$programs/scripts"
-    cp packaging/selftest.cmd "$1"
+    cp tools/packaging/selftest.cmd "$1"
     cp tests/script_host_test.{vbs,js}{,.txt} "$programs/scripts"
     (cd "$build/release" && cp --parents -t "$programs" tests/talvern_tests.exe \
         tests/window_owner.exe tests/windows/iexplore.exe soak/soak.exe tvntrace/tvntrace.exe \
@@ -68,7 +68,7 @@ stage_documents() { # folder
         page=$1/${document%.md}.html
         mkdir -p "$(dirname "$page")"
         DOCUMENTS="${documents[*]}" HERE=$(dirname "$document") STAGE=$1 \
-            pandoc --from gfm --to html5 --standalone --lua-filter packaging/links.lua \
+            pandoc --from gfm --to html5 --standalone --lua-filter tools/packaging/links.lua \
             --metadata "pagetitle=$(sed -n 's/^# //p' "$document" | head -1)" \
             --output "$page" "$document" || fail "$document cannot be made a page"
     done
