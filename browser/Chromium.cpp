@@ -24,8 +24,9 @@ Json PagesOnly()
 }  // namespace
 
 Chromium::Chromium(const BrowserChoice& choice, DWORD timeout, OnMessage onMessage,
-                   std::function<void()> onGone)
+                   OnBrowserEvent onBrowserEvent, std::function<void()> onGone)
     : m_onMessage(std::move(onMessage)),
+      m_onBrowserEvent(std::move(onBrowserEvent)),
       m_onGone(std::move(onGone)),
       m_process(choice, m_profile.Path())
 {
@@ -120,12 +121,14 @@ void Chromium::Take(const Json& event)
         if (parameters.value("sessionId", "") == m_visibleSession) {
             m_onGone();
         }
-    } else if (method == "Page.javascriptDialogOpening") {
+    } else if (method == "Page.javascriptDialogOpening" && !m_leavesDialogs) {
         AnswerDialog(session, parameters);
     } else if (method == "Runtime.bindingCalled") {
         m_onMessage(session, parameters.value("payload", ""));
     } else if (method == "Runtime.consoleAPICalled") {
         LogConsole(parameters);  // of the macro page: no other session here enables it
+    } else if (method.starts_with("Browser.")) {
+        m_onBrowserEvent(method, parameters);
     }
 }
 

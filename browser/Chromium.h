@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -25,11 +26,14 @@ class Chromium
     /// What a page's script tells the program over a binding: the session and the text.
     using OnMessage = std::function<void(const std::string& session, const std::string& text)>;
 
-    /// Starts the browser and waits until it can be driven, `timeout` milliseconds at most. The two
+    /// Hears events of the browser itself, which belong to no page.
+    using OnBrowserEvent = std::function<void(const std::string& method, const Json& parameters)>;
+
+    /// Starts the browser and waits until it can be driven, `timeout` milliseconds at most. The
     /// functions are called on the connection's thread and must not wait; `onGone` when the browser
     /// or its visible page has gone, whoever ended it. Throws BrowserError.
     Chromium(const BrowserChoice& choice, DWORD timeout, OnMessage onMessage,
-             std::function<void()> onGone);
+             OnBrowserEvent onBrowserEvent, std::function<void()> onGone);
 
     ~Chromium() = default;
     Chromium(const Chromium&) = delete;
@@ -42,6 +46,9 @@ class Chromium
     /// Ends browsers whose instances were ended by force, and removes their profiles. Takes its
     /// time only where there are some.
     static void EndAbandoned();
+
+    /// Leaves dialogs to the macro that plays, which answers them itself, until this is taken back.
+    void LeaveDialogs(bool leave) { m_leavesDialogs = leave; }
 
     DevTools& Tools() { return *m_tools; }
 
@@ -56,6 +63,7 @@ class Chromium
     void AnswerDialog(const std::string& session, const Json& dialog);
 
     OnMessage m_onMessage;
+    OnBrowserEvent m_onBrowserEvent;
     std::function<void()> m_onGone;
     ProfileFolder m_profile;
     BrowserProcess m_process;
@@ -63,6 +71,7 @@ class Chromium
     std::string m_visibleTarget;
     std::string m_visibleSession;
     std::map<std::string, std::string> m_sessions;  ///< of each page's target
+    std::atomic<bool> m_leavesDialogs{false};
     std::unique_ptr<DevTools> m_tools;
 };
 

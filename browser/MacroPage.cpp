@@ -91,7 +91,7 @@ void MacroPage::Open()
         ValueOf(library);
     }
     ValueOf(m_tools.Call(place.session, "Runtime.callFunctionOn",
-                         CallOn(place.library, "attach", {m_visibleTarget})));
+                         CallOn(place.library, "attach", {m_visibleTarget, place.target})));
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_place = place;
 }
@@ -146,6 +146,26 @@ void MacroPage::Answer(const std::string& session, int question, const std::stri
     if (place.session == session) {
         m_tools.Post(session, "Runtime.callFunctionOn",
                      CallOn(place.library, "answered", {question, error, value}));
+    }
+}
+
+void MacroPage::Load(const std::string& session, const std::string& source)
+{
+    const Place place = Current();
+    if (place.session == session) {
+        ValueOf(m_tools.Call(
+            session, "Runtime.callFunctionOn",
+            {{"objectId", place.library},
+             {"functionDeclaration", "function() {" + source + "\n;this.loaded(Puppeteer); }"}}));
+    }
+}
+
+void MacroPage::Tell(const std::string& method, const Json& parameters)
+{
+    const Place place = Current();
+    if (!place.session.empty()) {
+        m_tools.Post(place.session, "Runtime.callFunctionOn",
+                     CallOn(place.library, "heard", {method, parameters}));
     }
 }
 

@@ -46,6 +46,12 @@ class MacroPage
     void Answer(const std::string& session, int question, const std::string& error,
                 const std::string& value);
 
+    /// Gives the page's library the source of the page library, which a macro has asked for.
+    void Load(const std::string& session, const std::string& source);
+
+    /// Tells the page's library of an event of the browser itself.
+    void Tell(const std::string& method, const Json& parameters);
+
   private:
     struct Place
     {

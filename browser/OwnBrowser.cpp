@@ -76,6 +76,11 @@ bool OwnBrowser::StartBrowser()
             [this](const std::string& session, const std::string& text) {
                 OnMessage(session, text);
             },
+            [this](const std::string& method, const Json& parameters) {
+                if (m_macroPage) {
+                    m_macroPage->Tell(method, parameters);
+                }
+            },
             [this] {
                 SetState(State::kGone);
                 m_window.PostClose();
@@ -274,6 +279,43 @@ void OwnBrowser::OnMessage(const std::string& session, const std::string& text)
             TakeScreenshot(session, message.value("id", 0), FromUtf8(message.value("path", "")),
                            message.value("fullPage", false));
         });
+    } else if (what == "library") {
+        RunWork([=, this] { LoadLibrary(session, message.value("id", 0)); });
+    } else if (what == "command") {
+        RunWork([=, this] {
+            RunCommand(session, message.value("id", 0), message.value("method", ""),
+                       message.value("params", Json::object()));
+        });
+    } else if (what == "dialogs") {
+        m_chromium->LeaveDialogs(message.value("macro", false));
+    }
+}
+
+void OwnBrowser::LoadLibrary(const std::string& session, int question)
+{
+    try {
+        const std::string source = ReadScript(Script::kPuppeteer);
+        if (source.empty()) {
+            throw BrowserError("This talvern.exe was built without the library puppeteer-core.");
+        }
+        m_macroPage->Load(session, source);
+        m_macroPage->Answer(session, question, "", "");
+    } catch (const std::exception& error) {
+        m_macroPage->Answer(session, question, error.what(), "");
+    }
+}
+
+void OwnBrowser::RunCommand(const std::string& session, int question, const std::string& method,
+                            const Json& parameters)
+{
+    try {
+        // The browser is not the macro's to end: its client ends it.
+        const bool ends = method == "Browser.close" || method.starts_with("Browser.crash");
+        const Json result =
+            ends ? Json::object() : m_chromium->Tools().Call("", method, parameters);
+        m_macroPage->Answer(session, question, "", result.dump());
+    } catch (const std::exception& error) {
+        m_macroPage->Answer(session, question, error.what(), "");
     }
 }
 

@@ -54,6 +54,9 @@ class OwnBrowser : public instance::ICommands
     void OnMessage(const std::string& session, const std::string& text);
     void TakeScreenshot(const std::string& session, int question, const std::wstring& path,
                         bool fullPage);
+    void LoadLibrary(const std::string& session, int question);
+    void RunCommand(const std::string& session, int question, const std::string& method,
+                    const Json& parameters);
     void RunWork(const std::function<void()>& work);
 
     const instance::InstanceWindow& m_window;

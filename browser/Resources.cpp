@@ -10,7 +10,10 @@ namespace browser
 std::string ReadScript(Script script)
 {
     HRSRC found = FindResourceW(nullptr, MAKEINTRESOURCEW(static_cast<int>(script)), RT_RCDATA);
-    TVN_ASSERT(found != nullptr);
+    if (found == nullptr) {
+        TVN_ASSERT(script == Script::kPuppeteer);
+        return {};
+    }
     HGLOBAL loaded = LoadResource(nullptr, found);
     return {static_cast<const char*>(LockResource(loaded)), SizeofResource(nullptr, found)};
 }

@@ -32,21 +32,23 @@ class FrameTree {
   gone = false; // closed, by whomever
   top = null;
 
-  #protocol;
+  protocol;
   #frames = new Map();
   #elements = `(${elementsInPage})()`;
 
   constructor(protocol) {
-    this.#protocol = protocol;
+    this.protocol = protocol;
   }
 
   // Attaches to the visible page and learns what it shows.
-  async attach(targetId) {
-    const { sessionId } = await this.#protocol.call("Target.attachToTarget", {
+  async attach(targetId, macroTarget) {
+    this.target = targetId;
+    this.macroTarget = macroTarget;
+    const { sessionId } = await this.protocol.call("Target.attachToTarget", {
       targetId,
       flatten: true,
     });
-    this.#protocol.listen(undefined, (method, params) => this.#event(undefined, method, params));
+    this.protocol.listen(undefined, (method, params) => this.#event(undefined, method, params));
     await this.#begin(sessionId, null);
     this.session = sessionId;
   }
@@ -55,12 +57,12 @@ class FrameTree {
     if (this.gone || this.crashed) {
       return Promise.reject(new Error(this.#end()));
     }
-    return this.#protocol.call(method, params, session);
+    return this.protocol.call(method, params, session);
   }
 
   // Ends the script that runs in the page at this moment.
   interrupt(session) {
-    this.#protocol.call("Runtime.terminateExecution", {}, session).catch(() => {});
+    this.protocol.call("Runtime.terminateExecution", {}, session).catch(() => {});
   }
 
   // To be called before the page is asked to go elsewhere, which brings a crashed one back. A page
@@ -71,7 +73,7 @@ class FrameTree {
       this.crashed = false;
       return;
     }
-    const ping = this.#protocol.call("Runtime.evaluate", { expression: "0" }, this.session);
+    const ping = this.protocol.call("Runtime.evaluate", { expression: "0" }, this.session);
     await new Deadline(1000)
       .within(ping, () => "")
       .catch(() => this.interrupt(this.session));
@@ -120,8 +122,8 @@ class FrameTree {
 
   // Begins to listen to a session: of the page itself, or of a frame from another site.
   async #begin(session, frame) {
-    this.#protocol.listen(session, (method, params) => this.#event(session, method, params));
-    const call = (method, params) => this.#protocol.call(method, params, session);
+    this.protocol.listen(session, (method, params) => this.#event(session, method, params));
+    const call = (method, params) => this.protocol.call(method, params, session);
     // The frames come first: all other events speak of them.
     const [, tree] = await Promise.all([call("Page.enable"), call("Page.getFrameTree")]);
     this.#learn(tree.frameTree, frame?.parent ?? null, session);
@@ -282,7 +284,10 @@ class FrameTree {
       }
     },
 
-    "Target.attachedToTarget": ({ sessionId, targetInfo }) => {
+    "Target.attachedToTarget": ({ sessionId, targetInfo }, session) => {
+      if (!session) {
+        return; // not a frame: a page, attached by the page library
+      }
       // A frame that has moved into a target of its own has the target's id.
       const frame = this.#frames.get(targetInfo.targetId);
       if (frame) {
@@ -294,7 +299,7 @@ class FrameTree {
 
     "Target.detachedFromTarget": ({ sessionId }) => {
       this.gone = this.gone || sessionId === this.session;
-      this.#protocol.drop(sessionId);
+      this.protocol.drop(sessionId);
     },
   };
 }

@@ -52,8 +52,19 @@ function ownNames(pairs) {
   return object;
 }
 
+// Of the play that runs.
+let library = null;
+
 return {
-  attach: (targetId) => tree.attach(targetId),
+  attach: (targetId, macroTarget) => tree.attach(targetId, macroTarget),
+
+  // The page library has come, as one object.
+  loaded(module) {
+    PageLibrary.module = module;
+  },
+
+  // An event of the browser itself.
+  heard: (method, params) => library?.heard(method, params),
 
   answered: (id, error, value) => program.answered(id, error, value),
 
@@ -65,21 +76,24 @@ return {
     let macro;
     try {
       macro = new AsyncFunction(
-        ...["page", "vars", "extract", "options"],
+        ...["page", "vars", "extract", "options", "puppeteer"],
         `${source}\n//# sourceURL=macro`,
       );
     } catch ({ message }) {
       return { pieces: [], error: { message, syntax: true } };
     }
+    library = new PageLibrary(run, tree, program);
     try {
       const page = new Page(run, tree, program);
       const extract = (...values) => run.extract(...values);
-      await macro(page, ownNames(variables), extract, ownNames(options));
+      const puppeteer = () => library.objects();
+      await macro(page, ownNames(variables), extract, ownNames(options), puppeteer);
       return { pieces: run.pieces };
     } catch (thrown) {
       return { pieces: run.pieces, error: run.describe(thrown), gone: tree.gone };
     } finally {
       run.end();
+      await library.end();
     }
   },
 };

@@ -8,6 +8,7 @@ class Protocol {
   #lastId = 0;
   #waiting = new Map();
   #listeners = new Map();
+  #sharer = null;
 
   constructor(channel) {
     this.#channel = channel;
@@ -29,6 +30,11 @@ class Protocol {
     this.#listeners.set(sessionId, listener);
   }
 
+  // Events go to this one, too: those of no session, and of sessions that nobody listens to.
+  share(sharer) {
+    this.#sharer = sharer;
+  }
+
   // The session is over: whatever waits in it ends.
   drop(sessionId) {
     this.#listeners.delete(sessionId);
@@ -42,7 +48,11 @@ class Protocol {
 
   #receive(message) {
     if (message.id === undefined) {
-      this.#listeners.get(message.sessionId)?.(message.method, message.params);
+      const { method, params, sessionId } = message;
+      this.#listeners.get(sessionId)?.(method, params);
+      if (!sessionId || !this.#listeners.has(sessionId)) {
+        this.#sharer?.(message);
+      }
       return;
     }
     const call = this.#waiting.get(message.id);

@@ -61,12 +61,17 @@ class Run {
     };
   }
 
+  // Remembers the line of the macro that is being run.
+  noteLine() {
+    this.#lastLine = lineOf(new Error()) || this.#lastLine;
+    return this.#lastLine;
+  }
+
   #begin() {
     if (this.#ended) {
       throw new Error("the macro has ended");
     }
-    this.#lastLine = lineOf(new Error()) || this.#lastLine;
-    return this.#lastLine;
+    return this.noteLine();
   }
 }
 

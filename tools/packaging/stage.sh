@@ -29,7 +29,8 @@ stage_selftest() { # folder
 }
 
 # Whose code is linked into the programs: the compiler's runtime libraries, the platform's threads and
-# start-up code, the libraries that are headers and, in the self-test, the test framework.
+# start-up code, the libraries that are headers, the page library and, in the self-test, the test
+# framework.
 notice_packages() {
     local compiler=x86_64-w64-mingw32-g++-posix file
     for file in "$($compiler -print-file-name=libstdc++.a)" "$($compiler -print-libgcc-file-name)" \
@@ -50,6 +51,11 @@ stage_notices() { # file
                 "$(dpkg-query -W -f='${Version}' "$package")"
             cat "/usr/share/doc/$package/copyright"
         done
+        if [ -f "$build/page_library/license" ]; then
+            printf '\n======== %s %s, %s\n\n' "$page_library" "$page_library_version" \
+                "$(cat "$build/page_library/license")"
+            cat /usr/share/common-licenses/Apache-2.0
+        fi
     } >"$1"
 }
 
