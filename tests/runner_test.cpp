@@ -86,11 +86,7 @@ TEST(RunnerFailures, StartAwaitsAnAbsentServiceAndTerminateABusyOne)
 
 TEST(RunnerFailures, ARequestThatIsNotTakenInTimeIsATimeout)
 {
-    std::vector<boost::shared_ptr<Handle>> deafEnds(5);
-    for (auto& end : deafEnds) {
-        end = ShareHandle(CreateNamedPipeA(kPipe.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED,
-                                           PIPE_TYPE_MESSAGE, 255, 1024, 1024, 0, nullptr));
-    }
+    const PeerHost deaf(kPipe, 5, [](BytePeer& client) { client.Hold(); });
     const ComString longName = ToComString(std::wstring(4000, L'n'));
     RunnerProcess process(longName, 1);
     Processes processes;

@@ -8,6 +8,7 @@
 #include "basicslib/StatusCode.h"
 #include "pipeutils/PipeNames.h"
 #include "process/Process.h"
+#include "tests/byte_peer.h"
 #include "tests/count_request.h"
 #include "tests/texts.h"
 
@@ -67,10 +68,9 @@ boost::shared_ptr<IProcess> Started(const std::string& program, const std::strin
 boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program)
 {
     // Without a buffer, who writes waits for the reader that goes away.
-    Handle starter(CreateNamedPipeA(static_cast<const char*>(CallbackPipeName(L"left")),
-                                    PIPE_ACCESS_DUPLEX, PIPE_TYPE_MESSAGE, 1, 0, 0, 0, nullptr));
+    BytePeer starter(static_cast<const char*>(CallbackPipeName(L"left")), nullptr, 0);
     auto process = Started(program, "/pipeUuid=left");
-    ConnectNamedPipe(starter.Get(), nullptr);
+    starter.Connect();
     return process;
 }
 

@@ -1,0 +1,153 @@
+#include "tests/other_side.h"
+
+#include <algorithm>
+
+namespace tvn::tests
+{
+namespace
+{
+
+constexpr std::string_view kPipePrefix = R"(\\.\pipe\Talvern_)";
+
+Stage StageOfRequest(std::uint32_t type)
+{
+    switch (type) {
+        case 1:
+            return Stage::Start;
+        case 3:
+            return Stage::Terminate;
+        case 5:
+            return Stage::WaitForExit;
+        default:
+            return Stage::List;
+    }
+}
+
+Stage StageOfCommand(const std::wstring& command)
+{
+    if (command == L"PLAY") {
+        return Stage::Play;
+    }
+    if (command == L"appSendText") {
+        return Stage::Display;
+    }
+    return command == L"appEnd" ? Stage::End : Stage::Attach;
+}
+
+}  // namespace
+
+OtherSide::OtherSide(Pipes pipes, std::size_t ends)
+{
+    if (pipes != Pipes::RunnerOnly) {
+        m_commands.emplace(std::string(kPipePrefix) + std::to_string(static_cast<int>(kWindow)),
+                           ends, [this](BytePeer& peer) { ServeCommands(peer); });
+    }
+    if (pipes != Pipes::CommandsOnly) {
+        m_runner.emplace(R"(\\.\pipe\tvnRunner)", ends,
+                         [this](BytePeer& peer) { ServeRunner(peer); });
+    }
+}
+
+void OtherSide::Next(Stage stage, Act act)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_next[stage] = std::move(act);
+}
+
+void OtherSide::Oblige()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_next.clear();
+}
+
+void OtherSide::ListInstance(bool listed)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_listed = listed;
+}
+
+bool OtherSide::Answer(Stage stage, Turn& turn)
+{
+    Act act;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto next = m_next.find(stage);
+        if (next != m_next.end()) {
+            act = std::move(next->second);
+            m_next.erase(next);
+        }
+    }
+    return act ? act(turn) : turn.answer.empty() || turn.peer.Write(turn.answer);
+}
+
+void OtherSide::ServeCommands(BytePeer& peer)
+{
+    Bytes message;
+    for (bool goOn = true; goOn && peer.Read(message);) {
+        Fields fields(message);
+        Turn turn = {peer, fields.Number()};
+        const Stage stage = StageOfCommand(fields.Text());
+        turn.argument = fields.Text();
+        turn.answer = Message(turn.id, 1, stage == Stage::Play ? kPlayed : "");
+        goOn = Answer(stage, turn);
+    }
+}
+
+void OtherSide::ServeRunner(BytePeer& peer)
+{
+    Bytes message;
+    Turn connected = {peer};
+    if (!Answer(Stage::Runner, connected) || !peer.Read(message)) {
+        return;
+    }
+    Fields fields(message);
+    const std::uint32_t type = fields.Number();
+    const Stage stage = StageOfRequest(type);
+    Turn turn = {peer, fields.Number()};
+    turn.answer = RunnerAnswer(type, turn.id);
+    if (!Answer(stage, turn)) {
+        return;
+    }
+    if (stage == Stage::Start) {
+        fields.Text();  // the program
+        CallBack(fields.Text(), peer);
+    }
+    peer.Drain();  // the client is the one that closes
+}
+
+Bytes OtherSide::RunnerAnswer(std::uint32_t type, std::uint32_t id)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    switch (type) {
+        case 1:
+            return Message(2, id, 1, 4711, "key");
+        case 9:
+            return m_listed ? Message(10, id, 1, 1, 4711, "key", kWindow) : Message(10, id, 1, 0);
+        case 7:
+            return Message(8, id, 1, 0);
+        default:
+            return Message(type + 1, id, 1);
+    }
+}
+
+void OtherSide::CallBack(const std::wstring& commandLine, BytePeer& runner)
+{
+    constexpr std::wstring_view kSwitch = L"pipeUuid=";
+    constexpr std::size_t kUuidLength = 36;
+    const std::size_t at = commandLine.find(kSwitch);
+    if (at == std::wstring::npos) {
+        return;
+    }
+    std::string name(kPipePrefix);
+    for (const wchar_t character : commandLine.substr(at + kSwitch.size(), kUuidLength)) {
+        name += static_cast<char>(character);
+    }
+    BytePeer starter(BytePeer::Open(name), runner.Stop());
+    Turn turn = {starter};
+    turn.answer = Message(kWindow);
+    if (starter.IsValid() && Answer(Stage::Callback, turn)) {
+        runner.Drain();
+    }
+}
+
+}  // namespace tvn::tests

@@ -1,0 +1,80 @@
+// The other side of everything: a runner service, the instance that it starts and lists, and the
+// instance's callback.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "tests/byte_peer.h"
+
+namespace tvn::tests
+{
+
+/// The moments at which the scripting object waits for the other side, in the order in which an
+/// attach through the runner service, a start and an end come to them.
+enum class Stage {
+    Runner,
+    List,
+    Start,
+    Callback,
+    Attach,
+    Play,
+    Display,
+    End,
+    WaitForExit,
+    Terminate
+};
+
+/// One moment: what was asked, and the answer that it should get.
+struct Turn
+{
+    BytePeer& peer;
+    std::uint32_t id = 0;        ///< of the request
+    std::wstring argument = {};  ///< of a command
+    Bytes answer = {};           ///< a whole message; empty for the moments without one
+};
+
+/// In threads of this process, does all that it is asked and answers at once, unless it is told
+/// what else to do. The runner's pipe is one for the machine, so there can be one of these at a
+/// time.
+class OtherSide
+{
+  public:
+    /// Does what is done in the place of the answer. False: the connection is closed.
+    using Act = std::function<bool(Turn& turn)>;
+
+    /// What a play is answered with, and the value that names the instance's window.
+    static constexpr const char* kPlayed = "played[EXTRACT]well";
+    static constexpr std::uint32_t kWindow = 0x7A110001;
+
+    enum class Pipes { Both, RunnerOnly, CommandsOnly };
+    explicit OtherSide(Pipes pipes = Pipes::Both, std::size_t ends = 6);
+
+    /// Does `act` the next time that `stage` comes, once. `Stage::Runner` comes when a client has
+    /// connected to the runner, before anything is read. Callable from any thread.
+    void Next(Stage stage, Act act);
+
+    /// Forgets what was to be done and has not come yet.
+    void Oblige();
+
+    /// Whether the runner lists an instance; without one, a start follows. It does at first.
+    void ListInstance(bool listed);
+
+  private:
+    void ServeRunner(BytePeer& peer);
+    void ServeCommands(BytePeer& peer);
+    void CallBack(const std::wstring& commandLine, BytePeer& runner);
+    bool Answer(Stage stage, Turn& turn);
+    Bytes RunnerAnswer(std::uint32_t type, std::uint32_t id);
+
+    std::mutex m_mutex;
+    std::map<Stage, Act> m_next;
+    bool m_listed = true;
+    std::optional<PeerHost> m_commands;
+    std::optional<PeerHost> m_runner;
+};
+
+}  // namespace tvn::tests
