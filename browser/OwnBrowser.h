@@ -28,14 +28,14 @@ class OwnBrowser : public instance::ICommands
     /// its client, or at once when it `waitsForClient` no more.
     void Start(bool waitsForClient);
 
-    /// Ends what plays and the real browser, some seconds at most. No command comes any more.
-    void Close();
-
     void Attach(const std::function<void(bool accepted)>& decide) override;
     void Play(const instance::PlayRequest& request, const instance::Answer& answer) override;
     void Display(const std::wstring& text, const instance::Answer& answer) override;
     void End(const instance::Answer& answer) override;
     void Detached() override;
+
+    /// Ends what plays and the real browser, some seconds at most.
+    void Close() override;
 
   private:
     enum class State { kStarting, kReady, kGone };

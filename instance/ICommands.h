@@ -45,6 +45,10 @@ class ICommands
     /// The connection of the attached client has ended. The instance is free for the next one when
     /// this returns.
     virtual void Detached() = 0;
+
+    /// The process is about to end: ends what it has started elsewhere, within some seconds. Called
+    /// on the window's thread; commands may still come meanwhile.
+    virtual void Close() = 0;
 };
 
 }  // namespace instance

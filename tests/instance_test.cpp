@@ -63,6 +63,8 @@ class FaultyCommands : public instance::ICommands
 
     void Detached() override { ++detached; }
 
+    void Close() override {}
+
     std::atomic<int> detached{0};
 };
 

@@ -33,11 +33,11 @@
 #include "basicslib/Exceptions.h"
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
-#include "instance/CommandService.h"
 #include "instance/ICommands.h"
 #include "instance/InstanceArguments.h"
 #include "instance/InstanceCallback.h"
 #include "instance/InstanceWindow.h"
+#include "instance/RunInstance.h"
 #include "pipeutils/MessageBuffer.h"
 #include "pipeutils/PipeNames.h"
 #include "pipeutils/RemotePipeClient.h"
@@ -126,6 +126,8 @@ class StandIn : public instance::ICommands
         }
     }
 
+    void Close() override {}
+
   private:
     /// What a play is answered with, if at all.
     struct Reply
@@ -185,17 +187,28 @@ class StandIn : public instance::ICommands
     std::wstring m_displayed;
 };
 
-/// The callback, or what is to go wrong with it.
-void CallBack(const std::wstring& pipeUuid, HWND window, const std::wstring& misbehaviour)
+/// What is to go wrong with the callback. Nobody is called back any more then.
+void CallBackWrongly(std::wstring& pipeUuid, const std::wstring& misbehaviour)
 {
     const bool silent = misbehaviour == L"silent-callback";
-    if (silent || misbehaviour == L"closed-callback") {
+    const bool closed = misbehaviour == L"closed-callback";
+    if (silent || closed) {
         tvn::RemotePipeClient client(tvn::CallbackPipeName(tvn::ToComString(pipeUuid)));
         const auto pipe = client.OpenPipe(kCallbackTime);
         Sleep(silent ? INFINITE : 0);
-    } else if (!pipeUuid.empty() && misbehaviour != L"no-callback") {
-        instance::ReportToStarter(pipeUuid, window, kCallbackTime);
     }
+    if (closed || misbehaviour == L"no-callback") {
+        pipeUuid.clear();
+    }
+}
+
+/// An instance that is found and calls back, but serves no command pipe.
+void RunWithoutPipe(const std::wstring& pipeUuid, const instance::InstanceWindow& window)
+{
+    if (!pipeUuid.empty()) {
+        instance::ReportToStarter(pipeUuid, window.Get(), kCallbackTime);
+    }
+    instance::InstanceWindow::Run();
 }
 
 }  // namespace
@@ -207,17 +220,16 @@ int WINAPI WinMain(HINSTANCE /*module*/, HINSTANCE /*previous*/, LPSTR /*argumen
         return 1;
     }
     try {
-        const instance::InstanceArguments arguments(GetCommandLineW());
+        instance::InstanceArguments arguments(GetCommandLineW());
         const instance::InstanceWindow window(&instance::InstanceWindow::Quit);
-        StandIn standIn(window, misbehaviour);
-        instance::CommandService service(window.Get(), arguments, standIn);
-        if (misbehaviour != L"no-pipe" && !service.Start()) {
-            ExitProcess(1);
+        CallBackWrongly(arguments.pipeUuid, misbehaviour);
+        if (misbehaviour == L"no-pipe") {
+            RunWithoutPipe(arguments.pipeUuid, window);
+            return 0;
         }
-        CallBack(arguments.pipeUuid, window.Get(), misbehaviour);
-        instance::InstanceWindow::Run();
-        ExitProcess(0);  // the threads that wait for commands end with the process
+        StandIn standIn(window, misbehaviour);
+        instance::RunInstance(arguments, window, standIn);
     } catch (const tvn::BaseException&) {
-        ExitProcess(1);  // whoever started this instance is no longer there
+        return 1;  // whoever started this instance is no longer there
     }
 }
