@@ -3,6 +3,7 @@
 # Lays out what a person gets, for the installer and for the archive alike. To be sourced after
 # tools/setup.sh.
 : "${root:?tools/setup.sh comes first}" "${build:?}"
+: "${page_library:?tools/lib/page_library.sh comes first, too}" "${page_library_version:?}"
 
 stage_programs() { # folder
     local release=$build/release
