@@ -56,12 +56,13 @@ void CommandsProtocol::ReceiveCommand(unsigned int& id, ComString& command, ComS
     message->ReadString(arguments);
 }
 
-void CommandsProtocol::SendReply(unsigned int id, int status, const ComString& reply, DWORD timeout)
+void CommandsProtocol::SendReply(unsigned int id, int status, std::wstring_view reply,
+                                 DWORD timeout)
 {
-    Serializer message(sizeof id + sizeof status + Serializer::TextSize(reply.length()));
+    Serializer message(sizeof id + sizeof status + Serializer::TextSize(reply.size()));
     message.AddUInt(id);
     message.AddInt(status);
-    message.AddString(reply);
+    message.AddText(reply);
     WriteMessage(message, timeout);
 }
 

@@ -42,7 +42,7 @@ class CommandsProtocol : public BaseProtocol
     void ReceiveCommand(unsigned int& id, ComString& command, ComString& arguments, DWORD timeout);
 
     /// Instance side: writes the reply to the command with this id.
-    void SendReply(unsigned int id, int status, const ComString& reply, DWORD timeout);
+    void SendReply(unsigned int id, int status, std::wstring_view reply, DWORD timeout);
 };
 
 }  // namespace tvn

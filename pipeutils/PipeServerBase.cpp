@@ -10,9 +10,6 @@ namespace tvn
 
 HANDLE PipeServerBase::CreatePipe(const char* name, BOOL allowAllToAccessPipe, DWORD& error)
 {
-    constexpr DWORD kBufferSize = 1024;
-    constexpr DWORD kDefaultTimeout = 5000;
-
     SECURITY_DESCRIPTOR descriptor;
     if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION)) {
         error = GetLastError();
@@ -27,12 +24,21 @@ HANDLE PipeServerBase::CreatePipe(const char* name, BOOL allowAllToAccessPipe, D
         return INVALID_HANDLE_VALUE;
     }
     SECURITY_ATTRIBUTES attributes = {sizeof attributes, &descriptor, TRUE};
-    HANDLE pipe = CreateNamedPipeA(name, PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED,
-                                   PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT,
-                                   PIPE_UNLIMITED_INSTANCES, kBufferSize, kBufferSize,
-                                   kDefaultTimeout, allowAllToAccessPipe ? &attributes : nullptr);
-    error = GetLastError();
+    HANDLE pipe = CreatePipe(name, {0, 0, allowAllToAccessPipe ? &attributes : nullptr}, error);
     LogDebug("CreateNamedPipe, %s, allowAllToAccessPipe = %d", name, allowAllToAccessPipe);
+    return pipe;
+}
+
+HANDLE PipeServerBase::CreatePipe(const char* name, const PipeEndOptions& options, DWORD& error)
+{
+    constexpr DWORD kBufferSize = 1024;
+    constexpr DWORD kDefaultTimeout = 5000;
+
+    HANDLE pipe = CreateNamedPipeA(
+        name, PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | options.openMode,
+        PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT | options.pipeMode,
+        PIPE_UNLIMITED_INSTANCES, kBufferSize, kBufferSize, kDefaultTimeout, options.security);
+    error = GetLastError();
     return pipe;
 }
 

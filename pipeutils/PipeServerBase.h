@@ -9,6 +9,14 @@
 namespace tvn
 {
 
+/// What one server end of a pipe has beyond the modes and sizes that all of them share.
+struct PipeEndOptions
+{
+    DWORD openMode = 0;  ///< further flags, such as FILE_FLAG_FIRST_PIPE_INSTANCE
+    DWORD pipeMode = 0;  ///< further flags, such as PIPE_REJECT_REMOTE_CLIENTS
+    SECURITY_ATTRIBUTES* security = nullptr;  ///< borrowed for the call; null for the default
+};
+
 /// Makes the server ends of the system's named pipes, which all have the same modes and sizes, and
 /// starts overlapped connects on them.
 class PipeServerBase
@@ -21,6 +29,9 @@ class PipeServerBase
     /// failure. With `allowAllToAccessPipe` any account may open the pipe; the handle is then
     /// inheritable. `error` receives the last error of the last system call, also after success.
     static HANDLE CreatePipe(const char* name, BOOL allowAllToAccessPipe, DWORD& error);
+
+    /// The same with the options that it stands for, and without a line in the log.
+    static HANDLE CreatePipe(const char* name, const PipeEndOptions& options, DWORD& error);
 
     /// Starts waiting for a client on `hPipe` with a block made for it. True when a client is there
     /// already or the connect is pending: the block's event is, or will be, signalled. False on

@@ -119,6 +119,11 @@ TEST(Callback, APipeIsOpenToEveryAccountWhenThatIsAskedFor)
     EXPECT_EQ(g_imports.newPipe, "40000003 6 255 1024 1024 5000 inheritable, null list");
     EXPECT_TRUE(own.IsValid());
     EXPECT_TRUE(open.IsValid());
+    const Handle other(PipeServer::CreatePipe(
+        "\\\\.\\pipe\\Talvern_callback_other",
+        {FILE_FLAG_FIRST_PIPE_INSTANCE, PIPE_REJECT_REMOTE_CLIENTS, nullptr}, error));
+    EXPECT_EQ(g_imports.newPipe, "40080003 e 255 1024 1024 5000 default");
+    EXPECT_TRUE(other.IsValid());
     const std::string line = kDebug + "CreateNamedPipe, " + kName + ", allowAllToAccessPipe = ";
     EXPECT_THAT(log.Lines(), ElementsAre(line + "0", line + "1"));
 }
