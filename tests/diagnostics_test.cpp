@@ -123,14 +123,11 @@ TEST(ErrorReports, WhatCannotBeReportedForLackOfMemoryIsSaid)
 {
     const LogCapture log;
     const Win32Exception exception(6, "y", 9);
-    {
-        const NoNextBlock none;
-        ErrorReportManager::ReportError(exception, 58, "F");
-    }
-    {
-        const NoNextBlock none;
-        ErrorReportManager::ReportError(58, "F");
-    }
+    ImportWatch watch;
+    watch.Fail("new", ERROR_NOT_ENOUGH_MEMORY);
+    ErrorReportManager::ReportError(exception, 58, "F");
+    watch.Fail("new", ERROR_NOT_ENOUGH_MEMORY);
+    ErrorReportManager::ReportError(58, "F");
     const std::string line =
         kError +
         "[ErrorReportManager::ReportError] unexpected exception. asyncChannel = 0x00000000";
@@ -143,11 +140,9 @@ TEST(Memory, WhatDoesNotFitIsRefusedAndLeavesNothingOpen)
         return std::wstring_view(L"", units);
     };
     EXPECT_THROW(ToComString(claiming(0x40000000)), _com_error);
-    const ImportWatch watch;
-    {
-        const NoNextBlock none;
-        EXPECT_THROW(ShareHandle(CreateEventA(nullptr, TRUE, FALSE, nullptr)), std::bad_alloc);
-    }
+    ImportWatch watch;
+    watch.Fail("new", ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_THROW(ShareHandle(CreateEventA(nullptr, TRUE, FALSE, nullptr)), std::bad_alloc);
     EXPECT_EQ(watch.OpenHandles(), 0);
 }
 

@@ -126,7 +126,8 @@ TEST_F(Framing, AMessageThatFindsNoNextBlockLeavesNothingToTheNext)
     peer->Send(Words({16, 1, 2, 3}));
     peer->Send(Words({8, 7}));
     {
-        const NoNextBlock none;
+        ImportWatch watch;
+        watch.Fail("new", ERROR_NOT_ENOUGH_MEMORY);
         EXPECT_THROW(protocol.ReadMessage(size, buffer, 0), std::bad_alloc);
     }
     EXPECT_EQ(Read(0), Words({8, 7}));

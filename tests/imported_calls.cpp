@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <iterator>
 #include <type_traits>
 #include <utility>
@@ -24,29 +25,132 @@ enum ImportIndex : std::size_t {
 #define TVN_IMPORT(name) k##name,
 #include "imports.inc"
 #undef TVN_IMPORT
-    kImportCount
+    kOperatorNew,
+    kPointCount,
+    kImportCount = kOperatorNew
 };
 
-constexpr const char* kNames[] = {
+constexpr std::string_view kNames[] = {
 #define TVN_IMPORT(name) #name,
 #include "imports.inc"
 #undef TVN_IMPORT
+    "new"};
+
+constexpr bool IsOneOf(std::string_view name, std::initializer_list<std::string_view> names)
+{
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+/// What this call, when it succeeds, opens; negative for what it closes.
+constexpr int HandlesOpenedBy(std::string_view name)
+{
+    return name == "CreateProcessA" ? 2
+           : name == "CloseHandle"
+               ? -1
+               : IsOneOf(name, {"CreateEventA", "CreateFileA", "CreateNamedPipeA",
+                                "DuplicateHandle", "OpenProcess"});
+}
+
+constexpr int TextsOpenedBy(std::string_view name)
+{
+    return name == "SysFreeString" ? -1 : name.starts_with("SysAlloc");
+}
+
+constexpr bool IsMemory(std::string_view name)
+{
+    return TextsOpenedBy(name) > 0 || IsOneOf(name, {"malloc", "new"});
+}
+
+/// Whoever closes or cancels has nobody left to try it again: it is done, and may report a failure.
+constexpr bool GivesBack(std::string_view name)
+{
+    return IsOneOf(name, {"CancelIo", "CancelIoEx", "CloseHandle", "RegCloseKey", "RpcStringFreeW",
+                          "RegOverridePredefKey"});
+}
+
+/// Whether a call can fail in this way so that its caller sees it.
+constexpr bool CanFail(std::string_view name, Fails how)
+{
+    constexpr std::string_view kCannot[] = {"CoTaskMemFree",
+                                            "DefWindowProcW",
+                                            "DeleteCriticalSection",
+                                            "DispatchMessageA",
+                                            "DispatchMessageW",
+                                            "EnterCriticalSection",
+                                            "GetCurrentProcess",
+                                            "GetCurrentThreadId",
+                                            "GetLastError",
+                                            "GetTickCount",
+                                            "InitializeCriticalSection",
+                                            "LeaveCriticalSection",
+                                            "LocalFree",
+                                            "OutputDebugStringA",
+                                            "PeekMessageA",
+                                            "PostQuitMessage",
+                                            "SetLastError",
+                                            "Sleep",
+                                            "SysFreeString",
+                                            "SysStringByteLen",
+                                            "SysStringLen",
+                                            "TranslateMessage",
+                                            "VariantClear",
+                                            "VariantInit"};
+    if (std::find(std::begin(kCannot), std::end(kCannot), name) != std::end(kCannot)) {
+        return false;
+    }
+    // What opens something and says that it did not leaves that open by itself.
+    constexpr std::string_view kOpening[] = {
+        "Create",   "Open",       "Duplicate",    "RegOpen", "RegCreate", "SysAlloc",   "malloc",
+        "operator", "StringFrom", "UuidToString", "Load",    "Variant",   "CommandLine"};
+    return how != Fails::kThoughDone ||
+           std::none_of(std::begin(kOpening), std::end(kOpening),
+                        [name](std::string_view start) { return name.starts_with(start); });
+}
+
+/// What is to fail, and what has.
+struct Plan
+{
+    std::string_view what;
+    unsigned int left = 0;
+    DWORD error = 0;
+    Fails how = Fails::kOnce;
+    std::size_t failed = kPointCount;
+
+    bool Matches(std::string_view name) const
+    {
+        return what == name ||
+               (what == kMemory ? IsMemory(name) : what == kAnything && CanFail(name, how));
+    }
+
+    /// Whether this call is, or is still, the one.
+    bool Strikes(std::size_t index)
+    {
+        const std::string_view name = kNames[index];
+        if (failed != kPointCount) {
+            return how == Fails::kFromHereOn &&
+                   (failed == index || (IsMemory(name) && IsMemory(kNames[failed])));
+        }
+        if (left == 0 || !Matches(name) || --left != 0) {
+            return false;
+        }
+        failed = index;
+        return true;
+    }
 };
 
 // The runtime calls some of these before anything of this program is initialised.
 constinit std::array<void*, kImportCount> g_real = {};
 constinit std::array<void*, kImportCount> g_replacements = {};
-constinit std::array<unsigned int, kImportCount> g_calls = {};
+constinit std::array<unsigned int, kPointCount> g_calls = {};
 constinit DWORD g_watchedThread = 0;
 constinit int g_openHandles = 0;
-constinit std::size_t g_failing = kImportCount;
-constinit unsigned int g_callsLeft = 0;
-constinit DWORD g_error = 0;
+constinit int g_openBlocks = 0;
+constinit Plan g_plan;
 
 void* Find(const char* name)
 {
-    for (const char* module :
-         {"kernel32", "user32", "advapi32", "ole32", "oleaut32", "rpcrt4", "shell32", "psapi"}) {
+    for (const char* module : {"kernel32", "user32", "advapi32", "ole32", "oleaut32", "rpcrt4",
+                               "shell32", "psapi", "msvcrt"}) {
         FARPROC found = GetProcAddress(LoadLibraryA(module), name);
         if (found != nullptr) {
             return reinterpret_cast<void*>(found);
@@ -55,11 +159,9 @@ void* Find(const char* name)
     __builtin_trap();  // declared by the platform's headers, but in none of its DLLs
 }
 
-std::size_t IndexOf(const char* name)
+std::size_t IndexOf(std::string_view name)
 {
-    const auto* found =
-        std::find_if(std::begin(kNames), std::end(kNames),
-                     [name](const char* each) { return std::string_view(each) == name; });
+    const auto* found = std::find(std::begin(kNames), std::end(kNames), name);
     if (found == std::end(kNames)) {
         __builtin_trap();  // a misspelt name, or one that the product calls no longer
     }
@@ -70,7 +172,7 @@ template <ImportIndex kIndex, class Function>
 Function* Real()
 {
     if (g_real[kIndex] == nullptr) {
-        g_real[kIndex] = Find(kNames[kIndex]);
+        g_real[kIndex] = Find(kNames[kIndex].data());
     }
     return reinterpret_cast<Function*>(g_real[kIndex]);
 }
@@ -80,7 +182,7 @@ template <ImportIndex kIndex, class Result>
 Result FailingResult()
 {
     constexpr auto starts = [](std::string_view start) {
-        return std::string_view(kNames[kIndex]).starts_with(start);
+        return kNames[kIndex].starts_with(start);
     };
     if constexpr (std::is_same_v<Result, HANDLE>) {
         return starts("CreateFile") || starts("CreateNamedPipe") ? INVALID_HANDLE_VALUE : nullptr;
@@ -89,22 +191,36 @@ Result FailingResult()
     } else if constexpr (std::is_same_v<Result, LONG>) {
         constexpr bool kGivesCode =
             (starts("Reg") && !starts("RegisterTypeLib")) || starts("Uuid") || starts("Rpc");
-        const LONG code = static_cast<LONG>(g_error);
-        return starts("Get") ? 0 : kGivesCode ? code : HRESULT_FROM_WIN32(g_error);
+        const LONG code = static_cast<LONG>(g_plan.error);
+        return starts("Get") ? 0 : kGivesCode ? code : HRESULT_FROM_WIN32(g_plan.error);
     } else {
         return Result();
     }
 }
 
-constexpr int HandlesOpenedBy(std::string_view import)
+template <ImportIndex kIndex, class Result>
+bool HasSucceeded(Result result)
 {
-    for (const char* one :
-         {"CreateEventA", "CreateFileA", "CreateNamedPipeA", "DuplicateHandle", "OpenProcess"}) {
-        if (import == one) {
-            return 1;
-        }
+    if constexpr (std::is_same_v<Result, LONG>) {
+        return result == 0;
+    } else {
+        return result != FailingResult<kIndex, Result>();
     }
-    return import == "CreateProcessA" ? 2 : import == "CloseHandle" ? -1 : 0;
+}
+
+template <ImportIndex kIndex, class Result>
+Result Counted(Result result)
+{
+    if (HasSucceeded<kIndex>(result)) {
+        g_openHandles += HandlesOpenedBy(kNames[kIndex]);
+        g_openBlocks += TextsOpenedBy(kNames[kIndex]);
+    }
+    return result;
+}
+
+bool IsWatched()
+{
+    return g_watchedThread != 0 && g_watchedThread == Real<kGetCurrentThreadId, DWORD()>()();
 }
 
 template <ImportIndex kIndex, class Function>
@@ -113,81 +229,70 @@ struct Entry;
 template <ImportIndex kIndex, class Result, class... Arguments>
 struct Entry<kIndex, Result(Arguments...)>
 {
+    using Function = Result(Arguments...);
+    static constexpr std::string_view kName = kNames[kIndex];
+
     static Result Call(Arguments... arguments)
     {
-        using Function = Result(Arguments...);
-        constexpr int kHandles = HandlesOpenedBy(kNames[kIndex]);
-        const bool watched =
-            g_watchedThread != 0 && g_watchedThread == Real<kGetCurrentThreadId, DWORD()>()();
-        if (watched) {
-            ++g_calls[kIndex];
-            if (g_failing == kIndex && g_callsLeft != 0 && --g_callsLeft == 0) {
-                Real<kSetLastError, void(DWORD)>()(g_error);
-                return FailingResult<kIndex, Result>();
-            }
-        }
         auto* const replacement = reinterpret_cast<Function*>(g_replacements[kIndex]);
         auto* const function = replacement == nullptr ? Real<kIndex, Function>() : replacement;
-        if constexpr (kHandles == 0) {
+        if (!IsWatched()) {
             return function(arguments...);
-        } else {
-            const Result result = function(arguments...);
-            const bool opened = result != Result() && result != FailingResult<kIndex, Result>();
-            g_openHandles += watched && opened ? kHandles : 0;
-            return result;
         }
+        ++g_calls[kIndex];
+        if constexpr (CanFail(kName, Fails::kOnce) && !std::is_void_v<Result>) {
+            if (g_plan.Strikes(kIndex)) {
+                return Fail(function, arguments...);
+            }
+        }
+        if constexpr (HandlesOpenedBy(kName) == 0 && TextsOpenedBy(kName) == 0) {
+            return function(arguments...);
+        } else if constexpr (std::is_void_v<Result>) {
+            g_openBlocks += (... && (arguments != nullptr)) ? TextsOpenedBy(kName) : 0;
+            function(arguments...);
+        } else {
+            return Counted<kIndex>(function(arguments...));
+        }
+    }
+
+  private:
+    static Result Fail(Function* function, Arguments... arguments)
+    {
+        if (GivesBack(kName) || g_plan.how == Fails::kThoughDone) {
+            const Result result = Counted<kIndex>(function(arguments...));
+            if (!HasSucceeded<kIndex>(result)) {
+                return result;  // what is under way, for instance
+            }
+        }
+        Real<kSetLastError, void(DWORD)>()(g_plan.error);
+        return FailingResult<kIndex, Result>();
     }
 };
 
 /// From here on a call leaves the last error alone but for what the function itself does to it.
 const bool g_found = [] {
-    for (const char* name : kNames) {
-        RealImport(name);
+    for (std::size_t index = 0; index < kImportCount; ++index) {
+        RealImport(kNames[index].data());
+    }
+    // The runtime has some memory aside for exceptions, and a lock for it that it makes with
+    // malloc: were that to fail at the first use, it would throw, and throw without end.
+    ImportWatch watch;
+    watch.Fail("malloc", ERROR_NOT_ENOUGH_MEMORY);
+    try {
+        throw 0;
+    } catch (int) {
     }
     return true;
 }();
 
 }  // namespace
 
-std::span<const char* const> ImportNames()
-{
-    return kNames;
-}
-
-bool CanFail(const std::string& import)
-{
-    constexpr const char* kCannot[] = {"CloseHandle",
-                                       "CoTaskMemFree",
-                                       "DeleteCriticalSection",
-                                       "DispatchMessageA",
-                                       "EnterCriticalSection",
-                                       "GetCurrentProcess",
-                                       "GetCurrentProcessId",
-                                       "GetCurrentThreadId",
-                                       "GetLastError",
-                                       "GetTickCount",
-                                       "InitializeCriticalSection",
-                                       "LeaveCriticalSection",
-                                       "LocalFree",
-                                       "OutputDebugStringA",
-                                       "PostQuitMessage",
-                                       "RegCloseKey",
-                                       "RpcStringFreeW",
-                                       "SetLastError",
-                                       "Sleep",
-                                       "SysFreeString",
-                                       "SysStringByteLen",
-                                       "SysStringLen",
-                                       "TranslateMessage",
-                                       "VariantInit"};
-    return std::find(std::begin(kCannot), std::end(kCannot), import) == std::end(kCannot);
-}
-
 ImportWatch::ImportWatch() noexcept
 {
     g_calls = {};
     g_openHandles = 0;
-    g_failing = kImportCount;
+    g_openBlocks = 0;
+    g_plan = {};
     g_watchedThread = Real<kGetCurrentThreadId, DWORD()>()();
 }
 
@@ -196,48 +301,79 @@ ImportWatch::~ImportWatch()
     g_watchedThread = 0;
 }
 
-void ImportWatch::Fail(const std::string& import, DWORD error, unsigned int call)
+void ImportWatch::Fail(std::string_view what, DWORD error, unsigned int call, Fails how) noexcept
 {
-    g_failing = IndexOf(import.c_str());
-    g_error = error;
-    g_callsLeft = call;
+    g_plan = {what, call, error, how};
+}
+
+const char* ImportWatch::Failed() const noexcept
+{
+    return g_plan.failed == kPointCount ? nullptr : kNames[g_plan.failed].data();
 }
 
 std::map<std::string, unsigned int> ImportWatch::Calls() const
 {
     const auto calls = g_calls;
     std::map<std::string, unsigned int> named;
-    for (std::size_t index = 0; index < kImportCount; ++index) {
+    for (std::size_t index = 0; index < kPointCount; ++index) {
         if (calls[index] != 0) {
-            named[kNames[index]] = calls[index];
+            named[kNames[index].data()] = calls[index];
         }
     }
     return named;
 }
 
-int ImportWatch::OpenHandles() const
+unsigned int ImportWatch::CallsThatCanFail(Fails how) const noexcept
+{
+    unsigned int calls = 0;
+    for (std::size_t index = 0; index < kPointCount; ++index) {
+        calls += CanFail(kNames[index], how) ? g_calls[index] : 0;
+    }
+    return calls;
+}
+
+int ImportWatch::OpenHandles() const noexcept
 {
     return g_openHandles;
 }
 
-void FailEachImport(const std::function<void()>& before, const std::function<void()>& work,
-                    const std::function<void(const std::string& import, int handles)>& after)
+int ImportWatch::OpenBlocks() const noexcept
 {
-    const auto run = [&](const std::string& import, unsigned int call) {
+    return g_openBlocks;
+}
+
+bool BlockFails() noexcept
+{
+    if (!IsWatched()) {
+        return false;
+    }
+    ++g_calls[kOperatorNew];
+    const bool fails = g_plan.Strikes(kOperatorNew);
+    g_openBlocks += fails ? 0 : 1;
+    return fails;
+}
+
+void BlockIsFreed() noexcept
+{
+    g_openBlocks -= IsWatched() ? 1 : 0;
+}
+
+void FailEach(Fails how, const std::function<void()>& before, const std::function<void()>& work,
+              const std::function<void(const Failure& failure)>& after)
+{
+    unsigned int last = 0;
+    for (unsigned int call = 0; call <= last; ++call) {
         before();
-        ImportWatch watch;
-        if (call != 0) {
-            watch.Fail(import, ERROR_ACCESS_DENIED, call);
+        Failure failure;
+        {
+            ImportWatch watch;
+            watch.Fail(kAnything, ERROR_ACCESS_DENIED, call, how);
+            work();
+            failure = {watch.Failed() == nullptr ? "" : watch.Failed(), watch.OpenHandles()};
+            last = call == 0 ? watch.CallsThatCanFail(how) : last;
         }
-        work();
-        return std::pair(watch.Calls(), watch.OpenHandles());
-    };
-    for (const auto& [import, calls] : run("", 0).first) {
-        for (unsigned int call = 1; call <= calls && CanFail(import); ++call) {
-            const int handles = run(import, call).second;
-            if (g_callsLeft == 0) {  // a wait may be needed only now and then
-                after(import, handles);
-            }
+        if (!failure.what.empty()) {  // a wait may be needed only now and then
+            after(failure);
         }
     }
 }
@@ -260,6 +396,7 @@ ReplacedImport::~ReplacedImport()
 
 // The names under which the linker looks for the imports' addresses, and for those functions that
 // are called by a jump.
+#pragma GCC diagnostic ignored "-Wignored-attributes"  // what malloc promises of its result
 extern "C" {
 #define TVN_IMPORT(name)                                                              \
     constinit decltype(&(name)) __imp_##name = &Entry<k##name, decltype(name)>::Call; \

@@ -1,25 +1,33 @@
-// Every call that the product makes to the platform passes through here: it is counted, made to
-// fail, or given to somebody else. A program that is linked with this gets all of the product's
-// imports in this way; the list is made from the product's libraries when they are built.
+// Every call that the product makes to the platform, and every block of memory that it asks for,
+// passes through here: it is counted, made to fail, or given to somebody else. A program that is
+// linked with this gets all of the product's imports in this way; the list is made from the
+// product's libraries when they are built.
 #pragma once
 
 #include <windows.h>
 
 #include <functional>
 #include <map>
-#include <span>
 #include <string>
+#include <string_view>
 
 namespace tvn::tests
 {
 
-/// The names of all imports, in alphabetical order.
-std::span<const char* const> ImportNames();
+/// How a call fails.
+enum class Fails : unsigned char {
+    kOnce,        ///< it does nothing, and says so
+    kThoughDone,  ///< it does what it is for, and reports a failure all the same
+    kFromHereOn,  ///< this one, and every later one of the same kind: memory stays short
+};
 
-/// Whether a call of this function can fail in a way that its caller sees.
-bool CanFail(const std::string& import);
+/// What can fail beside the imports by their names: each block of memory (operator new, malloc and
+/// the three that make COM strings), and whatever can fail at all.
+inline constexpr const char* kMemory = "memory";
+inline constexpr const char* kAnything = "anything";
 
-/// Counts the calls that the thread which makes this makes until it goes. One at a time.
+/// Counts the calls and the blocks of memory of the thread that makes this, until it goes, and lets
+/// them fail. One at a time.
 class ImportWatch
 {
   public:
@@ -28,22 +36,41 @@ class ImportWatch
     ImportWatch(const ImportWatch&) = delete;
     ImportWatch& operator=(const ImportWatch&) = delete;
 
-    /// Lets the `call`-th call from now on, the first is 1, not reach the platform: it returns what
-    /// the function returns when it fails, and `error` is its code. 0 for no call any more.
-    void Fail(const std::string& import, DWORD error, unsigned int call = 1);
+    /// Lets the `call`-th call of `what` from now on, the first is 1, fail with the code `error`. A
+    /// call that gives something back does so in any case. 0 for no call any more.
+    void Fail(std::string_view what, DWORD error, unsigned int call = 1,
+              Fails how = Fails::kOnce) noexcept;
 
-    /// The calls that were made of each import that was called.
+    /// The import that has failed, "new", or a null pointer.
+    const char* Failed() const noexcept;
+
+    /// The calls that were made of each import that was called, and of operator new.
     std::map<std::string, unsigned int> Calls() const;
 
-    /// The handles that were opened by these calls less those that were closed.
-    int OpenHandles() const;
+    /// Those of them that can fail in this way.
+    unsigned int CallsThatCanFail(Fails how) const noexcept;
+
+    /// What was opened by these calls less what was closed: handles, and blocks of memory with the
+    /// COM strings.
+    int OpenHandles() const noexcept;
+    int OpenBlocks() const noexcept;
 };
 
-/// Does `work`, and then again for each call of an import in it, which then fails. What comes
-/// before and after each of these is not part of it; `after` is told which import it was, and how
-/// many handles the work has left open.
-void FailEachImport(const std::function<void()>& before, const std::function<void()>& work,
-                    const std::function<void(const std::string& import, int handles)>& after);
+/// What one failure came to.
+struct Failure
+{
+    std::string_view what;  ///< the import, or "new"
+    int handles = 0;        ///< that the work has left open
+};
+
+/// Does `work`, and then again for each call and each block of memory in it, which then fails. What
+/// comes before and after each of these is not part of it.
+void FailEach(Fails how, const std::function<void()>& before, const std::function<void()>& work,
+              const std::function<void(const Failure& failure)>& after);
+
+/// For operator new and delete, which are defined elsewhere.
+bool BlockFails() noexcept;
+void BlockIsFreed() noexcept;
 
 /// Puts another function in the place of an import, on all threads, until it goes. Made by the
 /// macro, which sees to it that the two are of one type.

@@ -11,6 +11,8 @@ string(REGEX MATCHALL " U (__imp_[A-Z][A-Za-z0-9]+|K32[A-Za-z0-9]+)" names "${sy
 list(TRANSFORM names REPLACE " U (__imp_)?" "")
 # The entries themselves find the functions with these.
 list(REMOVE_ITEM names GetProcAddress LoadLibraryA)
+# The runtime takes the memory for exceptions from there.
+list(APPEND names malloc)
 list(REMOVE_DUPLICATES names)
 list(SORT names)
 list(TRANSFORM names REPLACE "(.+)" "TVN_IMPORT(\\1)")

@@ -13,13 +13,13 @@
 
 #include "basicslib/Exceptions.h"
 #include "pipeutils/WaitPumping.h"
+#include "tests/imported_calls.h"
 #include "tests/moments.h"
 
 namespace tvn::tests
 {
 
 std::size_t g_largestAllocation = 0;
-std::size_t g_allocations = 0;
 
 namespace
 {
@@ -75,7 +75,6 @@ class GuardedPages
 
 constinit GuardedPages g_pages;
 constinit std::atomic<bool> g_guarding = false;
-constinit std::atomic<DWORD> g_refusedThread = 0;
 
 LONG CALLBACK SeeTouch(EXCEPTION_POINTERS* exception)
 {
@@ -95,14 +94,13 @@ LONG CALLBACK SeeTouch(EXCEPTION_POINTERS* exception)
 void* operator new(std::size_t size)
 {
     using tvn::tests::g_largestAllocation;
-    ++tvn::tests::g_allocations;
     g_largestAllocation = std::max(g_largestAllocation, size);
-    void* memory = tvn::tests::g_guarding ? tvn::tests::g_pages.Allocate(size)
-                                          : HeapAlloc(GetProcessHeap(), 0, size);
-    DWORD refused = tvn::tests::g_refusedThread;
-    if (memory == nullptr || (refused != 0 && refused == GetCurrentThreadId())) {
-        tvn::tests::g_refusedThread = 0;
-        operator delete(memory);
+    void* memory = nullptr;
+    if (!tvn::tests::BlockFails()) {
+        memory = tvn::tests::g_guarding ? tvn::tests::g_pages.Allocate(size)
+                                        : HeapAlloc(GetProcessHeap(), 0, size);
+    }
+    if (memory == nullptr) {
         throw std::bad_alloc();
     }
     return memory;
@@ -110,6 +108,10 @@ void* operator new(std::size_t size)
 
 void operator delete(void* memory) noexcept
 {
+    if (memory == nullptr) {
+        return;
+    }
+    tvn::tests::BlockIsFreed();
     if (tvn::tests::g_pages.Contains(memory)) {
         tvn::tests::g_pages.Free(memory);
     } else {
@@ -124,16 +126,6 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept
 
 namespace tvn::tests
 {
-
-NoNextBlock::NoNextBlock() noexcept
-{
-    g_refusedThread = GetCurrentThreadId();
-}
-
-NoNextBlock::~NoNextBlock()
-{
-    g_refusedThread = 0;
-}
 
 FreedMemoryIsGone::FreedMemoryIsGone() : m_handler(AddVectoredExceptionHandler(1, &SeeTouch))
 {

@@ -10,19 +10,8 @@ namespace tvn::tests
 /// these whenever two threads meet at one of its locks. (ImportWatch counts those of a thread.)
 std::ptrdiff_t CountHandles();
 
-/// The most bytes asked for at once, and the blocks asked for, since a test last set these to 0.
+/// The most bytes asked for at once since a test last set this to 0.
 extern std::size_t g_largestAllocation;
-extern std::size_t g_allocations;
-
-/// While one lives, the next block that its thread asks `operator new` for is refused.
-class NoNextBlock
-{
-  public:
-    NoNextBlock() noexcept;
-    ~NoNextBlock();
-    NoNextBlock(const NoNextBlock&) = delete;
-    NoNextBlock& operator=(const NoNextBlock&) = delete;
-};
 
 /// While one lives, memory that is freed can no longer be touched, and is not given out again: who
 /// touches it ends the program, with a line that says so. Slow, and good for some 100,000 blocks.
