@@ -129,6 +129,19 @@ def lines_of_document():
             for line in re.findall(r"^\| `([^`]+)` \|", section, re.M)}
 
 
+def remedies():
+    """{line of the document: what to do, as plain text}."""
+    rows = re.findall(r"^\| `([^`]+)` \| .* \| (.*?) ?\|$", text_of("docs/diagnostics.md"), re.M)
+    return {line: re.sub(r"\[([^]]*)\]\([^)]*\)|`", r"\1", remedy) for line, remedy in rows}
+
+
+def steps_of_viewer():
+    """(pattern, step, what to do) of each line that the trace viewer explains."""
+    table = re.search(r'kSteps = R"\(\n(.*?)\)"', text_of("tvntrace/Explainer.cpp"), re.S)[1]
+    rows = [(row + " |").split(" |") for row in table.splitlines() if not row.startswith("status ")]
+    return [(row[0], row[1], row[2]) for row in rows]
+
+
 class Documents(unittest.TestCase):
     def test_every_link_leads_to_a_file_and_to_a_heading_of_it(self):
         count = 0
@@ -184,6 +197,22 @@ class Documents(unittest.TestCase):
         self.assertEqual({line: file for line, file in sources.items() if line not in document}, {},
                          "not in docs/diagnostics.md")
         self.assertEqual(document - set(sources), set(), "written nowhere")
+
+    def test_the_viewer_explains_lines_of_the_document_and_says_what_it_says(self):
+        steps = steps_of_viewer()
+        self.assertGreater(len(steps), 30)
+        general = [re.sub(r"\(null\)|(?<== )0", "*", pattern) for pattern, *_ in steps]
+        explained = set()
+        for line, remedy in remedies().items():
+            for (pattern, step, todo), wide in zip(steps, general):
+                if re.fullmatch(re.escape(wide).replace(r"\*", ".*"), line):
+                    explained.add(wide)
+                    with self.subTest(line=line):
+                        self.assertIn(todo, ("", remedy))
+                        self.assertLessEqual({int(n) for n in re.findall(r"%[esx]?(\d)", step)},
+                                             set(range(1, 1 + pattern.count("*"))))
+                    break
+        self.assertEqual(set(general) - explained, set(), "written nowhere")
 
 
 if __name__ == "__main__":

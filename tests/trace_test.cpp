@@ -148,21 +148,22 @@ TEST(TraceViewer, ShowsTheLinesOfAllProcessesThatItIsAskedFor)
 {
     const std::string own = std::to_string(GetCurrentProcessId());
     const Pairs<std::string, std::string> expected = {
-        {"", "debug    one\ndebug    one\nprotocol [C] two\nerror    three\\r\\n lines\\x1B\n"},
-        {"--level protocol", "protocol [C] two\nerror    three\\r\\n lines\\x1B\n"},
+        {"",
+         "debug    one\ndebug    one\nprotocol [C] two\nerror    three\\x0D\\x0A "
+         "lines\\x1B\\x9D\n"},
+        {"--level protocol", "protocol [C] two\nerror    three\\x0D\\x0A lines\\x1B\\x9D\n"},
         {"--level other --grep o", "debug    one\ndebug    one\nprotocol [C] two\nother    four\n"},
-        {"--pid 4711 --pid " + own + " --grep ^three.*s.x1B$", "error    three\\r\\n lines\\x1B\n"},
+        {"--pid 4711 --pid " + own + " --grep ^three.*s.x1B",
+         "error    three\\x0D\\x0A lines\\x1B\\x9D\n"},
         {"--pid 4711", ""},
-        {"--explain",
-         "debug    one\ndebug    (the same, 1 time more)\nprotocol [C] two\n"
-         "error    three\\r\\n lines\\x1B\n"},
+        {"--explain", "debug    one\nprotocol [C] two\nerror    three\\x0D\\x0A lines\\x1B\\x9D\n"},
     };
     for (const auto& [arguments, lines] : expected) {
         const Viewer viewer(arguments);
         LogDebug("one");
         LogDebug("one");
         LogProtocol("[C] two");
-        LogError("three\r\n\tlines\x1B\n");
+        LogError("three\r\n\tlines\x1B\x9D\n");
         OutputDebugStringA("four");
         EXPECT_EQ(viewer.End(), lines) << arguments;
     }
@@ -217,18 +218,19 @@ TEST(TraceViewer, SaysWhatIsWrong)
     const Viewer holder("");
     const Pairs<std::string, std::pair<int, const char*>> expected = {
         {"", {1, "another viewer"}},
-        {"nosuch.exe", {1, "'nosuch.exe' cannot be started"}},
+        {"cmd /c echo started", {1, "another viewer"}},
         {"--out Z:\\nosuch\\file cmd", {1, "'Z:\\nosuch\\file' cannot be written"}},
         {"--levl error", {2, "--levl"}},
-        {"--level high", {2, "'high' is none of"}},
+        {"--level high", {2, "high not in {error,protocol,debug,other}"}},
         {"--grep (", {2, "'(' is no regular expression"}},
     };
     for (const auto& [arguments, result] : expected) {
         const auto [exitCode, printed] = Trace(arguments);
         EXPECT_EQ(exitCode, result.first) << arguments;
-        EXPECT_THAT(printed, HasSubstr(result.second));
+        EXPECT_THAT(printed, AllOf(HasSubstr(result.second), Not(HasSubstr("started"))));
     }
     EXPECT_EQ(holder.End(), "");
+    EXPECT_THAT(Trace("nosuch.exe a"), Pair(1, HasSubstr("'nosuch.exe a  ' cannot be started")));
     // What has the name of a part of the buffer may be anything.
     for (const wchar_t* part : {L"DBWIN_BUFFER_READY", L"DBWIN_DATA_READY", L"DBWIN_BUFFER"}) {
         const Handle taken(CreateMutexW(nullptr, FALSE, part));
@@ -236,26 +238,73 @@ TEST(TraceViewer, SaysWhatIsWrong)
     }
 }
 
-TEST(TraceViewer, ExplainsWhatACommandDoesAndEndsWithItsExitCode)
+TEST(TraceViewer, StartsACommandAsItWasTypedAndEndsWithItsExitCode)
+{
+    const Pairs<std::string, std::pair<int, std::string>> expected = {
+        {"--level error cmd /c echo \"a&b\"", {0, "\"a&b\"  \n"}},
+        {"--grep \"a b\"  --pid 1 cmd /c  echo \"x\\\"  ^& exit 7", {7, "\"x\\\"  \n"}},
+        {"cmd /c exit 3", {3, ""}},
+    };
+    for (const auto& [arguments, result] : expected) {
+        EXPECT_EQ(Trace(arguments), result) << arguments;
+    }
+}
+
+TEST(TraceViewer, ShowsTheLinesOfACommandAndOfWhoeverWritesTheSystemsOwn)
+{
+    const std::string owner = "\"" + InBuildFolder("tests\\window_owner.exe") + "\"";
+    const auto untraced = static_cast<DWORD>(std::system((owner + " break").c_str()));  // NOLINT
+    const Handle goOn(CreateEventA(nullptr, TRUE, FALSE, "tvntrace_test"));
+    const Viewer viewer("--level other --out \"" + InBuildFolder("lines.txt") + "\" " + owner +
+                        " wait=tvntrace_test say=four break");
+    OutputDebugStringA("one");
+    LogDebug("two");
+    OutputDebugStringA("three");
+    SetEvent(goOn.Get());
+    EXPECT_EQ(viewer.ExitCode(), untraced) << "a breakpoint is the program's own affair";
+    EXPECT_NE(untraced, 0U);
+    EXPECT_EQ(Steps(InBuildFolder("lines.txt")), "debug    two\nother    three\nother    four\n");
+}
+
+TEST(TraceViewer, ExplainsWhatACommandDoesAndWhatToDo)
 {
     const std::string steps = InBuildFolder("steps.txt");
     const std::string script = InBuildFolder("traced.vbs");
     std::ofstream(script) << "Set app = CreateObject(\"talvern\")\n"
-                             "WScript.Echo app.tvnInit(), app.tvnPlay(\"m\"), app.tvnExit(), "
-                             "WScript.Arguments(0), WScript.Arguments(1)\n";
-    const auto [exitCode, printed] =
-        Trace("--follow --explain --out \"" + steps + "\" cmd /c cscript.exe //nologo \"" + script +
-              "\" \"a b\\\\\" c\\\"d\\\"e ^& exit 7");
-    EXPECT_EQ(exitCode, 7);
-    EXPECT_EQ(printed, "1 1 1 a b\\ c\"d\"e\n") << "the command's own output";
+                             "WScript.Echo app.tvnInit(), app.tvnPlay(\"m\" & Space(1100)), "
+                             "app.tvnPlay(\"!status -100\"), app.tvnExit()\n";
+    EXPECT_THAT(Trace("--explain --out \"" + steps + "\" cscript.exe //nologo \"" + script + "\""),
+                Pair(0, "1 1 -100 1\n"))
+        << "the command's own output";
     const std::string text = Steps(steps);
     for (const char* step :
          {"debug    talvern.dll is loaded or unloaded\n",
-          "protocol waiting for the browser to call back\n",
-          "protocol tvnPlay: m\nprotocol the browser answers tvnPlay: 1 (sOk, done)\n"}) {
+          "protocol waiting for the browser to call back\n", "protocol tvnPlay: m ", "...\n",
+          "protocol the browser answers tvnPlay: 1 (sOk: done)\n",
+          "tvnPlay: -100 (sMacroError: the macro failed; tvnGetLastError tells why)\n"}) {
         EXPECT_THAT(text, HasSubstr(step));
     }
     EXPECT_EQ(text.find("Protocol::"), std::string::npos) << text;
+
+    const Viewer viewer("--explain");
+    LogError("CreateProcess failed 0x%08x", 2U);
+    LogError("The instance ends. %s", "There is no browser to drive.");
+    EXPECT_EQ(viewer.End(),
+              "error    the program cannot be started: 0x2, File not found -> 2, 3: name the right "
+              "path in the registry; 5: look at the rights; 2E4: it wants an administrator\n"
+              "error    the own browser ends: There is no browser to drive. -> install Edge, "
+              "Chrome or Chromium, or name one to it\n");
+}
+
+TEST(TraceViewer, MatchesTheLongestLinesWithinTimeAndStack)
+{
+    for (const char* pattern : {"^(.|.)*$", "(x+x+)+y|.*z$"}) {
+        const Viewer viewer("--level other --grep \"" + std::string(pattern) + "\"");
+        OutputDebugStringA(std::string(60000, '\x9D').c_str());
+        OutputDebugStringA(std::string(60000, 'x').c_str());
+        LogDebug("z");
+        EXPECT_THAT(viewer.End(), EndsWith("debug    z\n"));
+    }
 }
 
 TEST(TraceViewer, NeverShowsAPassword)
@@ -266,13 +315,10 @@ TEST(TraceViewer, NeverShowsAPassword)
             "[C] %X = createProcess(user:U, domain:D, password:s, appPath:cret, "
             "appPath:C:\\b.exe, cmdLine: x)",
             0xFFFFFFFA);
-        LogError("CreateProcessWithLogonW failed 0x%08x", 5U);
-        LogError("CreateProcessWithLogonW failed 0x%08x", 5U);
         const std::string lines = viewer.End();
         EXPECT_EQ(lines.find("cret"), std::string::npos) << lines;
         EXPECT_THAT(lines, HasSubstr("****"));
         EXPECT_THAT(lines, HasSubstr(*arguments != 0 ? "-6 (sRunnerNotReachable" : "FFFFFFFA"));
-        EXPECT_THAT(lines, EndsWith(*arguments != 0 ? "1 time more)\n" : "5\n"));
     }
 }
 

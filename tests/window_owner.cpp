@@ -5,7 +5,9 @@
 //     message=TITLE                 a message-only window
 //     child=TITLE showchild=TITLE   a child, hidden or not, of the last top-level window
 //     deny                          allows others only to query the process and read its memory
-//     ready=NAME                    signals the named event
+//     ready=NAME wait=NAME          signals the named event, or waits for it
+//     say=TEXT                      writes a line to the debug output
+//     break                         ends as a program does that breaks with no debugger there
 
 #include <windows.h>
 
@@ -56,6 +58,12 @@ int main(int argc, char** argv)
             AllowOnlyQueries();
         } else if (kind == "ready") {
             SetEvent(OpenEventA(EVENT_MODIFY_STATE, FALSE, value.c_str()));
+        } else if (kind == "wait") {
+            WaitForSingleObject(OpenEventA(SYNCHRONIZE, FALSE, value.c_str()), INFINITE);
+        } else if (kind == "say") {
+            OutputDebugStringA(value.c_str());
+        } else if (argument == "break") {
+            DebugBreak();
         } else if (kind == "message") {
             MakeWindow(className, value, 0, HWND_MESSAGE);
         } else {

@@ -3,9 +3,8 @@
 #include <sddl.h>
 
 #include <array>
+#include <boost/system/system_error.hpp>
 #include <cstring>
-
-#include "tvntrace/TraceError.h"
 
 namespace tvn::trace
 {
@@ -19,96 +18,65 @@ struct Contents
     std::array<char, 4092> text;  ///< ends with a zero
 };
 
-/// Grants everything to everybody, down to programs of low integrity: browsers under another
-/// account or in a box of their own write here too.
-boost::shared_ptr<void> OpenToAll()
+[[noreturn]] void ThrowRefused()
 {
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(
-            L"D:(A;;GA;;;WD)S:(ML;;NW;;;LW)", SDDL_REVISION_1, &descriptor, nullptr)) {
-        throw TraceError("the access rights of the debug-output buffer cannot be made",
-                         GetLastError());
-    }
-    return {descriptor, &LocalFree};
+    throw boost::system::system_error(
+        static_cast<int>(GetLastError()), boost::system::system_category(),
+        "the debug-output buffer cannot be made; a viewer that runs as another user may hold it");
 }
 
-[[noreturn]] void ThrowRefused(DWORD error)
-{
-    throw TraceError(
-        "the debug-output buffer cannot be made; a viewer that runs as another user may hold it",
-        error);
-}
-
-/// An event that was not there before; none when it was.
-boost::shared_ptr<Handle> NewEvent(const wchar_t* name, SECURITY_ATTRIBUTES& attributes)
-{
-    auto event = ShareHandle(CreateEventW(&attributes, FALSE, FALSE, name));
-    const DWORD error = GetLastError();
-    if (!event->IsValid()) {
-        ThrowRefused(error);
-    }
-    if (error == ERROR_ALREADY_EXISTS) {
-        event.reset();
-    }
-    return event;
-}
-
-/// A program that writes a line has the events open for that moment, so one that is there need not
-/// mean a viewer yet.
-boost::shared_ptr<Handle> NewEventOfOnlyViewer(const wchar_t* name, SECURITY_ATTRIBUTES& attributes)
+/// An event of the only reader. A program that writes a line has the events open for that moment,
+/// so one that is there need not mean another viewer yet.
+boost::shared_ptr<Handle> MakeEvent(const wchar_t* name, SECURITY_ATTRIBUTES& attributes)
 {
     constexpr int kTries = 10;
     for (int tries = 0; tries < kTries; ++tries) {
-        if (auto event = NewEvent(name, attributes)) {
+        auto event = ShareHandle(CreateEventW(&attributes, FALSE, FALSE, name));
+        if (!event->IsValid()) {
+            ThrowRefused();
+        }
+        if (GetLastError() != ERROR_ALREADY_EXISTS) {
             return event;
         }
+        event.reset();
         Sleep(100);
     }
-    throw TraceError(
-        "another viewer of the debug output runs and holds the shared buffer; close it, or name "
-        "the "
-        "command to trace, which needs no buffer");
+    throw std::runtime_error(
+        "another viewer of the debug output is running, and there can be only one; close it first");
 }
 
 }  // namespace
 
 DebugBuffer::DebugBuffer()
 {
-    const boost::shared_ptr<void> descriptor = OpenToAll();
-    SECURITY_ATTRIBUTES attributes = {sizeof attributes, descriptor.get(), FALSE};
-    m_free = NewEventOfOnlyViewer(L"DBWIN_BUFFER_READY", attributes);
-    m_written = NewEventOfOnlyViewer(L"DBWIN_DATA_READY", attributes);
+    // Browsers under another account, or with a low integrity level, write here too.
+    PSECURITY_DESCRIPTOR openToAll = nullptr;
+    ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:(A;;GA;;;WD)S:(ML;;NW;;;LW)",
+                                                         SDDL_REVISION_1, &openToAll, nullptr);
+    const boost::shared_ptr<void> descriptor(openToAll, &LocalFree);
+    SECURITY_ATTRIBUTES attributes = {sizeof attributes, openToAll, FALSE};
+    m_free = MakeEvent(L"DBWIN_BUFFER_READY", attributes);
+    m_written = MakeEvent(L"DBWIN_DATA_READY", attributes);
     m_mapping = ShareHandle(CreateFileMappingW(INVALID_HANDLE_VALUE, &attributes, PAGE_READWRITE, 0,
                                                sizeof(Contents), L"DBWIN_BUFFER"));
-    const void* const view = m_mapping->IsValid() ? MapViewOfFile(m_mapping->Get(), FILE_MAP_READ,
-                                                                  0, 0, sizeof(Contents))
-                                                  : nullptr;
-    if (view == nullptr) {
-        ThrowRefused(GetLastError());
+    m_view.reset(MapViewOfFile(m_mapping->Get(), FILE_MAP_READ, 0, 0, sizeof(Contents)),
+                 &UnmapViewOfFile);
+    if (m_view == nullptr) {
+        ThrowRefused();
     }
-    m_view.reset(view, &UnmapViewOfFile);
     SetEvent(m_free->Get());
 }
 
-std::optional<TraceLine> DebugBuffer::Read(HANDLE stop) const
+std::optional<TraceLine> DebugBuffer::Read(HANDLE end)
 {
-    const std::array<HANDLE, 2> events = {stop, m_written->Get()};
+    const std::array<HANDLE, 2> events = {end, m_written->Get()};
     if (WaitForMultipleObjects(2, events.data(), FALSE, INFINITE) != WAIT_OBJECT_0 + 1) {
-        return {};
+        m_last = m_last == 0 ? GetTickCount64() + 500 : m_last;
+        if (GetTickCount64() > m_last ||
+            WaitForSingleObject(m_written->Get(), 100) != WAIT_OBJECT_0) {
+            return {};
+        }
     }
-    return Take();
-}
-
-std::optional<TraceLine> DebugBuffer::ReadLast() const
-{
-    if (WaitForSingleObject(m_written->Get(), 0) != WAIT_OBJECT_0) {
-        return {};
-    }
-    return Take();
-}
-
-TraceLine DebugBuffer::Take() const
-{
     Contents contents = {};
     std::memcpy(&contents, m_view.get(), sizeof contents);
     SetEvent(m_free->Get());

@@ -1,57 +1,26 @@
 #include "tvntrace/LinePrinter.h"
 
 #include <array>
+#include <boost/locale/encoding_utf.hpp>
+#include <boost/system/system_error.hpp>
 #include <cstdio>
 
-#include "tvntrace/TraceError.h"
+using boost::locale::conv::utf_to_utf;
 
 namespace tvn::trace
 {
-namespace
-{
 
-const char* ColourOf(Level level)
-{
-    switch (level) {
-        case Level::Error:
-            return "\x1b[91m";
-        case Level::Protocol:
-            return "\x1b[96m";
-        case Level::Debug:
-            return "\x1b[90m";
-        default:
-            return "";
-    }
-}
-
-boost::shared_ptr<Handle> MakeFile(const std::string& path)
-{
-    auto file = ShareHandle(CreateFileW(FromUtf8(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ,
-                                        nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file->IsValid()) {
-        throw TraceError("the file '" + path + "' cannot be written; take another for --out",
-                         GetLastError());
-    }
-    return file;
-}
-
-std::string Head(const TraceLine& line)
-{
-    std::array<char, 64> head = {};
-    const int length = std::snprintf(head.data(), head.size(), "%02u:%02u:%02u.%03u %6lu %-8s ",
-                                     line.time.wHour, line.time.wMinute, line.time.wSecond,
-                                     line.time.wMilliseconds, line.pid, NameOf(line.level));
-    return {head.data(), static_cast<std::size_t>(length)};
-}
-
-}  // namespace
-
-LinePrinter::LinePrinter(const std::string& path) : m_output(GetStdHandle(STD_OUTPUT_HANDLE))
+LinePrinter::LinePrinter(const std::wstring& path) : m_output(GetStdHandle(STD_OUTPUT_HANDLE))
 {
     if (!path.empty()) {
-        m_file = MakeFile(path);
+        m_file = ShareHandle(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                         CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         m_output = m_file->Get();
-        return;
+        if (!m_file->IsValid()) {
+            throw boost::system::system_error(
+                static_cast<int>(GetLastError()), boost::system::system_category(),
+                "the file '" + utf_to_utf<char>(path) + "' cannot be written; choose another");
+        }
     }
     DWORD mode = 0;
     m_console = GetConsoleMode(m_output, &mode) != FALSE;
@@ -61,21 +30,23 @@ LinePrinter::LinePrinter(const std::string& path) : m_output(GetStdHandle(STD_OU
 
 void LinePrinter::Print(const TraceLine& line) const
 {
-    const std::string colour = m_colours ? ColourOf(line.level) : "";
-    const std::string text =
-        colour + Head(line) + line.text + (colour.empty() ? "" : "\x1b[0m") + "\r\n";
+    const LevelForm& form = kLevels.at(static_cast<std::size_t>(line.level));
+    const bool coloured = m_colours && *form.colour != '\0';
+    std::array<char, 64> head = {};
+    std::snprintf(head.data(), head.size(), "%02u:%02u:%02u.%03u %6lu %-8s ", line.time.wHour,
+                  line.time.wMinute, line.time.wSecond, line.time.wMilliseconds, line.pid,
+                  form.name);
+    const std::string text = (coloured ? form.colour : "") + (head.data() + line.text) +
+                             (coloured ? "\x1b[0m\r\n" : "\r\n");
+    const std::wstring wide = utf_to_utf<wchar_t>(text);
     DWORD written = 0;
-    BOOL success = FALSE;
-    if (m_console) {
-        const std::wstring wide = FromUtf8(text);
-        success = WriteConsoleW(m_output, wide.data(), static_cast<DWORD>(wide.size()), &written,
-                                nullptr);
-    } else {
-        success =
-            WriteFile(m_output, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
-    }
-    if (!success) {
-        throw TraceError("the lines cannot be written any more", GetLastError());
+    if (m_console ? !WriteConsoleW(m_output, wide.data(), static_cast<DWORD>(wide.size()), &written,
+                                   nullptr)
+                  : !WriteFile(m_output, text.data(), static_cast<DWORD>(text.size()), &written,
+                               nullptr)) {
+        throw boost::system::system_error(static_cast<int>(GetLastError()),
+                                          boost::system::system_category(),
+                                          "the lines cannot be written any more");
     }
 }
 

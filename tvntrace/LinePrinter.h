@@ -12,15 +12,13 @@ namespace tvn::trace
 {
 
 /// Prints lines with their time, process and level: in colours on a console, as plain UTF-8 into a
-/// file or another program.
+/// file or another program. What fails throws std::runtime_error.
 class LinePrinter
 {
   public:
-    /// Prints to the file `path`, which is made anew, or to the standard output when the path is
-    /// empty. Throws TraceError when the file cannot be made.
-    explicit LinePrinter(const std::string& path);
+    /// Prints to the file `path`, which is made anew; to the standard output when it is empty.
+    explicit LinePrinter(const std::wstring& path);
 
-    /// Throws TraceError when the line cannot be written.
     void Print(const TraceLine& line) const;
 
   private:

@@ -1,64 +1,44 @@
 #include "tvntrace/TraceLine.h"
 
-#include <array>
-#include <utility>
+#include <boost/locale/encoding_utf.hpp>
+
+#include "basicslib/ComString.h"
 
 namespace tvn::trace
 {
 namespace
 {
 
-constexpr std::array kNames = {"other", "debug", "protocol", "error"};
-
-constexpr std::array kTags = {
-    std::pair{Level::Debug, std::string_view("[tvn::debug] ")},
-    std::pair{Level::Protocol, std::string_view("[tvn::HI_LEVEL_PROTOCOL] ")},
-    std::pair{Level::Error, std::string_view("[................tvn::error] ")},
-};
-
-std::wstring Widen(std::string_view text, UINT codePage)
-{
-    const auto size = static_cast<int>(text.size());
-    std::wstring wide(text.size(), L'\0');  // never longer than what it is made from
-    const int length = MultiByteToWideChar(codePage, 0, text.data(), size, wide.data(), size);
-    wide.resize(static_cast<std::size_t>(length));
-    return wide;
-}
+constexpr std::size_t kLongestText = 1023;
 
 /// What belongs to the password ends where the last mark behind it begins: the password itself may
 /// hold one, and showing too little is the safe side.
-void MaskPassword(std::string& text)
+void MaskPassword(std::wstring& text)
 {
-    constexpr std::string_view kBefore = ", password:";
-    constexpr std::string_view kBehind = ", appPath:";
+    constexpr std::wstring_view kBefore = L", password:";
+    constexpr std::wstring_view kBehind = L", appPath:";
     std::size_t begin = text.find(kBefore);
-    if (begin == std::string::npos || text.find("createProcess(user:") > begin) {
+    if (begin == std::wstring::npos || text.find(L"createProcess(user:") > begin) {
         return;
     }
     begin += kBefore.size();
     const std::size_t end = text.rfind(kBehind);
-    const std::size_t length = end == std::string::npos || end < begin ? end : end - begin;
-    if (text.substr(begin, length) != "(null)" && length != 0) {
-        text.replace(begin, length, "****");
+    const std::size_t length = end == std::wstring::npos || end < begin ? end : end - begin;
+    if (text.substr(begin, length) != L"(null)" && length != 0) {
+        text.replace(begin, length, L"****");
     }
 }
 
 /// One line stays one line, and a terminal takes no orders from the programs that are watched.
-std::string WithoutControls(std::string_view text)
+std::wstring WithoutControls(std::wstring_view text)
 {
-    constexpr const char* kDigits = "0123456789ABCDEF";
-    std::string result;
-    result.reserve(text.size());
-    for (const char character : text) {
-        const auto code = static_cast<unsigned char>(character);
-        if (code == '\n') {
-            result += "\\n";
-        } else if (code == '\r') {
-            result += "\\r";
-        } else if (code == '\t') {
-            result += ' ';
-        } else if (code < 0x20 || code == 0x7F) {
-            result += {'\\', 'x', kDigits[code / 16], kDigits[code % 16]};
+    constexpr const wchar_t* kDigits = L"0123456789ABCDEF";
+    std::wstring result;
+    for (const wchar_t character : text) {
+        if (character == L'\t') {
+            result += L' ';
+        } else if (character < 0x20 || (character >= 0x7F && character < 0xA0)) {
+            result += {L'\\', L'x', kDigits[character / 16], kDigits[character % 16]};
         } else {
             result += character;
         }
@@ -68,46 +48,26 @@ std::string WithoutControls(std::string_view text)
 
 }  // namespace
 
-const char* NameOf(Level level)
-{
-    return kNames.at(static_cast<std::size_t>(level));
-}
-
 TraceLine ReadTraceLine(DWORD pid, std::string_view raw)
 {
     TraceLine line = {};
     GetLocalTime(&line.time);
     line.pid = pid;
-    for (const auto& [level, tag] : kTags) {
-        if (raw.starts_with(tag)) {
-            line.level = level;
-            raw.remove_prefix(tag.size());
+    for (std::size_t level = kLevels.size() - 1; level > 0; --level) {
+        if (raw.starts_with(kLevels.at(level).tag)) {
+            line.level = static_cast<Level>(level);
+            raw.remove_prefix(kLevels.at(level).tag.size());
             break;
         }
     }
+    line.cut = raw.size() == kLongestText;
     while (raw.ends_with('\n') || raw.ends_with('\r')) {
         raw.remove_suffix(1);
     }
-    line.text = ToUtf8(Widen(raw, CP_ACP));
-    MaskPassword(line.text);
-    line.text = WithoutControls(line.text);
+    std::wstring text(ToView(ToComString(raw)));
+    MaskPassword(text);
+    line.text = boost::locale::conv::utf_to_utf<char>(WithoutControls(text));
     return line;
-}
-
-std::string ToUtf8(std::wstring_view text)
-{
-    constexpr std::size_t kMostBytes = 3;  // for each 16 bits
-    std::string narrow(text.size() * kMostBytes, '\0');
-    const int length =
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
-                            static_cast<int>(narrow.size()), nullptr, nullptr);
-    narrow.resize(static_cast<std::size_t>(length));
-    return narrow;
-}
-
-std::wstring FromUtf8(std::string_view text)
-{
-    return Widen(text, CP_UTF8);
 }
 
 }  // namespace tvn::trace

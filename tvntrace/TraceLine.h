@@ -2,35 +2,42 @@
 
 #include <windows.h>
 
+#include <array>
 #include <string>
 #include <string_view>
 
 namespace tvn::trace
 {
 
-/// What a line is about, by its tag, from what matters least. Lines without one of the system's
-/// tags come from other programs.
+/// What a line is about, from what matters least. Lines of other programs have no tag.
 enum class Level { Other, Debug, Protocol, Error };
 
-/// The name of a level as people write it.
-const char* NameOf(Level level);
+/// How the lines of a level begin, what people call it, and a console's order for its colour.
+struct LevelForm
+{
+    std::string_view tag;
+    const char* name;
+    const char* colour;
+};
 
-/// One line of the debug output. `text` is UTF-8, has no tag, no password and no control
-/// characters.
+inline constexpr std::array kLevels = {
+    LevelForm{"", "other", ""},
+    LevelForm{"[tvn::debug] ", "debug", "\x1b[90m"},
+    LevelForm{"[tvn::HI_LEVEL_PROTOCOL] ", "protocol", "\x1b[96m"},
+    LevelForm{"[................tvn::error] ", "error", "\x1b[91m"},
+};
+
+/// One line of the debug output.
 struct TraceLine
 {
-    SYSTEMTIME time;  ///< local, when it was seen
-    DWORD pid;
+    SYSTEMTIME time;  ///< local, when it was read
+    DWORD pid;        ///< of the process that wrote it
     Level level;
-    std::string text;
+    bool cut;          ///< it is as long as a line can be, so its end may be missing
+    std::string text;  ///< UTF-8 without tag, password and control characters
 };
 
 /// The line that the process `pid` has just written as `raw`, in the ANSI code page.
 TraceLine ReadTraceLine(DWORD pid, std::string_view raw);
-
-/// Texts between the platform's wide form and UTF-8; what is not valid becomes the replacement
-/// character.
-std::string ToUtf8(std::wstring_view text);
-std::wstring FromUtf8(std::string_view text);
 
 }  // namespace tvn::trace
