@@ -48,10 +48,11 @@ PlayRequest::PlayRequest(const std::wstring& argument)
     }
     for (std::size_t at = 4; at + 1 < words.size(); at += 2) {
         const std::wstring& name = words[at];
-        const bool isVariable = name.rfind(tvn::kVariablePrefix, 0) == 0;
-        const std::size_t prefix = isVariable ? tvn::kVariablePrefix.size() : 1;
-        settings.push_back(
-            {isVariable, name.substr(std::min(prefix, name.size())), Decode(words[at + 1])});
+        const bool isVariable = name.starts_with(tvn::kVariablePrefix);
+        const std::wstring_view prefix = isVariable               ? tvn::kVariablePrefix
+                                         : name.starts_with(L'-') ? L"-"
+                                                                  : L"";
+        settings.push_back({isVariable, name.substr(prefix.size()), Decode(words[at + 1])});
     }
 }
 
