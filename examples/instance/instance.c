@@ -4,6 +4,7 @@
    registry's PathBasic names. */
 #include <windows.h>
 
+#include <sddl.h>
 #include <stdio.h>
 #include <wchar.h>
 
@@ -70,8 +71,9 @@ static DWORD WINAPI Serve(void* pipe)
     OVERLAPPED reading = {.hEvent = CreateEventW(NULL, TRUE, FALSE, NULL)};
     OVERLAPPED writing = {.hEvent = CreateEventW(NULL, TRUE, TRUE, NULL)};
     DWORD size = 0;
-    while (pipe != INVALID_HANDLE_VALUE) {
+    for (;;) {
         Finish(pipe, ConnectNamedPipe(pipe, &reading), &reading, &size);
+        /* Whole messages: a client that ends may take back what has not been read of one. */
         while (Finish(pipe, ReadFile(pipe, in, ROOM, &size, &reading), &reading, &size)) {
             const BYTE* at = in + 8; /* behind the length and the request id */
             Text name, argument;
@@ -96,7 +98,6 @@ static DWORD WINAPI Serve(void* pipe)
         WaitForSingleObject(writing.hEvent, INFINITE);
         DisconnectNamedPipe(pipe);
     }
-    return 1;
 }
 
 int main(void)
@@ -105,13 +106,24 @@ int main(void)
     wchar_t* const id = name + wcslen(name);
     HWND window = CreateWindowW(L"STATIC", L"Talvern Instance Window", 0, 0, 0, 0, 0, 0, 0, 0, 0);
     DWORD callback[2] = {8, (DWORD)(ULONG_PTR)window};
+    SECURITY_ATTRIBUTES access = {.nLength = sizeof access};
     MSG message;
+    /* For the owner, the system and administrators. By default every account may read, and so hold
+       connections. */
+    if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(
+            L"D:P(A;;GA;;;OW)(A;;GA;;;SY)(A;;GA;;;BA)", SDDL_REVISION_1,
+            &access.lpSecurityDescriptor, NULL)) {
+        return 1;
+    }
     TakeId(L"creatorUuid=", g_reservedFor);
     swprintf(id, ID, L"%d", (int)callback[1]);
     for (int client = 0; client < CLIENTS; ++client) { /* before the callback */
-        HANDLE pipe = CreateNamedPipeW(name, PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED,
-                                       PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT,
-                                       PIPE_UNLIMITED_INSTANCES, 1024, 1024, 5000, NULL);
+        const DWORD first = client == 0 ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
+        HANDLE pipe = CreateNamedPipeW(name, PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | first,
+                                       PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT |
+                                           PIPE_REJECT_REMOTE_CLIENTS,
+                                       PIPE_UNLIMITED_INSTANCES, 1024, 1024, 5000, &access);
+        if (pipe == INVALID_HANDLE_VALUE) return 1;
         CloseHandle(CreateThread(NULL, 0, &Serve, pipe, 0, NULL));
     }
     TakeId(L"pipeUuid=", id);
