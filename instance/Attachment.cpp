@@ -36,6 +36,12 @@ void Attachment::Release(const void* client)
     }
 }
 
+bool Attachment::IsHeldFor(const void* client) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_client == client;
+}
+
 bool Attachment::BelongsTo(const void* client) const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

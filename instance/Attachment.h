@@ -25,6 +25,9 @@ class Attachment
     /// The instance has refused the client, or the client's connection has ended.
     void Release(const void* client);
 
+    /// Whether `client` has taken the instance, accepted or not yet.
+    bool IsHeldFor(const void* client) const;
+
     /// Whether the instance has accepted `client`.
     bool BelongsTo(const void* client) const;
 

@@ -1,5 +1,6 @@
 #include "instance/CommandService.h"
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <new>
 
@@ -7,6 +8,7 @@
 #include "basicslib/Exceptions.h"
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/Log.h"
+#include "basicslib/ScopeExit.h"
 #include "basicslib/StatusCode.h"
 #include "pipeutils/CommandsProtocol.h"
 #include "pipeutils/PipeNames.h"
@@ -17,6 +19,8 @@ namespace
 {
 
 constexpr DWORD kRefusalTime = 1000;
+constexpr DWORD kIdleTime = 10000;
+constexpr std::size_t kMostConnections = 64;
 
 }  // namespace
 
@@ -35,22 +39,40 @@ bool CommandService::Start()
 
 void CommandService::Serve(const boost::shared_ptr<tvn::Handle>& pipe)
 {
-    try {
-        const auto connection = boost::make_shared<Connection>(pipe);
-        if (connection->Start()) {
-            ReadCommands(connection);
-        }
-        if (m_attachment.BelongsTo(connection.get())) {
-            m_commands.Detached();
-        }
-        m_attachment.Release(connection.get());
-        connection->Close();
-    } catch (const tvn::BaseException& exception) {
-        tvn::LogError("A client cannot be served. %s",
-                      static_cast<const char*>(exception.GetDescription()));
-    } catch (const std::bad_alloc&) {
-        tvn::LogError("A client cannot be served. There is no memory.");
+    const auto connection = boost::make_shared<Connection>(pipe);
+    Admit(connection);
+    const tvn::ScopeExit left([&] { Dismiss(connection); });
+    if (connection->Start()) {
+        ReadCommands(connection);
     }
+    if (m_attachment.BelongsTo(connection.get())) {
+        m_commands.Detached();
+    }
+}
+
+/// Takes a connection in. Where there are too many, the oldest that is not attached makes room, so
+/// that nobody keeps others out by opening connections.
+void CommandService::Admit(const boost::shared_ptr<Connection>& connection)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_connections.push_back(connection);
+    if (m_connections.size() > kMostConnections) {
+        const auto oldest =
+            std::find_if(m_connections.begin(), m_connections.end(),
+                         [this](const auto& each) { return !m_attachment.IsHeldFor(each.get()); });
+        (*oldest)->Close();
+        m_connections.erase(oldest);
+    }
+}
+
+void CommandService::Dismiss(const boost::shared_ptr<Connection>& connection)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        std::erase(m_connections, connection);
+    }
+    m_attachment.Release(connection.get());
+    connection->Close();
 }
 
 void CommandService::ReadCommands(const boost::shared_ptr<Connection>& connection)
@@ -61,9 +83,12 @@ void CommandService::ReadCommands(const boost::shared_ptr<Connection>& connectio
             Answer answer = {connection, 0};
             tvn::ComString command;
             tvn::ComString argument;
-            protocol.ReceiveCommand(answer.id, command, argument, INFINITE);
+            const bool mayIdle = m_attachment.IsHeldFor(connection.get());
+            protocol.ReceiveCommand(answer.id, command, argument, mayIdle ? INFINITE : kIdleTime);
             Run(std::wstring(tvn::ToView(command)), std::wstring(tvn::ToView(argument)), answer);
         }
+    } catch (const tvn::ReadPipeTimeout&) {
+        tvn::LogDebug("A client that is not attached has sent no command in time.");
     } catch (const tvn::BaseException&) {
         tvn::LogDebug("A client has gone, or has sent what is no command.");
     } catch (const std::bad_alloc&) {

@@ -3,6 +3,8 @@
 #include <windows.h>
 
 #include <boost/shared_ptr.hpp>
+#include <deque>
+#include <mutex>
 #include <string>
 
 #include "instance/Attachment.h"
@@ -16,7 +18,9 @@ namespace instance
 
 /// Serves the command pipe of one instance: takes the commands of any number of clients, attaches
 /// at most one of them, and hands that one's commands on. Whatever comes from a client that is not
-/// attached, and whatever is not known, is answered with a failure.
+/// attached, and whatever is not known, is answered with a failure. A connection that is not
+/// attached is closed when no command comes for some seconds, and the oldest one when there are too
+/// many.
 class CommandService
 {
   public:
@@ -32,6 +36,8 @@ class CommandService
 
   private:
     void Serve(const boost::shared_ptr<tvn::Handle>& pipe);
+    void Admit(const boost::shared_ptr<Connection>& connection);
+    void Dismiss(const boost::shared_ptr<Connection>& connection);
     void ReadCommands(const boost::shared_ptr<Connection>& connection);
     void Attach(const std::wstring& creatorUuid, const Answer& answer);
     void Run(const std::wstring& command, const std::wstring& argument, const Answer& answer);
@@ -40,6 +46,8 @@ class CommandService
 
     ICommands& m_commands;
     Attachment m_attachment;
+    std::mutex m_mutex;
+    std::deque<boost::shared_ptr<Connection>> m_connections;  ///< the oldest first
     PipeListener m_listener;
 };
 

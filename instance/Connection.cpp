@@ -1,14 +1,12 @@
 #include "instance/Connection.h"
 
 #include <chrono>
+#include <new>
 #include <utility>
 
-#include "basicslib/ComString.h"
 #include "basicslib/Exceptions.h"
 #include "basicslib/Log.h"
 #include "instance/RunApart.h"
-#include "pipeutils/BaseProtocol.h"
-#include "pipeutils/Serializer.h"
 
 namespace instance
 {
@@ -36,19 +34,23 @@ bool Connection::Start()
 
 void Connection::Reply(unsigned int id, int status, const std::wstring& text)
 {
-    tvn::Serializer message;
-    message.AddUInt(id);
-    message.AddInt(status);
-    message.AddString(tvn::ToComString(text));
-    message.Serialize();
-    Send(message.GetBuffer(), message.GetSize());
+    Queue([id, status, text](tvn::CommandsProtocol& protocol) {
+        protocol.SendReply(id, status, text, kReplyTime);
+    });
 }
 
 void Connection::Send(const tvn::MessageBuffer& bytes, DWORD size)
 {
+    Queue([bytes, size](tvn::CommandsProtocol& protocol) {
+        protocol.WritePipe(bytes.get(), size, kReplyTime);
+    });
+}
+
+void Connection::Queue(Write write)
+{
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_closed) {
-        m_queue.push_back({bytes, size});
+        m_queue.push_back(std::move(write));
         m_changed.notify_all();
     }
 }
@@ -78,22 +80,25 @@ void Connection::Close()
 
 void Connection::WriteQueued()
 {
-    tvn::BaseProtocol protocol(Pipe(), Closing());
+    tvn::CommandsProtocol protocol(Pipe(), Closing());
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] { return m_closed || !m_queue.empty(); });
         if (m_closed) {
             return;
         }
-        const Message message = std::move(m_queue.front());
+        const Write write = std::move(m_queue.front());
         m_queue.pop_front();
         m_writing = true;
         lock.unlock();
         try {
-            protocol.WritePipe(message.bytes.get(), message.size, kReplyTime);
+            write(protocol);
         } catch (const tvn::BaseException& exception) {
             tvn::LogDebug("A reply was not taken. %s",
                           static_cast<const char*>(exception.GetDescription()));
+        } catch (const std::bad_alloc&) {
+            tvn::LogError("A reply does not fit into memory.");
+            Close();
         }
         lock.lock();
         m_writing = false;

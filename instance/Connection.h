@@ -6,10 +6,12 @@
 #include <boost/shared_ptr.hpp>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <string>
 
 #include "basicslib/Handle.h"
+#include "pipeutils/CommandsProtocol.h"
 #include "pipeutils/MessageBuffer.h"
 
 namespace instance
@@ -51,19 +53,16 @@ class Connection : public boost::enable_shared_from_this<Connection>
     void Close();
 
   private:
-    struct Message
-    {
-        tvn::MessageBuffer bytes;
-        DWORD size;
-    };
+    using Write = std::function<void(tvn::CommandsProtocol& protocol)>;
 
+    void Queue(Write write);
     void WriteQueued();
 
     boost::shared_ptr<tvn::Handle> m_pipe;
     boost::shared_ptr<tvn::Handle> m_closing;
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<Message> m_queue;
+    std::deque<Write> m_queue;
     bool m_writing = false;
     bool m_closed = false;
 };

@@ -25,7 +25,8 @@ struct Answer
 
 /// What an instance makes of the commands of its client. The operations are called on the thread
 /// that reads the client's commands, one at a time, and should return soon, because the next one is
-/// read only then. An earlier play may not have been answered yet: its client has given it up.
+/// read only then. An earlier play may not have been answered yet: its client has given it up. One
+/// that throws ends the client's connection.
 class ICommands
 {
   public:

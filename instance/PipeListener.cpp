@@ -1,8 +1,12 @@
 #include "instance/PipeListener.h"
 
-#include <deque>
+#include <comdef.h>
+
+#include <exception>
+#include <new>
 #include <utility>
 
+#include "basicslib/Exceptions.h"
 #include "basicslib/Log.h"
 #include "instance/RunApart.h"
 
@@ -11,8 +15,6 @@ namespace instance
 namespace
 {
 
-constexpr DWORD kBufferSize = 1024;
-constexpr DWORD kDefaultTimeout = 5000;
 constexpr DWORD kPause = 100;
 constexpr std::size_t kEnds = 4;
 
@@ -24,51 +26,71 @@ PipeListener::PipeListener(std::string name, PipeAccess access, Session session)
 
 bool PipeListener::Start()
 {
+    try {
+        m_security.emplace(m_access);
+    } catch (const tvn::Win32Exception& exception) {
+        tvn::LogError("The accounts that may open %s cannot be listed 0x%08x", m_name.c_str(),
+                      static_cast<unsigned int>(exception.GetError()));
+        return false;
+    }
     // Not every system that runs this heeds the flag of the first end, so the name is looked for
     // too; between this look and the end, only the flag helps.
-    if (WaitNamedPipeA(m_name.c_str(), 1) || GetLastError() != ERROR_FILE_NOT_FOUND) {
-        tvn::LogError("%s is served already", m_name.c_str());
+    if (IsServed()) {
         return false;
     }
     auto first = NewEnd(End::kFirst);
-    if (!first->IsValid()) {
-        return false;
-    }
-    return RunApart([this, pipe = std::move(first)]() mutable { Listen(std::move(pipe)); });
+    return first->IsValid() &&
+           RunApart([this, ends = Ends{std::move(first)}]() mutable { Listen(std::move(ends)); });
 }
 
-boost::shared_ptr<tvn::Handle> PipeListener::NewEnd(End end) const
+/// Whether somebody serves the name; also true when the system does not tell.
+bool PipeListener::IsServed() const
+{
+    const DWORD error = WaitNamedPipeA(m_name.c_str(), 1) ? ERROR_SUCCESS : GetLastError();
+    if (error == ERROR_FILE_NOT_FOUND) {
+        return false;
+    }
+    if (error == ERROR_SUCCESS || error == ERROR_SEM_TIMEOUT || error == ERROR_PIPE_BUSY) {
+        tvn::LogError("%s is served already", m_name.c_str());
+    } else {
+        tvn::LogError("WaitNamedPipe, %s failed 0x%08x", m_name.c_str(),
+                      static_cast<unsigned int>(error));
+    }
+    return true;
+}
+
+boost::shared_ptr<tvn::Handle> PipeListener::NewEnd(End end)
 {
     // Whoever makes the first end of a name decides who may make further ones and gets its share of
     // the clients: a pipe that is there already is somebody else's.
-    const DWORD first = end == End::kFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
-    SECURITY_DESCRIPTOR everyone;
-    SECURITY_ATTRIBUTES attributes = {sizeof attributes, &everyone, FALSE};
-    SECURITY_ATTRIBUTES* security = nullptr;
-    if (m_access == PipeAccess::kEveryone) {
-        if (!InitializeSecurityDescriptor(&everyone, SECURITY_DESCRIPTOR_REVISION) ||
-            !SetSecurityDescriptorDacl(&everyone, TRUE, nullptr, FALSE)) {
-            return tvn::ShareHandle(INVALID_HANDLE_VALUE);
-        }
-        security = &attributes;
-    }
-    HANDLE pipe = CreateNamedPipeA(
-        m_name.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | first,
-        PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS,
-        PIPE_UNLIMITED_INSTANCES, kBufferSize, kBufferSize, kDefaultTimeout, security);
-    if (!tvn::Handle::IsValid(pipe)) {
+    tvn::PipeEndOptions options;
+    options.openMode = end == End::kFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
+    options.pipeMode = PIPE_REJECT_REMOTE_CLIENTS;
+    options.security = m_security->Get();
+    DWORD error = 0;
+    auto pipe = tvn::ShareHandle(CreatePipe(m_name.c_str(), options, error));
+    if (!pipe->IsValid()) {
         tvn::LogError("CreateNamedPipe, %s failed 0x%08x", m_name.c_str(),
-                      static_cast<unsigned int>(GetLastError()));
+                      static_cast<unsigned int>(error));
     }
-    return tvn::ShareHandle(pipe);
+    return pipe;
 }
 
-void PipeListener::Listen(boost::shared_ptr<tvn::Handle> first) const
+void PipeListener::Listen(Ends ends)
 {
-    // A client finds an end that nobody waits on yet, but one that comes when there is none goes
-    // away: several may come the moment another is connected.
-    std::deque<boost::shared_ptr<tvn::Handle>> ends = {std::move(first)};
     for (;;) {
+        if (!ServeNext(ends)) {
+            Sleep(kPause);
+        }
+    }
+}
+
+/// False when the system has not what it takes at present.
+bool PipeListener::ServeNext(Ends& ends)
+{
+    try {
+        // A client finds an end that nobody waits on yet, but one that comes when there is none
+        // goes away: several may come the moment another is connected.
         while (ends.size() < kEnds) {
             ends.push_back(NewEnd(End::kFurther));
         }
@@ -76,10 +98,32 @@ void PipeListener::Listen(boost::shared_ptr<tvn::Handle> first) const
         ends.pop_front();
         DWORD error = 0;
         if (!pipe->IsValid()) {
-            Sleep(kPause);  // the system has none to give at present
-        } else if (ConnectPipe(pipe->Get(), INFINITE, nullptr, error)) {
-            RunApart([this, pipe] { m_session(pipe); });
+            return false;
         }
+        if (!ConnectPipe(pipe->Get(), INFINITE, nullptr, error)) {
+            return error == ERROR_NO_DATA;  // its client has gone already
+        }
+        return RunApart([this, pipe] { Serve(pipe); });
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+void PipeListener::Serve(const boost::shared_ptr<tvn::Handle>& pipe) const
+{
+    try {
+        try {
+            m_session(pipe);
+        } catch (const tvn::BaseException& exception) {
+            tvn::LogError("A client cannot be served. %s",
+                          static_cast<const char*>(exception.GetDescription()));
+        }
+    } catch (const std::bad_alloc&) {
+        tvn::LogError("A client cannot be served. There is no memory.");
+    } catch (const _com_error&) {
+        tvn::LogError("A client cannot be served. There is no memory.");
+    } catch (const std::exception& error) {
+        tvn::LogError("A client cannot be served. %s", error.what());
     }
 }
 

@@ -5,6 +5,8 @@
 #include <memory>
 #include <utility>
 
+#include "basicslib/Handle.h"
+
 namespace instance
 {
 namespace
@@ -24,11 +26,11 @@ DWORD WINAPI RunWork(void* parameter)
 bool RunApart(std::function<void()> work)
 {
     auto owned = std::make_unique<Work>(std::move(work));
-    if (!QueueUserWorkItem(&RunWork, owned.get(), WT_EXECUTELONGFUNCTION)) {
-        return false;
+    const tvn::Handle thread(CreateThread(nullptr, 0, &RunWork, owned.get(), 0, nullptr));
+    if (thread.IsValid()) {
+        static_cast<void>(owned.release());  // the thread's now
     }
-    static_cast<void>(owned.release());  // the thread's now
-    return true;
+    return thread.IsValid();
 }
 
 }  // namespace instance

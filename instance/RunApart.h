@@ -5,10 +5,9 @@
 namespace instance
 {
 
-/// Runs `work`, which may take as long as it likes, on a thread that it has for itself meanwhile
-/// and that nobody waits for; the system's pool keeps it for the next. False when there is none.
-/// (The runtime's own detached threads can be gone before they are detached, which it does not bear
-/// under load.)
+/// Runs `work`, which may take as long as it likes and throws nothing, on a thread of its own that
+/// nobody waits for. False when there is none. (`std::thread::detach` races with a thread that has
+/// already ended; the system's pool has 500 threads and does not say when none is left.)
 bool RunApart(std::function<void()> work);
 
 }  // namespace instance

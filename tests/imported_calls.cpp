@@ -7,6 +7,7 @@
 #include <oleauto.h>
 #include <psapi.h>
 #include <rpc.h>
+#include <sddl.h>
 #include <shellapi.h>
 
 #include <algorithm>

@@ -1,10 +1,17 @@
 // The browser's side of the command pipe within this process, and what the system refuses it.
 
-#include <comdef.h>
+#include <windows.h>
 
+#include <aclapi.h>
+#include <comdef.h>
+#include <gmock/gmock.h>
+
+#include <algorithm>
 #include <atomic>
-#include <boost/make_shared.hpp>
+#include <mutex>
 #include <new>
+#include <sstream>
+#include <stdexcept>
 
 #include "basicslib/Exceptions.h"
 #include "basicslib/InstanceProtocol.h"
@@ -14,6 +21,7 @@
 #include "pipeutils/CommandsProtocol.h"
 #include "pipeutils/PipeNames.h"
 #include "pipeutils/RemotePipeClient.h"
+#include "tests/byte_peer.h"
 #include "tests/imported_calls.h"
 #include "tests/moments.h"
 #include "tests/replaced_imports.h"
@@ -25,16 +33,39 @@ namespace tvn::tests
 namespace
 {
 
-constexpr const char* kName = "\\\\.\\pipe\\TalvernInstanceTest";
-
-bool FindsAnEnd(const char* name, DWORD time)
+bool IsOpen(const boost::shared_ptr<Handle>& pipe)
 {
-    try {
-        RemotePipeClient(name).OpenPipe(time);
-        return true;
-    } catch (const PipeException&) {
-        return false;
+    return PeekNamedPipe(pipe->Get(), nullptr, 0, nullptr, nullptr, nullptr) != FALSE;
+}
+
+/// The accounts of a descriptor's list and their rights: "own 10000000, everyone c0000000".
+std::string Accounts(void* descriptor)
+{
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    ACL* list = nullptr;
+    GetSecurityDescriptorDacl(descriptor, &present, &list, &defaulted);
+    HANDLE opened = nullptr;
+    OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened);
+    const Handle token(opened);
+    BYTE user[256];
+    DWORD size = 0;
+    GetTokenInformation(token.Get(), TokenUser, user, sizeof user, &size);
+    std::ostringstream text;
+    for (DWORD index = 0; list != nullptr && index < list->AceCount; ++index) {
+        void* entry = nullptr;
+        GetAce(list, index, &entry);
+        auto* const ace = static_cast<ACCESS_ALLOWED_ACE*>(entry);
+        void* const account = &ace->SidStart;
+        text << (index == 0 ? "" : ", ")
+             << (EqualSid(account, reinterpret_cast<TOKEN_USER*>(user)->User.Sid) ? "own"
+                 : IsWellKnownSid(account, WinLocalSystemSid)                     ? "system"
+                 : IsWellKnownSid(account, WinBuiltinAdministratorsSid)           ? "administrators"
+                 : IsWellKnownSid(account, WinWorldSid)                           ? "everyone"
+                                                                                  : "another")
+             << ' ' << std::hex << ace->Mask;
     }
+    return list == nullptr ? "no list" : text.str();
 }
 
 /// An instance for which some macros are too much.
@@ -45,6 +76,7 @@ class FaultyCommands : public instance::ICommands
 
     void Play(const instance::PlayRequest& request, const instance::Answer& answer) override
     {
+        ++commands;
         if (request.macro == L"memory") {
             throw std::bad_alloc();
         }
@@ -56,16 +88,46 @@ class FaultyCommands : public instance::ICommands
 
     void Display(const std::wstring& /*text*/, const instance::Answer& answer) override
     {
+        ++commands;
         answer.Give(sOk);
     }
 
-    void End(const instance::Answer& answer) override { answer.Give(sOk); }
+    void End(const instance::Answer& answer) override
+    {
+        ++commands;
+        answer.Give(sOk);
+    }
 
-    void Detached() override { ++detached; }
+    void Detached() override
+    {
+        ++detached;
+        if (failsWhenDetached.exchange(false)) {
+            throw std::runtime_error("the page hangs");
+        }
+    }
 
     void Close() override {}
 
+    std::atomic<int> commands{0};
     std::atomic<int> detached{0};
+    std::atomic<bool> failsWhenDetached{false};
+};
+
+/// An instance that is served within this process, as long as that lives.
+struct Served
+{
+    explicit Served(const std::wstring& arguments)
+        : service(*new instance::CommandService(window.Get(),
+                                                instance::InstanceArguments(arguments), commands))
+    {
+        EXPECT_TRUE(service.Start());
+    }
+
+    const instance::InstanceWindow window{[] {
+    }};
+    const ComString name = InstancePipeName(WindowValue(window.Get()));
+    FaultyCommands& commands = *new FaultyCommands;
+    instance::CommandService& service;
 };
 
 /// A client of the instance.
@@ -95,15 +157,102 @@ class Client
 
 }  // namespace
 
+TEST(Instance, ItsPipeIsOpenToTheAccountsThatItsArgumentsName)
+{
+    const std::string own = "own 10000000, system 10000000, administrators 10000000";
+    for (const auto& [arguments, accounts] :
+         {std::pair(L"", own), {L" -authorizeAll", own + ", everyone c0000000"}}) {
+        const Served served(arguments);
+        const auto pipe = BytePeer::Open(Narrow(served.name), 5000);
+        void* descriptor = nullptr;
+        EXPECT_EQ(GetSecurityInfo(pipe->Get(), SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
+                                  nullptr, nullptr, nullptr, &descriptor),
+                  0U);
+        EXPECT_EQ(Accounts(descriptor), accounts);
+        LocalFree(descriptor);
+    }
+}
+
+TEST(Instance, OnlyItsClientMayUseIt)
+{
+    const Served served(L"");
+    Client owner(served.name);
+    Client other(served.name);
+    for (Client* each : {&owner, &other}) {
+        for (const wchar_t* command : {kCommandPlay, kCommandDisplay, kCommandEnd}) {
+            EXPECT_EQ(each->Asks(command, L" -macro m "), "-1 ");
+        }
+        EXPECT_EQ(owner.Asks(kCommandAttachIfFree, L""), "1 ") << "twice";
+    }
+    EXPECT_EQ(served.commands.commands, 0);
+    for (const wchar_t* command : {kCommandPlay, kCommandDisplay, kCommandEnd}) {
+        EXPECT_THAT(owner.Asks(command, L" -macro m "), testing::StartsWith("1 "));
+    }
+}
+
+TEST(Instance, IsFreeAgainThoughItFailsWhenItsClientLeaves)
+{
+    const Served served(L"");
+    served.commands.failsWhenDetached = true;
+    EXPECT_EQ(Client(served.name).Asks(kCommandAttachIfFree, L""), "1 ");
+    EXPECT_TRUE(
+        Eventually([&] { return Client(served.name).Asks(kCommandAttachIfFree, L"") == "1 "; }));
+}
+
+TEST(Instance, ClientsThatDoNotAttachKeepNobodyOut)
+{
+    const Served served(L"");
+    const std::string name = Narrow(served.name);
+    Client owner(served.name);
+    EXPECT_EQ(owner.Asks(kCommandAttachIfFree, L""), "1 ");
+    std::vector<boost::shared_ptr<Handle>> idle;
+    const auto open = [&] {
+        return std::count_if(idle.begin(), idle.end(), IsOpen);
+    };
+    for (int count = 0; count < 250; ++count) {
+        idle.push_back(BytePeer::Open(name, 5000));
+    }
+    EXPECT_EQ(Client(served.name).Asks(kCommandAttachedCount, L""), "1 1");
+    EXPECT_TRUE(Eventually([&] { return open() < 64; })) << open();
+    EXPECT_TRUE(IsOpen(idle.back())) << "the oldest ones make room";
+    EXPECT_EQ(owner.Asks(kCommandPlay, L" -macro m "), "1 m");
+
+    // Time is made to pass; whoever waits looks at the clock now and then.
+    const auto looks = TVN_REPLACE_IMPORT(
+        MsgWaitForMultipleObjectsEx,
+        [](DWORD count, const HANDLE* handles, DWORD timeout, DWORD mask, DWORD flags) {
+            const DWORD time = timeout == INFINITE ? timeout : std::min(timeout, 50UL);
+            return TVN_REAL_IMPORT(MsgWaitForMultipleObjectsEx)(count, handles, time, mask, flags);
+        });
+    const auto silent = BytePeer::Open(name, 5000);
+    Sleep(300);
+    EXPECT_TRUE(IsOpen(silent));
+    g_imports.tickOffset = 20000;
+    EXPECT_TRUE(Eventually([&] { return !IsOpen(silent); }));
+    EXPECT_EQ(owner.Asks(kCommandPlay, L" -macro m "), "1 m");
+}
+
+TEST(Instance, ReadsNoMoreCommandsFromAClientThatReadsNoReplies)
+{
+    const Served served(L"");
+    const auto end = BytePeer::Open(Narrow(served.name), 5000);
+    BytePeer client(end, nullptr);
+    int written = 0;
+    while (written < 1000 && client.Write(Message(1, Narrow(kCommandAttachedCount), ""), 500)) {
+        ++written;
+    }
+    EXPECT_THAT(written, testing::AllOf(testing::Gt(64), testing::Lt(500)));
+    Bytes reply;
+    for (int read = 0; read < written; ++read) {
+        ASSERT_TRUE(client.Read(reply, 5000)) << read;
+    }
+    EXPECT_EQ(reply, Message(1, 1, "0")) << "and goes on when they are read";
+}
+
 TEST(Instance, WhatIsTooMuchForItEndsOneClientAndTheNextIsServed)
 {
-    const instance::InstanceWindow window([] {});
-    const ComString name = InstancePipeName(WindowValue(window.Get()));
-    // Both live as long as their process.
-    auto& commands = *new FaultyCommands;
-    auto& service = *new instance::CommandService(
-        window.Get(), instance::InstanceArguments(L"/creatorUuid=creator"), commands);
-    ASSERT_TRUE(service.Start());
+    const Served served(L"/creatorUuid=creator");
+    const auto& [window, name, commands, service] = served;
     EXPECT_TRUE(service.IsReserved());
     EXPECT_EQ(Client(name).Asks(kCommandAttachIfFree, L"other"), "-1 ");
     int clients = 0;
@@ -126,55 +275,19 @@ TEST(Instance, WhatIsTooMuchForItEndsOneClientAndTheNextIsServed)
     EXPECT_FALSE(service.IsReserved());
 
     g_imports.failCreateEvent = true;
-    const auto refused = RemotePipeClient(name).OpenPipe(5000);
-    EXPECT_TRUE(Eventually([&] {
-        return !PeekNamedPipe(refused->Get(), nullptr, 0, nullptr, nullptr, nullptr);
-    })) << "without an event nobody can be served";
+    const auto refused = BytePeer::Open(Narrow(name), 5000);
+    EXPECT_TRUE(Eventually([&] { return !IsOpen(refused); }))
+        << "without an event nobody can be served";
     g_imports.failCreateEvent = false;
     EXPECT_TRUE(Eventually([&] { return Client(name).Asks(kCommandAttachIfFree, L"") == "1 "; }))
         << "once no end is left that was made without one";
 }
 
-TEST(Instance, ItsPipeIsNotServedWithoutWhatTheSystemRefuses)
+TEST(Instance, HasNoWindowThatTheSystemRefuses)
 {
-    for (const char* call : {"InitializeSecurityDescriptor", "SetSecurityDescriptorDacl",
-                             "CreateNamedPipeA", "QueueUserWorkItem"}) {
-        ImportWatch watch;
-        watch.Fail(call, ERROR_NOT_ENOUGH_MEMORY);
-        instance::PipeListener listener(kName, instance::PipeAccess::kEveryone, [](const auto&) {});
-        EXPECT_FALSE(listener.Start()) << call;
-        EXPECT_FALSE(WaitNamedPipeA(kName, 1)) << call;
-    }
     ImportWatch watch;
     watch.Fail("CreateWindowExW", ERROR_NOT_ENOUGH_MEMORY);
     EXPECT_THROW(instance::InstanceWindow([] {}), Win32Exception);
-}
-
-TEST(Instance, ItsPipeIsServedAgainOnceTheSystemHasEndsToGive)
-{
-    static std::vector<boost::shared_ptr<Handle>> served;
-    static std::atomic<int> refused = 0;
-    auto& listener = *new instance::PipeListener(
-        kName, instance::PipeAccess::kOwnAccount,
-        [](const boost::shared_ptr<Handle>& pipe) { served.push_back(pipe); });
-    ASSERT_TRUE(listener.Start());
-    Sleep(200);
-    {
-        const auto refuses = TVN_REPLACE_IMPORT(
-            CreateNamedPipeA,
-            [](LPCSTR, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, SECURITY_ATTRIBUTES*) -> HANDLE {
-                ++refused;
-                SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-                return INVALID_HANDLE_VALUE;
-            });
-        int found = 0;
-        while (FindsAnEnd(kName, 200)) {
-            ++found;
-        }
-        EXPECT_GE(found, 1);
-        EXPECT_GE(refused, 1);
-    }
-    EXPECT_TRUE(FindsAnEnd(kName, 2000));
 }
 
 TEST(Instance, AnInstanceWhoseStarterGoesAwayEnds)

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+
+namespace instance
+{
+
+/// Who may open a pipe, beside the system and the machine's administrators.
+enum class PipeAccess {
+    kOwnAccount,  ///< the account that this process runs under
+    kEveryone,    ///< every account of this machine that has logged on
+};
+
+/// The list of accounts that a pipe is made with, so that it does not get the system's default:
+/// that one lets every account read, and so hold connections. The right to write to a pipe includes
+/// the right to make further server ends of it, and nobody gets more than that but the
+/// administrators, the system and the own account.
+class PipeSecurity
+{
+  public:
+    /// Throws Win32Exception, and std::bad_alloc.
+    explicit PipeSecurity(PipeAccess access);
+
+    /// For the call that makes the pipe; not inheritable. Valid as long as this object lives.
+    SECURITY_ATTRIBUTES* Get() noexcept { return &m_attributes; }
+
+  private:
+    struct LocalMemory
+    {
+        void operator()(void* memory) const noexcept { LocalFree(memory); }
+    };
+
+    std::unique_ptr<void, LocalMemory> m_descriptor;
+    SECURITY_ATTRIBUTES m_attributes;
+};
+
+}  // namespace instance
