@@ -1,6 +1,9 @@
-// The pipes and keys of the stand-in runner service, and of whoever serves a pipe as it does.
+// The pipe, the keys and the waits of the stand-in runner service.
+
+#include <windows.h>
 
 #include <gmock/gmock.h>
+#include <tlhelp32.h>
 
 #include <boost/make_shared.hpp>
 #include <cstdio>
@@ -8,37 +11,29 @@
 
 #include "basicslib/Exceptions.h"
 #include "basicslib/StatusCode.h"
-#include "instance/PipeListener.h"
 #include "pipeutils/PipeNames.h"
 #include "pipeutils/RemotePipeClient.h"
 #include "runner/RunnerMessages.h"
 #include "runner/RunnerProcess.h"
 #include "runner/RunnerProtocol.h"
 #include "tests/moments.h"
-#include "tests/replaced_imports.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
 
 namespace tvn::tests
 {
 
-TEST(PipeListener, ServesANameAloneAndNoOtherMachine)
+static int CountThreads(DWORD pid)
 {
-    // The listeners live as long as their process.
-    using instance::PipeAccess;
-    const auto listener = [](const char* name, PipeAccess access) {
-        return new instance::PipeListener(name, access, [](const auto&) {});
-    };
-    EXPECT_TRUE(listener("\\\\.\\pipe\\TalvernTestOwn", PipeAccess::kOwnAccount)->Start());
-    EXPECT_TRUE(
-        Eventually([] { return g_imports.newPipe == "40000003 e 255 1024 1024 5000 default"; }));
-    EXPECT_TRUE(listener("\\\\.\\pipe\\TalvernTestAll", PipeAccess::kEveryone)->Start());
-    EXPECT_TRUE(Eventually([] {
-        return g_imports.newPipe == "40000003 e 255 1024 1024 5000 null list";
-    })) << g_imports.newPipe;
-    for (const char* taken : {"\\\\.\\pipe\\TalvernTestOwn", "\\\\.\\pipe\\TalvernTestAll"}) {
-        EXPECT_FALSE(listener(taken, PipeAccess::kEveryone)->Start()) << taken;
+    const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+    THREADENTRY32 thread = {};
+    thread.dwSize = sizeof thread;
+    int count = 0;
+    for (BOOL more = Thread32First(snapshot.Get(), &thread); more;
+         more = Thread32Next(snapshot.Get(), &thread)) {
+        count += thread.th32OwnerProcessID == pid ? 1 : 0;
     }
+    return count;
 }
 
 class RunnerService : public testing::Test
@@ -66,7 +61,9 @@ TEST_F(RunnerService, OneThatCannotServeEndsWithTheSentenceThatSaysWhy)
     const auto service = Service();
     const std::tuple<const char*, const char*, int> cases[] = {
         {"", "runner: the runner's pipe cannot be made; does another one run?\n", 1},
-        {"/limits=1", "runner: unknown argument '/limits=1'; /limit=N and /keep=SECONDS are\n", 2},
+        {"/limits=1", "runner: unknown argument '/limits=1'; known: /limit=N, /keep=SECONDS\n", 2},
+        {"/limit=1a", "runner: unknown argument '/limit=1a'; known: /limit=N, /keep=SECONDS\n", 2},
+        {"/keep=", "runner: unknown argument '/keep='; known: /limit=N, /keep=SECONDS\n", 2},
     };
     for (const auto& [arguments, says, code] : cases) {
         const std::string second =
@@ -89,6 +86,36 @@ TEST_F(RunnerService, WhoSendsAnAnswerIsNotAnswered)
     boost::shared_ptr<BaseMsg> message = boost::make_shared<MsgStartComplete>(1U);
     protocol.WriteMsg(message, nullptr, 5000);
     EXPECT_THROW(protocol.ReadMsg(message, 5000), ReadPipeError);
+}
+
+TEST_F(RunnerService, AWaitWithoutLimitEndsWithItsClient)
+{
+    const auto service = Service();
+    const auto start = boost::make_shared<MsgStart>();
+    start->appPath = (StandinFolder() + "\\talvern.exe").c_str();
+    const auto wait = boost::make_shared<MsgWaitForExit>();
+    wait->timeout = INFINITE;
+    {
+        const auto pipe = RemotePipeClient(RunnerPipeName()).OpenPipe(5000);
+        RunnerProtocol protocol(pipe->Get(), nullptr);
+        protocol.WriteMsg(start, nullptr, 5000);
+        boost::shared_ptr<BaseMsg> reply;
+        protocol.ReadMsg(reply, 5000);
+        wait->processKey = static_cast<const MsgStartComplete&>(*reply).processKey;
+    }
+    std::vector<boost::shared_ptr<Handle>> waiting;
+    const auto threads = [pid = service->GetPid()] {
+        return CountThreads(pid);
+    };
+    ASSERT_TRUE(Eventually([&] { return threads() <= 2; })) << threads();
+    for (int round = 0; round < 5; ++round) {
+        waiting.push_back(RemotePipeClient(RunnerPipeName()).OpenPipe(5000));
+        RunnerProtocol(waiting.back()->Get(), nullptr).WriteMsg(wait, nullptr, 5000);
+    }
+    EXPECT_TRUE(Eventually([&] { return threads() == 7; })) << threads();
+    waiting.clear();
+    EXPECT_TRUE(Eventually([&] { return threads() <= 2; })) << threads();
+    EXPECT_EQ(Running("talvern.exe").size(), 1U);
 }
 
 TEST_F(RunnerService, AKeyNamesNothingInALaterRunAndIsForgottenAfterItsProcess)

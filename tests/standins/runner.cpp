@@ -10,16 +10,21 @@
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "basicslib/ComString.h"
 #include "basicslib/Exceptions.h"
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
+#include "basicslib/TimeBudget.h"
 #include "instance/PipeListener.h"
 #include "pipeutils/PipeNames.h"
 #include "process/InstancesMgr.h"
@@ -48,12 +53,12 @@ class KnownProcesses
         const std::lock_guard<std::mutex> lock(m_mutex);
         Forget();
         for (const auto& [key, known] : m_processes) {
-            if (known.endedAt == 0 && known.process->GetPid() == process->GetPid()) {
+            if (!known.endedAt && known.process->GetPid() == process->GetPid()) {
                 return tvn::ToComString(key);
             }
         }
         const tvn::ComString key = tvn::CreateUuidString();
-        m_processes[std::wstring(tvn::ToView(key))] = {process, 0};
+        m_processes[std::wstring(tvn::ToView(key))] = {process, std::nullopt};
         return key;
     }
 
@@ -71,7 +76,7 @@ class KnownProcesses
     struct Known
     {
         boost::shared_ptr<tvn::IProcess> process;
-        ULONGLONG endedAt;  ///< when its end was first noticed, 0 while it runs
+        std::optional<ULONGLONG> endedAt;  ///< when its end was first noticed
     };
 
     void Forget()
@@ -79,10 +84,10 @@ class KnownProcesses
         const ULONGLONG now = GetTickCount64();
         for (auto at = m_processes.begin(); at != m_processes.end();) {
             Known& known = at->second;
-            if (known.endedAt == 0 && known.process->WaitForExit(0) == tvn::sOk) {
+            if (!known.endedAt && known.process->WaitForExit(0) == tvn::sOk) {
                 known.endedAt = now;
             }
-            const bool over = known.endedAt != 0 && now - known.endedAt > m_keepTime;
+            const bool over = known.endedAt && now - *known.endedAt > m_keepTime;
             at = over ? m_processes.erase(at) : std::next(at);
         }
     }
@@ -117,7 +122,7 @@ class RunnerService
             boost::shared_ptr<tvn::BaseMsg> request;
             for (;;) {
                 protocol.ReadMsg(request, kRequestTime);
-                const boost::shared_ptr<tvn::BaseMsg> reply = Answer(*request);
+                const boost::shared_ptr<tvn::BaseMsg> reply = Answer(*request, pipe);
                 if (!reply) {
                     return;
                 }
@@ -129,7 +134,7 @@ class RunnerService
     }
 
     /// An empty pointer for what is not a request.
-    boost::shared_ptr<tvn::BaseMsg> Answer(const tvn::BaseMsg& request)
+    boost::shared_ptr<tvn::BaseMsg> Answer(const tvn::BaseMsg& request, HANDLE pipe)
     {
         switch (request.GetType()) {
             case tvn::mtStart:
@@ -137,7 +142,7 @@ class RunnerService
             case tvn::mtTerminate:
                 return Terminate(static_cast<const tvn::MsgTerminate&>(request));
             case tvn::mtWaitForExit:
-                return WaitForExit(static_cast<const tvn::MsgWaitForExit&>(request));
+                return WaitForExit(static_cast<const tvn::MsgWaitForExit&>(request), pipe);
             case tvn::mtGetProcessesByName:
                 return ListProcesses(static_cast<const tvn::MsgGetProcessesByName&>(request));
             case tvn::mtGetInstancesByName:
@@ -178,11 +183,19 @@ class RunnerService
         return reply;
     }
 
-    boost::shared_ptr<tvn::BaseMsg> WaitForExit(const tvn::MsgWaitForExit& request)
+    /// Ends with its client at the latest.
+    boost::shared_ptr<tvn::BaseMsg> WaitForExit(const tvn::MsgWaitForExit& request, HANDLE pipe)
     {
+        constexpr DWORD kLook = 200;  // how often the client is looked for
+
         auto reply = boost::make_shared<tvn::MsgWaitForExitComplete>(request.msgId);
         const auto process = m_processes.Find(request.processKey);
-        reply->result = process ? process->WaitForExit(request.timeout) : tvn::sFail;
+        const tvn::TimeBudget budget(request.timeout);
+        do {
+            const DWORD time = std::min(budget.Remaining(), kLook);
+            reply->result = process ? process->WaitForExit(time) : tvn::sFail;
+        } while (reply->result == tvn::sTimeout && budget.Remaining() != 0 &&
+                 PeekNamedPipe(pipe, nullptr, 0, nullptr, nullptr, nullptr));
         return reply;
     }
 
@@ -219,21 +232,32 @@ class RunnerService
     instance::PipeListener m_listener;
 };
 
+using Options = std::map<std::string, std::uint32_t, std::less<>>;
+
+/// Takes "NAME=NUMBER" in; false for any other argument.
+bool TakeOption(std::string_view argument, Options& options)
+{
+    const std::size_t sign = std::min(argument.find('='), argument.size());
+    const auto option = options.find(argument.substr(0, sign));
+    if (option == options.end() || sign == argument.size()) {
+        return false;
+    }
+    const char* const end = argument.data() + argument.size();
+    const auto [read, error] = std::from_chars(argument.data() + sign + 1, end, option->second);
+    return error == std::errc() && read == end;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    std::map<std::string, unsigned long> options = {{"/limit", 100}, {"/keep", 600}};
+    Options options = {{"/limit", 100}, {"/keep", 600}};
     for (int index = 1; index < argc; ++index) {
-        const std::string argument = argv[index];
-        const std::size_t sign = std::min(argument.find('='), argument.size());
-        const auto option = options.find(argument.substr(0, sign));
-        if (option == options.end() || sign == argument.size()) {
-            std::fprintf(stderr, "runner: unknown argument '%s'; /limit=N and /keep=SECONDS are\n",
+        if (!TakeOption(argv[index], options)) {
+            std::fprintf(stderr, "runner: unknown argument '%s'; known: /limit=N, /keep=SECONDS\n",
                          argv[index]);
             return 2;
         }
-        option->second = std::strtoul(argument.c_str() + sign + 1, nullptr, 10);
     }
     RunnerService service(options["/limit"], options["/keep"] * 1000ULL);
     if (!service.Start()) {
