@@ -1,20 +1,25 @@
-' Two Firefox instances run. The first object takes one of them, the second finds the other one, and
-' for the third one a new browser is started.
+' Takes browsers that run and are free: with two of them, the first object takes one, the second finds
+' the other, and for the third a new browser is started.
 '
-' What each one was started with tells them apart: a new one was given a start page.
+'     cscript //nologo attach.vbs [MACRO]
+'
+' tools/demo --attach starts two, and has each tell its command line: that of a new one has two
+' identifiers.
 
 Option Explicit
 
-Dim apps(2), i, status, failed
+Dim apps(2), i, status, failed, macro
+macro = "Hotel Search"
+If WScript.Arguments.Count > 0 Then macro = WScript.Arguments(0)
 failed = False
 For i = 0 To 2
     Set apps(i) = CreateObject("talvern")
-    status = apps(i).tvnInit("-fx", False)
+    status = apps(i).tvnInit("", False)
     WScript.Echo "object " & (i + 1) & ": tvnInit:", status
     If status = 1 Then
-        status = apps(i).tvnPlay("!commandline")
-        WScript.Echo "object " & (i + 1) & ": tvnPlay:", status
-        WScript.Echo "object " & (i + 1) & ": plays in", apps(i).tvnGetLastExtract()
+        status = apps(i).tvnPlay(macro, 60)
+        WScript.Echo "object " & (i + 1) & ": tvnPlay:", status, apps(i).tvnGetLastError()
+        WScript.Echo "object " & (i + 1) & ": [" & apps(i).tvnGetLastExtract() & "]"
     End If
     If status <> 1 Then failed = True
 Next

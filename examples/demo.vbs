@@ -15,7 +15,7 @@ Dim status
 status = app.tvnInit(commandLine)
 WScript.Echo "tvnInit:", status
 If status <> 1 Then
-    WScript.Echo "The browser did not come up. " & app.tvnGetLastError()
+    WScript.Echo "No browser. To see why, run: tvntrace --explain cscript //nologo " & WScript.ScriptName
     WScript.Quit 1
 End If
 

@@ -2,7 +2,8 @@
 '
 '     cscript //nologo hotels.vbs ADDRESS [attach] [COMMAND LINE OF tvnInit]
 '
-' ADDRESS is that of the folder site. With the word "attach", a browser that runs already is taken.
+' ADDRESS is where the pages of the folder "site" are served, such as http://127.0.0.1:8000 after
+' "python -m http.server" in that folder. With the word "attach", a browser that runs already is taken.
 
 Option Explicit
 
@@ -41,7 +42,7 @@ Set app = CreateObject("talvern")
 status = app.tvnInit(commandLine, openNew)
 WScript.Echo "tvnInit:", status
 If status <> 1 Then
-    WScript.Echo "The browser did not come up. " & app.tvnGetLastError()
+    WScript.Echo "No browser. To see why, run: tvntrace --explain cscript //nologo " & WScript.ScriptName & " " & address
     WScript.Quit 1
 End If
 

@@ -2,7 +2,7 @@
 '
 '     cscript //nologo list_with_retry.vbs LIST.txt LOG.txt [MACRO [SECONDS]]
 '
-' The macro is given the line in the variable "item". A macro that stopped with an error is played
+' The macro, "Hotel Search" unless another is named, is given the line in the variable "city". A macro that stopped with an error is played
 ' again in the same browser; after every other failure a new browser is taken. The exit code is the
 ' number of lines that failed in the end.
 
@@ -64,13 +64,13 @@ Function PlayFor(item)
             Exit Function
         End If
     End If
-    app.tvnSet "item", item
+    app.tvnSet "city", item
     PlayFor = app.tvnPlay(macro, seconds)
 End Function
 
 Function Result(status)
     If Not attached Then
-        Result = "(tvnInit)"
+        Result = "tvnInit; see why: tvntrace --explain cscript //nologo " & WScript.ScriptName
     ElseIf status = 1 Then
         Result = Replace(app.tvnGetLastExtract(), "[EXTRACT]", "; ")
     Else

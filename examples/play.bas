@@ -17,7 +17,7 @@ Public Function PlayMacro(Optional ByVal macro As String = "Hotel Search") As Lo
     Dim index As Long, piece As String
     failures = 0
     Set app = New Talvern.App
-    If Succeeded("tvnInit", app.tvnInit(commandLine:="-fx", timeout:=60)) Then
+    If Succeeded("tvnInit", app.tvnInit(timeout:=60)) Then
         On Error GoTo Closing ' whatever goes wrong from here, the browser is closed
         app.tvnSet sVariable:="city", sValue:="New York"
         app.tvnSet sVariable:="nights", sValue:="3"
@@ -57,7 +57,7 @@ Private Function StatusHelp(method As String, status As Long) As String
     Case sFail
         If method = "tvnInit" Then
             cause = "The browser was not found, could not be started, or refused this client."
-            remedy = "Check where the registry says that it is, and the account; tvntrace tells which."
+            remedy = "Install Edge, Chrome or Chromium. To see why, run: tvntrace --explain COMMAND"
         Else
             cause = "The browser has gone, its answer cannot be read, or another command runs."
             remedy = "Call tvnExit and tvnInit, then try again."
@@ -68,7 +68,7 @@ Private Function StatusHelp(method As String, status As Long) As String
     Case sTimeout
         If method = "tvnInit" Then
             cause = "The browser was started but did not report in time."
-            remedy = "Give tvnInit more time; see that the add-on is there and switched on."
+            remedy = "Give tvnInit more time. Internet Explorer and Firefox need the add-on, too."
         Else
             cause = "The browser did not answer in time. A macro goes on running."
             remedy = "Give the call more time, or close the browser with tvnExit."

@@ -62,7 +62,7 @@ function statusHelp(method, status) {
     case -1:
         return method == "tvnInit"
             ? help("The browser was not found, could not be started, or refused this client.",
-                   "Check where the registry says that it is, and the account; tvntrace tells which.")
+                   "Install Edge, Chrome or Chromium. To see why, run: tvntrace --explain COMMAND")
             : help("The browser has gone, its answer cannot be read, or another command runs.",
                    "Call tvnExit and tvnInit, then try again.");
     case -2:
@@ -71,7 +71,7 @@ function statusHelp(method, status) {
     case -3:
         return method == "tvnInit"
             ? help("The browser was started but did not report in time.",
-                   "Give tvnInit more time; see that the add-on is there and switched on.")
+                   "Give tvnInit more time. Internet Explorer and Firefox need the add-on, too.")
             : help("The browser did not answer in time. A macro goes on running.",
                    "Give the call more time, or close the browser with tvnExit.");
     case -4:

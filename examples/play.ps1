@@ -15,7 +15,7 @@ function Get-StatusHelp([string] $method, [int] $status) {
         -1 {
             if ($method -eq 'tvnInit') {
                 'The browser was not found, could not be started, or refused this client.'
-                'Check where the registry says that it is, and the account; tvntrace tells which.'
+                'Install Edge, Chrome or Chromium. To see why, run: tvntrace --explain COMMAND'
             } else {
                 'The browser has gone, its answer cannot be read, or another command runs.'
                 'Call tvnExit and tvnInit, then try again.'
@@ -25,7 +25,7 @@ function Get-StatusHelp([string] $method, [int] $status) {
         -3 {
             if ($method -eq 'tvnInit') {
                 'The browser was started but did not report in time.'
-                'Give tvnInit more time; see that the add-on is there and switched on.'
+                'Give tvnInit more time. Internet Explorer and Firefox need the add-on, too.'
             } else {
                 'The browser did not answer in time. A macro goes on running.'
                 'Give the call more time, or close the browser with tvnExit.'
@@ -65,7 +65,7 @@ function Test-Status([string] $method, [int] $status) {
 $failed = $false
 $app = New-Object -ComObject talvern
 try {
-    if (Test-Status 'tvnInit' $app.tvnInit('-fx', $true, '', '', '', 60)) {
+    if (Test-Status 'tvnInit' $app.tvnInit('', $true, '', '', '', 60)) {
         try { # whatever goes wrong in here, the browser is closed
             [void] $app.tvnSet('city', 'New York')
             [void] $app.tvnSet('nights', '3')

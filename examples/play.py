@@ -16,9 +16,9 @@ import win32com.client
 # What a Status other than 1 means, and what to do; the first two are those of tvnInit.
 INIT_HELP = {
     -1: ("The browser was not found, could not be started, or refused this client.",
-         "Check where the registry says that it is, and the account; tvntrace tells which."),
+         "Install Edge, Chrome or Chromium. To see why, run: tvntrace --explain COMMAND"),
     -3: ("The browser was started but did not report in time.",
-         "Give tvnInit more time; see that the add-on is there and switched on."),
+         "Give tvnInit more time. Internet Explorer and Firefox need the add-on, too."),
 }
 HELP = {
     -1: ("The browser has gone, its answer cannot be read, or another command runs.",
@@ -57,7 +57,7 @@ def succeeded(app, method, status):
 def main():
     macro = sys.argv[1] if len(sys.argv) > 1 else "Hotel Search"
     app = win32com.client.gencache.EnsureDispatch("talvern")  # knows the names of the parameters
-    if not succeeded(app, "tvnInit", app.tvnInit("-fx", timeout=60)):
+    if not succeeded(app, "tvnInit", app.tvnInit(timeout=60)):
         return False
     played = closed = False
     try:  # whatever goes wrong in here, the browser is closed

@@ -63,7 +63,7 @@ Function StatusHelp(method, status)
     Case -1
         If method = "tvnInit" Then
             cause = "The browser was not found, could not be started, or refused this client."
-            remedy = "Check where the registry says that it is, and the account; tvntrace tells which."
+            remedy = "Install Edge, Chrome or Chromium. To see why, run: tvntrace --explain COMMAND"
         Else
             cause = "The browser has gone, its answer cannot be read, or another command runs."
             remedy = "Call tvnExit and tvnInit, then try again."
@@ -74,7 +74,7 @@ Function StatusHelp(method, status)
     Case -3
         If method = "tvnInit" Then
             cause = "The browser was started but did not report in time."
-            remedy = "Give tvnInit more time; see that the add-on is there and switched on."
+            remedy = "Give tvnInit more time. Internet Explorer and Firefox need the add-on, too."
         Else
             cause = "The browser did not answer in time. A macro goes on running."
             remedy = "Give the call more time, or close the browser with tvnExit."

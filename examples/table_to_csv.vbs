@@ -2,33 +2,36 @@
 ' and with all characters, whatever the country settings are: UTF-16 with its mark in front, and a
 ' tab between two cells.
 '
-'     cscript //nologo table_to_csv.vbs FILE.csv [PAGE [FILE WITH A MACRO]]
+'     cscript //nologo table_to_csv.vbs FILE.csv PAGE [FILE WITH A MACRO]
 '
-' The macro extracts one piece for each row, with a tab between two cells. This one is for Talvern's
-' own browser; the macro for another one comes from a file.
+' PAGE is the address of the page with the table, which the macro finds in the variable "page". The
+' macro extracts one piece for each row, with a tab between two cells. This one is for Talvern's own
+' browser; the macro for another one comes from a file.
 
 Option Explicit
 
 Const kMacro = "await page.goto(vars.page); const rows = await page.evaluate(() => Array.from(document.querySelectorAll('tr'), row => Array.from(row.cells, cell => cell.innerText).join('\t'))); for (const row of rows) extract(row);"
 
-If WScript.Arguments.Count = 0 Then
-    WScript.Echo "usage: cscript //nologo table_to_csv.vbs FILE.csv [PAGE [FILE WITH A MACRO]]"
+If WScript.Arguments.Count < 2 Then
+    WScript.Echo "usage: cscript //nologo table_to_csv.vbs FILE.csv PAGE [FILE WITH A MACRO]"
     WScript.Quit 2
 End If
 
-Dim files, macro, page
+Dim files, macro
 Set files = CreateObject("Scripting.FileSystemObject")
 macro = kMacro
-If WScript.Arguments.Count > 1 Then page = WScript.Arguments(1)
 If WScript.Arguments.Count > 2 Then macro = files.OpenTextFile(WScript.Arguments(2)).ReadAll()
 
 Dim app, status, written
 Set app = CreateObject("talvern")
 status = app.tvnInit()
 WScript.Echo "tvnInit: " & status
-If status <> 1 Then WScript.Quit 1
+If status <> 1 Then
+    WScript.Echo "No browser. To see why, run: tvntrace --explain cscript //nologo " & WScript.ScriptName
+    WScript.Quit 1
+End If
 
-app.tvnSet "page", page
+app.tvnSet "page", WScript.Arguments(1)
 status = app.tvnPlay(macro, 60)
 WScript.Echo "tvnPlay: " & status & " " & app.tvnGetLastError()
 written = False

@@ -7,8 +7,10 @@ tree has, and folders and diagnostic lines are those of the sources.
 import json
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
+import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -143,6 +145,17 @@ def steps_of_viewer():
 
 
 class Documents(unittest.TestCase):
+    def test_the_examples_that_are_not_run_here_compile(self):
+        compile(text_of("examples/play.py"), "play.py", "exec")
+        compiler = shutil.which("mcs")
+        if not compiler:
+            self.skipTest("NOT TESTED: there is no mcs to compile examples/play.cs")
+        with tempfile.TemporaryDirectory() as folder:
+            ran = subprocess.run([compiler, "-langversion:5", "-warnaserror+", "-r:Microsoft.CSharp",
+                                  f"-out:{folder}/play.exe", ROOT / "examples/play.cs"],
+                                 capture_output=True, text=True, check=False)
+        self.assertEqual((ran.returncode, ran.stdout), (0, ""), ran.stderr)
+
     def test_every_link_leads_to_a_file_and_to_a_heading_of_it(self):
         count = 0
         for document in DOCUMENTS:

@@ -138,12 +138,20 @@ TEST(Examples, ForEveryDayDoWhatTheySay)
     const std::wstring rows(L"\xFEFFName\tNote\r\n\"A \"\"B\"\"\"\t'=1+1\r\n-3\t'-x\t\r\n");
     EXPECT_EQ(csv, std::string(reinterpret_cast<const char*>(rows.data()), rows.size() * 2));
 
+    SetEnvironmentVariableA("TALVERN_STANDIN", "refuse");
+    const std::string table = Script("table_to_csv.vbs") + folder + "rows.csv";
+    EXPECT_THAT(Ran(table + " page"),
+                StartsWith("1|tvnInit: -1\nNo browser. To see why, run: tvn"));
+    SetEnvironmentVariableA("TALVERN_STANDIN", nullptr);
+    EndBrowsers();
+    EXPECT_THAT(Ran(table), StartsWith("2|usage: "));
+
     std::ofstream(folder + "list.txt") << "one\n\ntwo words\n";
     DeleteFileA((folder + "log.txt").c_str());
     const std::string retry =
         Script("list_with_retry.vbs") + folder + "list.txt " + folder + "log.txt ";
     EXPECT_EQ(Ran(retry + "m"),
-              "0|one, attempt 1: 1 m; item=one\ntwo words, attempt 1: 1 m; item=two words\n"
+              "0|one, attempt 1: 1 m; city=one\ntwo words, attempt 1: 1 m; city=two words\n"
               "end, 0 failed\n");
     std::string failing;
     for (const char* item : {"one", "two words"}) {

@@ -15,6 +15,8 @@ build_packages=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mingw-w64-
     libwine libwine-dev wine64 wine libboost-dev libcli11-dev nlohmann-json3-dev googletest python3)
 # What the own browser drives.
 browser_packages=(chromium)
+# What compiles the examples that Wine cannot run.
+example_packages=(mono-mcs)
 lint_packages=(clang clang-format clang-tidy shellcheck codespell)
 coverage_packages=(gcovr)
 bench_packages=(nlohmann-json3-dev)

@@ -2,7 +2,9 @@
    prints what it extracted, and closes the browser. A step that fails is told in words, and the
    program then ends with exit code 1.
 
-       play [MACRO [COMMAND LINE OF tvnInit [SECONDS]]] */
+       play [MACRO [COMMAND LINE OF tvnInit [SECONDS]]]
+
+   Needs Interface.h, Interface_i.c, and the libraries ole32, oleaut32 and shell32. */
 
 #define COBJMACROS
 #include <windows.h>
@@ -28,8 +30,8 @@ static void PrintStatusHelp(const char* method, int status)
                 isInit
                     ? "The browser was not found, could not be started, or refused this client."
                     : "The browser has gone, its answer cannot be read, or another command runs.";
-            remedy = isInit ? "Check where the registry says that it is, and the account; tvntrace "
-                              "tells which."
+            remedy = isInit ? "Install Edge, Chrome or Chromium. To see why, run: tvntrace "
+                              "--explain COMMAND"
                             : "Call tvnExit and tvnInit, then try again.";
             break;
         case sNotCompleted:
@@ -39,9 +41,10 @@ static void PrintStatusHelp(const char* method, int status)
         case sTimeout:
             cause = isInit ? "The browser was started but did not report in time."
                            : "The browser did not answer in time. A macro goes on running.";
-            remedy = isInit
-                         ? "Give tvnInit more time; see that the add-on is there and switched on."
-                         : "Give the call more time, or close the browser with tvnExit.";
+            remedy =
+                isInit
+                    ? "Give tvnInit more time. Internet Explorer and Firefox need the add-on, too."
+                    : "Give the call more time, or close the browser with tvnExit.";
             break;
         case sNotStarted:
             cause = "No browser is attached.";

@@ -22,8 +22,8 @@ inline std::string StatusHelp(std::string_view method, int status)
                        ? help(
                              "The browser was not found, could not be started, or refused this "
                              "client.",
-                             "Check where the registry says that it is, and the account; tvntrace "
-                             "tells which.")
+                             "Install Edge, Chrome or Chromium. To see why, run: tvntrace "
+                             "--explain COMMAND")
                        : help(
                              "The browser has gone, its answer cannot be read, or another command "
                              "runs.",
@@ -32,8 +32,8 @@ inline std::string StatusHelp(std::string_view method, int status)
             return help("The browser did not complete the macro.", "tvnGetLastError may tell why.");
         case sTimeout:
             return isInit ? help("The browser was started but did not report in time.",
-                                 "Give tvnInit more time; see that the add-on is there and "
-                                 "switched on.")
+                                 "Give tvnInit more time. Internet Explorer and Firefox need the "
+                                 "add-on, too.")
                           : help("The browser did not answer in time. A macro goes on running.",
                                  "Give the call more time, or close the browser with tvnExit.");
         case sNotStarted:

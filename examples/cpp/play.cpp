@@ -3,6 +3,8 @@
 // program then ends with exit code 1.
 //
 //     play [MACRO [COMMAND LINE OF tvnInit [SECONDS]]]
+//
+// Needs C++17, Interface.h, Interface_i.c, and the libraries ole32, oleaut32 and shell32.
 
 #include <windows.h>
 

@@ -1,6 +1,8 @@
 // Two browsers that work at the same time: a thread for each, with a client of its own.
 //
 //     two_at_once [MACRO OF THE FIRST [MACRO OF THE SECOND]]
+//
+// Needs what play.cpp needs, and std::thread: of MinGW-w64's compilers, the one with posix threads.
 
 #include <windows.h>
 
