@@ -31,8 +31,6 @@ struct Campaign
 };
 
 void RunDecoders(const Settings& settings, Journal& journal);
-void RunPipes(const Settings& settings, Journal& journal);
-void RunHangs(const Settings& settings, Journal& journal);
 void RunResources(const Settings& settings, Journal& journal);
 void RunReentry(const Settings& settings, Journal& journal);
 void RunThreads(const Settings& settings, Journal& journal);

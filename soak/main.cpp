@@ -18,8 +18,6 @@ namespace
 
 constexpr Campaign kCampaigns[] = {
     {"decoders", "messages", "broken messages through the decoders, in memory", &RunDecoders},
-    {"pipes", "calls", "broken replies, callbacks and runner replies over real pipes", &RunPipes},
-    {"hangs", "calls", "the other side stops at every point at which it can", &RunHangs},
     {"resources", "failures", "every allocation and every system call fails once", &RunResources},
     {"reentry", "cases", "window messages call every method during every wait", &RunReentry},
     {"threads", "cycles", "many objects at once, and calls from another apartment", &RunThreads},

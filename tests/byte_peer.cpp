@@ -87,6 +87,12 @@ bool BytePeer::Write(const Bytes& message, DWORD timeout)
     return Complete(write, timeout, count) == ERROR_SUCCESS && count == message.size();
 }
 
+bool BytePeer::HasMessage() const
+{
+    DWORD left = 0;
+    return PeekNamedPipe(m_end->Get(), nullptr, 0, nullptr, nullptr, &left) && left != 0;
+}
+
 void BytePeer::Hold()
 {
     // The end of a pipe cannot be awaited without reading from it.

@@ -120,6 +120,20 @@ TEST_F(Commands, StaleRepliesWithoutEndDoNotHoldTheCaller)
     EXPECT_EQ(Run(300, script), sTimeout);
 }
 
+TEST_F(Commands, WithTheTimeSpentRepliesThatAreThereAreStillTakenButNotWithoutEnd)
+{
+    for (const auto& [stale, expected] : {std::pair{20, +sOk}, {200, +sTimeout}}) {
+        instance.emplace(kName, Script{}, 0x4000);
+        MacrosClient hasty(kName, interrupt, false);
+        EXPECT_EQ(hasty.Execute(0, L"C", L"").status, sTimeout);
+        for (int sent = 0; sent < stale; ++sent) {
+            instance->Send(Message(1, 17, ""));
+        }
+        instance->Send(Message(2, sOk, ""));
+        EXPECT_EQ(hasty.Execute(0, L"C", L"").status, expected) << stale;
+    }
+}
+
 TEST_F(Commands, ANestedCommandIsRefusedAndUsesNoId)
 {
     int nested = 0;

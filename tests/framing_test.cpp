@@ -190,4 +190,22 @@ TEST_F(Framing, AWriteThatEndsOnTimeOrWithTheInterruptLeavesNothingPending)
     EXPECT_THROW(Read(), ReadPipeError) << "a closed pipe fails both ways";
 }
 
+TEST_F(Framing, AWriteThatIsAwaitedWithoutAnyTimeDropsWhatIsThereButNotWithoutEnd)
+{
+    ScriptedPeer flooding("\\\\.\\pipe\\TalvernTestFlood", {}, 0x4000);
+    const auto end = flooding.Client();
+    BaseProtocol writer(end->Get(), nullptr);
+    Serializer message;
+    message.AddText(std::wstring(0x4000, L'x'));
+    writer.StartMessage(message);
+    constexpr DWORD kSent = 200;
+    for (DWORD number = 0; number < kSent; ++number) {
+        flooding.Send(Words({8, number}));
+    }
+    EXPECT_FALSE(writer.AwaitWrite(0));
+    DWORD next[2] = {};
+    EXPECT_EQ(writer.ReadPipe(next, sizeof next, 0).bytes, 8U) << "some are left";
+    EXPECT_GT(next[1], 0U) << "and some are not";
+}
+
 }  // namespace tvn::tests

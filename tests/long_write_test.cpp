@@ -4,6 +4,7 @@
 
 #include "basicslib/StatusCode.h"
 #include "pipeutils/MacrosClient.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
 #include "tests/resources.h"
@@ -71,6 +72,31 @@ TEST_F(LongWrite, UnderWayDoesNotKeepTheNextCommandFromTakingALateReply)
     EXPECT_EQ(Run(5000, L"N"), sOk);
 }
 
+TEST_F(LongWrite, KeepsItsBytesAsLongAsItIsUnderWay)
+{
+    // A system that copies nothing when a write begins takes the bytes when the other side reads.
+    static std::tuple<const void*, DWORD, OVERLAPPED*> begun;
+    const FreedMemoryIsGone gone;
+    {
+        const auto later = TVN_REPLACE_IMPORT(
+            WriteFile,
+            [](HANDLE, const void* bytes, DWORD count, DWORD*, OVERLAPPED* block) -> BOOL {
+                begun = std::make_tuple(bytes, count, block);
+                SetLastError(ERROR_IO_PENDING);
+                return FALSE;
+            });
+        EXPECT_EQ(Run(0, L"L", longText), sTimeout);
+    }
+    EXPECT_EQ(Run(0, L"refused"), sTimeout);
+    const auto& [bytes, count, block] = begun;
+    const auto* const first = static_cast<const unsigned char*>(bytes);
+    EXPECT_TRUE(Bytes(first, first + count) == LongCommand(1));
+    block->InternalHigh = count;
+    SetEvent(block->hEvent);
+    instance.Perform({{Message(2, "N", ""), {Message(2, sOk, "")}}});
+    EXPECT_EQ(Run(5000, L"N"), sOk);
+}
+
 TEST_F(LongWrite, IsCancelledWithItsClientOnAnyThread)
 {
     for (const bool elsewhere : {false, true}) {
@@ -79,6 +105,7 @@ TEST_F(LongWrite, IsCancelledWithItsClientOnAnyThread)
         auto owner = boost::make_shared<MacrosClient>("\\\\.\\pipe\\Talvern_long_write_other",
                                                       boost::shared_ptr<Handle>(), true);
         EXPECT_EQ(owner->Execute(0, L"L", longText).status, sTimeout);
+        EXPECT_TRUE(other.HasMessage()) << "it is under way";
         const auto release = [&owner] {
             owner.reset();
         };

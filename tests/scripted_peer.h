@@ -56,6 +56,7 @@ class ScriptedPeer
     /// By hand, for peers without a script: writes or reads one message within some seconds.
     void Send(const Bytes& bytes);
     Bytes Receive();
+    bool HasMessage() const { return m_end->HasMessage(); }
 
   private:
     void Join();
