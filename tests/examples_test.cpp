@@ -85,7 +85,7 @@ TEST(Examples, EveryLanguagePrintsTheSameAndTellsEachStatusInTheWordsOfTheRefere
          "1|" + init + "tvnPlay: -100\nerror text: Stop (-100)\nHELP1: a\n2: b\n" + exit},
         {"m -standin=refuse", "1|tvnInit: -1\nHELP"},
         {"m -standin=no-callback 1", "1|tvnInit: -3\nHELP"},
-        {"!silent \"\" 1", "1|" + init + "tvnPlay: -3\nHELP" + exit},
+        {"!silent \"\" 4", "1|" + init + "tvnPlay: -3\nHELP" + exit},
         {"!end", "1|" + init + "tvnPlay: -1\nHELP" + exit},
         {"\"!status -2\"", "1|" + init + "tvnPlay: -2\nHELP" + exit},
         {"\"!status -4\"", "1|" + init + "tvnPlay: -4\nHELP" + exit},
@@ -203,8 +203,8 @@ TEST(Examples, EndWithAFailureWhenTheObjectIsNotRegistered)
 TEST(Examples, EveryScriptInTheDocumentsRunsToItsEnd)
 {
     std::size_t count = 0;
-    for (const char* name :
-         {"README.md", "docs\\scripting-reference.md", "docs\\cheat-sheet.md", "docs\\macros.md"}) {
+    for (const char* name : {"README.md", "docs\\scripting-reference.md", "docs\\cheat-sheet.md",
+                             "docs\\macros.md", "docs\\first-macro.md"}) {
         const std::string text = Contents(kExamples + "..\\" + name);
         const std::string opening = "```vbs\n";
         for (std::size_t at = 0; (at = text.find(opening, at)) != std::string::npos; ++count) {

@@ -166,8 +166,8 @@ TEST(Examples, CallOnlyWhatTheTypeLibraryHas)
     for (const char* name :
          {"play.bas", "play.ps1", "play.py", "play.cs", "cpp\\TalvernClient.h", "play.vbs",
           "play.js", "table_to_csv.vbs", "list_with_retry.vbs", "two_browsers.vbs", "demo.vbs",
-          "attach.vbs", "hotels.vbs", "..\\README.md", "..\\docs\\macros.md",
-          "..\\docs\\scripting-reference.md", "..\\docs\\cheat-sheet.md"}) {
+          "attach.vbs", "hotels.vbs", "..\\README.md", "..\\docs\\first-macro.md",
+          "..\\docs\\macros.md", "..\\docs\\scripting-reference.md", "..\\docs\\cheat-sheet.md"}) {
         const std::string text = Contents(kExamples + name);
         for (std::sregex_iterator at(text.begin(), text.end(), mentioned), end; at != end; ++at) {
             const auto method = methods.find((*at)[2]);

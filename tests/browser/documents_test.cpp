@@ -1,0 +1,104 @@
+// What the first documents tell to do is done, in the real browser, and gives what they say.
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+#include "tests/browser/real_browser.h"
+#include "tests/surroundings.h"
+
+namespace tvn::tests
+{
+namespace
+{
+
+std::string Content(const std::string& path)
+{
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The block number `index`, from 0, of those in a language.
+std::string Block(const std::string& document, const std::string& language, int index = 0)
+{
+    const std::string text = Content(TreeFolder() + "\\" + document);
+    const std::string opening = "\n```" + language + "\n";
+    std::size_t at = text.find(opening);
+    for (; index > 0 && at != std::string::npos; --index) {
+        at = text.find(opening, at + 1);
+    }
+    EXPECT_NE(at, std::string::npos) << document << " has no such block in " << language;
+    at = at == std::string::npos ? text.size() : at + opening.size();
+    return text.substr(at, text.find("```", at) - at);
+}
+
+std::string Replaced(const std::string& text, const std::string& from, const std::string& to)
+{
+    EXPECT_NE(text.find(from), std::string::npos) << from;
+    std::string result = text;
+    for (std::size_t at = 0; (at = result.find(from, at)) != std::string::npos; at += to.size()) {
+        result.replace(at, from.size(), to);
+    }
+    return result;
+}
+
+/// What a script prints, without blanks at the ends of lines, when it is started by `starter`.
+std::string Printed(const std::string& script, const std::string& starter = "")
+{
+    const std::string folder = BuildFolder() + "\\";
+    std::ofstream(folder + "document.vbs") << script;
+    const std::string command = starter + "cscript.exe //nologo \"" + folder +
+                                "document.vbs\" > \"" + folder + "document.txt\"";
+    // NOLINTNEXTLINE(cert-env33-c): the command line is this program's own
+    EXPECT_EQ(std::system(command.c_str()), 0) << command;
+    return std::regex_replace(Content(folder + "document.txt"), std::regex(" +\n"), "\n");
+}
+
+}  // namespace
+
+class BrowserDocuments : public RealBrowser
+{};
+
+TEST_F(BrowserDocuments, TheScriptOnTheFirstPagePrintsWhatStandsBesideIt)
+{
+    EXPECT_EQ(Printed(Block("README.md", "vbs")), Block("README.md", "text"));
+}
+
+TEST_F(BrowserDocuments, TheFirstMacroWorksThenFailsAndTheTraceShowsWhere)
+{
+    const std::string document = "docs\\first-macro.md";
+    const std::string page = BuildFolder() + "\\prices.html";
+    std::ofstream(page) << Block(document, "html");
+    std::string address = "file:///" + page.substr(page.front() == 'Z' ? 3 : 0);
+    std::replace(address.begin(), address.end(), '\\', '/');
+    const std::string original = "file:///C:/first/prices.html";
+
+    const std::string file = BuildFolder() + "\\browser\\Macros\\Price.js";
+    const std::string macro = Block(document, "js");
+    const std::string script = Replaced(Block(document, "vbs"), original, address);
+    std::ofstream(file) << macro;
+    EXPECT_EQ(Printed(script), Block(document, "text", 0));
+
+    std::ofstream(file) << Replaced(macro, "#show", "#sow");
+    EXPECT_EQ(Printed(script), Block(document, "text", 1));
+
+    const std::string trace = BuildFolder() + "\\document-trace.txt";
+    Printed(Replaced(script, "app.tvnInit()", "app.tvnInit(\"--trace\")"),
+            "\"\"" + BuildFolder() + "\\tvntrace\\tvntrace.exe\" --out \"" + trace +
+                "\" --explain --grep \"macro|Play\" ");
+    const std::regex numbers("\\d\\d:\\d\\d:\\d\\d\\.\\d{3} +\\d+|\\d+ ms");
+    EXPECT_EQ(std::regex_replace(Replaced(Content(trace), address, original), numbers, "N"),
+              std::regex_replace(Block(document, "trace"), numbers, "N"));
+    std::remove(file.c_str());
+
+    SetEnvironmentVariableA("TALVERN_BROWSER", "Z:\\nosuch");
+    EXPECT_THAT(Printed(Block("README.md", "vbs"),
+                        "\"\"" + BuildFolder() + "\\tvntrace\\tvntrace.exe\" --explain "),
+                testing::AllOf(testing::HasSubstr("tvnInit -1\n"),
+                               testing::HasSubstr("error    There is no browser to drive. Looked"),
+                               testing::HasSubstr("install one of them")));
+}
+
+}  // namespace tvn::tests
