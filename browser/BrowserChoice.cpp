@@ -68,19 +68,24 @@ BrowserChoice ChooseBrowser(const Options& options)
     {
         const char* name;
         std::wstring program;
+        bool isSomebodysWish;  ///< who names a browser does not want another one
     };
     const Place places[] = {
-        {"the command line's --browser", options.browser},
+        {"the command line's --browser", options.browser, true},
         {"the value \"Browser\" of HKEY_LOCAL_MACHINE\\SOFTWARE\\Talvern (32-bit view)",
-         Setting("Browser")},
-        {"the environment variable TALVERN_BROWSER", EnvironmentVariable(L"TALVERN_BROWSER")},
-        {"the App Paths of msedge.exe", AppPath(L"msedge.exe")},
-        {"the App Paths of chrome.exe", AppPath(L"chrome.exe")},
-        {"the App Paths of chromium.exe", AppPath(L"chromium.exe")},
+         Setting("Browser"), true},
+        {"the environment variable TALVERN_BROWSER", EnvironmentVariable(L"TALVERN_BROWSER"), true},
+        {"the App Paths of msedge.exe", AppPath(L"msedge.exe"), false},
+        {"the App Paths of chrome.exe", AppPath(L"chrome.exe"), false},
+        {"the App Paths of chromium.exe", AppPath(L"chromium.exe"), false},
     };
     std::string report = "There is no browser to drive. Looked for in:";
     for (const Place& place : places) {
         const std::wstring program = WithoutQuotes(place.program);
+        if (!program.empty() && !IsFile(program) && place.isSomebodysWish) {
+            throw BrowserError(std::string("There is no such browser: ") + ToUtf8(program) +
+                               ", as " + place.name + " has it.");
+        }
         if (IsFile(program)) {
             return {program, FirstOf({options.browserArguments, Setting("BrowserArguments"),
                                       EnvironmentVariable(L"TALVERN_BROWSER_ARGUMENTS")})};

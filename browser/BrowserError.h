@@ -20,6 +20,13 @@ class CommandError : public BrowserError
     using BrowserError::BrowserError;
 };
 
+/// The page that was to carry it out has gone or crashed.
+class SessionEnded : public CommandError
+{
+  public:
+    using CommandError::CommandError;
+};
+
 /// A macro cannot be played at all; the text is for whoever plays it.
 class MacroError : public BrowserError
 {

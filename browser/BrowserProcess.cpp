@@ -2,33 +2,26 @@
 
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
 #include "browser/BrowserError.h"
+#include "browser/DebuggingPort.h"
 #include "browser/HostSystem.h"
+#include "browser/InheritedHandles.h"
+#include "browser/PipeLink.h"
+#include "browser/Switches.h"
 #include "browser/Utf8.h"
+#include "browser/WebSocket.h"
 
 namespace browser
 {
 namespace
 {
 
-constexpr DWORD kPause = 10;
-
-/// What the browser is started with, whoever's machine it is: a port of its own choice, no dialogs
-/// of a first run, nothing that goes on behind a play's back, and pages that are as quick when
-/// nobody looks at them.
-constexpr const wchar_t* kArguments =
-    L" --remote-debugging-port=0 --no-first-run --no-default-browser-check"
-    L" --disable-background-networking --disable-component-update --disable-default-apps"
-    L" --disable-sync --disable-search-engine-choice-screen --disable-popup-blocking"
-    L" --disable-prompt-on-repost --disable-hang-monitor --disable-session-crashed-bubble"
-    L" --hide-crash-restore-bubble --metrics-recording-only --password-store=basic"
-    L" --use-mock-keychain --disable-background-timer-throttling --disable-renderer-backgrounding"
-    L" --disable-backgrounding-occluded-windows"
-    L" --disable-features=BackForwardCache,CalculateNativeWinOcclusion,Translate,"
-    L"DialMediaRouteProvider,OptimizationHints";
+constexpr DWORD kStartPause = 10;
+constexpr DWORD kEndPause = 2;
 
 std::wstring OutputFile(const std::wstring& profile)
 {
@@ -51,15 +44,6 @@ HANDLE NewJob()
     return job;
 }
 
-std::wstring CommandLine(const BrowserChoice& choice, const std::wstring& profile)
-{
-    const bool onHost = IsHostProgram(choice.program);
-    std::wstring line = L"\"" + choice.program + L"\"";
-    line += kArguments;
-    line += L" \"--user-data-dir=" + (onHost ? HostPath(profile) : profile) + L"\"";
-    return line + L" " + choice.arguments + L" about:blank";
-}
-
 std::string ReadWhole(const std::wstring& path)
 {
     std::ifstream file(path.c_str(), std::ios::binary);
@@ -68,79 +52,129 @@ std::string ReadWhole(const std::wstring& path)
     return text.str();
 }
 
+std::wstring HandleText(HANDLE handle)
+{
+    return std::to_wstring(reinterpret_cast<ULONG_PTR>(handle));
+}
+
 }  // namespace
 
-BrowserProcess::BrowserProcess(const BrowserChoice& choice, const std::wstring& profile)
-    : m_profile(profile), m_program(choice.program), m_job(NewJob())
+BrowserProcess::BrowserProcess(BrowserChoice choice, std::wstring profile)
+    : m_choice(std::move(choice)),
+      m_profile(std::move(profile)),
+      m_isOnHost(IsHostProgram(m_choice.program)),
+      m_job(NewJob())
+{}
+
+std::unique_ptr<Link> BrowserProcess::Start(DWORD timeout, const Link::OnMessage& onMessage,
+                                            const Link::OnEnd& onEnd)
+{
+    if (!m_isOnHost) {
+        return OpenPipeLink([this](HANDLE input, HANDLE output) { StartWithPipes(input, output); },
+                            onMessage, onEnd);
+    }
+    const tvn::TimeBudget budget(timeout);
+    StartOnHost();
+    DebuggingPort endpoint;
+    while ((endpoint = ReadDebuggingPort(m_profile)).port == 0) {
+        if (budget.Remaining() == 0) {
+            throw BrowserError(DescribeFailure("It listens nowhere."));
+        }
+        Sleep(kStartPause);
+    }
+    return ConnectWebSocket(endpoint.port, endpoint.path, budget.Remaining(), onMessage, onEnd);
+}
+
+void BrowserProcess::StartWithPipes(HANDLE input, HANDLE output)
+{
+    Run(L"--remote-debugging-pipe --remote-debugging-io-pipes=" + HandleText(input) + L"," +
+            HandleText(output),
+        {input, output});
+}
+
+void BrowserProcess::StartOnHost()
+{
+    ForgetDebuggingPort(m_profile);
+    Run(L"--remote-debugging-port=0", {});
+}
+
+void BrowserProcess::Run(const std::wstring& connection, const std::vector<HANDLE>& inherited)
 {
     // The browser's own output goes into its profile: it may outlive whatever this process was
     // given, and tells why a browser does not come up.
-    const tvn::Handle output(OpenInherited(OutputFile(profile), GENERIC_WRITE, CREATE_ALWAYS));
+    const tvn::Handle output(OpenInherited(OutputFile(m_profile), GENERIC_WRITE, CREATE_ALWAYS));
     const tvn::Handle input(OpenInherited(L"NUL", GENERIC_READ, OPEN_EXISTING));
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdInput = input.Get();
-    startup.hStdOutput = output.Get();
-    startup.hStdError = output.Get();
+    InheritedHandles handles(input.Get(), output.Get(), inherited);
     PROCESS_INFORMATION started = {};
-    std::wstring line = CommandLine(choice, profile);
+    std::wstring line =
+        BrowserCommandLine(m_choice, m_isOnHost ? HostPath(m_profile) : m_profile, connection);
     tvn::LogDebug("starting %S", line.c_str());
-    if (!CreateProcessW(choice.program.c_str(), line.data(), nullptr, nullptr, TRUE,
-                        IsHostProgram(choice.program) ? 0 : CREATE_SUSPENDED, nullptr, nullptr,
-                        &startup, &started)) {
-        throw BrowserError("The browser " + ToUtf8(choice.program) + " cannot be started (error " +
-                           std::to_string(GetLastError()) + ").");
+    if (!CreateProcessW(m_choice.program.c_str(), line.data(), nullptr, nullptr, TRUE,
+                        m_isOnHost ? 0 : EXTENDED_STARTUPINFO_PRESENT | CREATE_SUSPENDED, nullptr,
+                        nullptr, handles.StartupInfo(), &started)) {
+        throw BrowserError("The browser " + ToUtf8(m_choice.program) +
+                           " cannot be started (error " + std::to_string(GetLastError()) + ").");
     }
     m_process = tvn::ShareHandle(started.hProcess);
     const tvn::Handle thread(started.hThread);
-    if (m_process->IsValid()) {
-        // Before it runs, so that none of its own processes escapes.
-        AssignProcessToJobObject(m_job.Get(), m_process->Get());
-        ResumeThread(thread.Get());
+    // Before it runs, so that none of its own processes escapes.
+    if (m_process->IsValid() && !AssignProcessToJobObject(m_job.Get(), m_process->Get())) {
+        const DWORD error = GetLastError();
+        TerminateProcess(m_process->Get(), 1);
+        throw BrowserError("The browser cannot be made to end with its instance (error " +
+                           std::to_string(error) + ").");
     }
+    ResumeThread(thread.Get());
 }
 
-BrowserProcess::Endpoint BrowserProcess::ReadEndpoint(const std::wstring& profile)
+std::string BrowserProcess::DescribeFailure(const std::string& reason) const
 {
-    // The port and the path of the browser's own target, a line each.
-    std::istringstream file(ReadWhole(profile + L"\\DevToolsActivePort"));
-    Endpoint endpoint = {0, ""};
-    return file >> endpoint.port >> endpoint.path ? endpoint : Endpoint{0, ""};
+    const bool ended = m_process && m_process->IsValid() && WaitForEnd(0);
+    const std::string printed = ReadWhole(OutputFile(m_profile));
+    return "The browser " + ToUtf8(m_choice.program) +
+           (ended ? " ended at once. " : " does not come up. ") + reason +
+           (printed.empty() ? "" : " It has printed: " + printed);
 }
 
-BrowserProcess::Endpoint BrowserProcess::WaitForEndpoint(DWORD timeout) const
+bool BrowserProcess::HasEnded() const
 {
-    const tvn::TimeBudget budget(timeout);
-    for (;;) {
-        Endpoint endpoint = ReadEndpoint(m_profile);
-        if (endpoint.port != 0) {
-            return endpoint;
+    if (m_isOnHost) {
+        for (const unsigned long pid : m_hostPids) {
+            if (RunsOnHost(pid)) {
+                return false;
+            }
         }
-        const bool ended = m_process->IsValid() && WaitForEnd(0);
-        if (ended || budget.Remaining() == 0) {
-            const std::string printed = ReadWhole(OutputFile(m_profile));
-            throw BrowserError("The browser " + ToUtf8(m_program) +
-                               (ended ? " ended at once." : " does not come up.") +
-                               (printed.empty() ? "" : " It has printed: " + printed));
-        }
-        Sleep(kPause);
+        return true;
     }
+    JOBOBJECT_BASIC_ACCOUNTING_INFORMATION job = {};
+    return QueryInformationJobObject(m_job.Get(), JobObjectBasicAccountingInformation, &job,
+                                     sizeof job, nullptr) &&
+           job.ActiveProcesses == 0;
 }
 
 bool BrowserProcess::WaitForEnd(DWORD timeout) const
 {
-    if (m_process->IsValid()) {
-        return WaitForSingleObject(m_process->Get(), timeout) == WAIT_OBJECT_0;
-    }
     const tvn::TimeBudget budget(timeout);
-    while (m_hostPid != 0 && RunsOnHost(m_hostPid)) {
+    while (!HasEnded()) {
         if (budget.Remaining() == 0) {
             return false;
         }
-        Sleep(kPause);
+        Sleep(kEndPause);
     }
     return true;
+}
+
+bool BrowserProcess::EndByForce(DWORD timeout) const
+{
+    if (m_isOnHost) {
+        // When the main one has gone, the others follow; their ids may be somebody else's by then.
+        if (!m_hostPids.empty() && RunsOnHost(m_hostPids.front())) {
+            KillOnHost(m_hostPids);
+        }
+    } else {
+        TerminateJobObject(m_job.Get(), 1);
+    }
+    return WaitForEnd(timeout);
 }
 
 }  // namespace browser

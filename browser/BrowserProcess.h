@@ -3,52 +3,60 @@
 #include <windows.h>
 
 #include <boost/shared_ptr.hpp>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "basicslib/Handle.h"
 #include "browser/BrowserChoice.h"
+#include "browser/Link.h"
 
 namespace browser
 {
 
-/// The process of the real browser, with a debugging port on the loopback that the browser chooses
-/// itself. On Windows it ends with this object at the latest, and with this process, however that
-/// ends. A program of the machine below Wine has no handle here: it is asked to end.
+/// The process of the real browser. A Windows program is reached by two pipes that nobody else
+/// has, and ends, with all its own processes, with this object at the latest and with this process,
+/// however that ends. A program of the machine below Wine can inherit no pipes and has no handle
+/// here: it is reached by a port of the loopback and ended by its process ids. Used by one thread.
 class BrowserProcess
 {
   public:
-    /// Starts the browser on `profile`, a fresh folder. Throws BrowserError.
-    BrowserProcess(const BrowserChoice& choice, const std::wstring& profile);
-    BrowserProcess(const BrowserProcess&) = delete;
-    BrowserProcess& operator=(const BrowserProcess&) = delete;
+    /// `profile` is the folder for its data; nobody else may use it meanwhile.
+    BrowserProcess(BrowserChoice choice, std::wstring profile);
 
-    /// Where the browser listens for its driver.
-    struct Endpoint
-    {
-        unsigned short port;
-        std::string path;
-    };
+    /// Starts the browser and connects to it within `timeout` milliseconds. Throws BrowserError.
+    std::unique_ptr<Link> Start(DWORD timeout, const Link::OnMessage& onMessage,
+                                const Link::OnEnd& onEnd);
 
-    /// What the browser on `profile` has written about itself; the port is 0 as long as there is
-    /// nothing.
-    static Endpoint ReadEndpoint(const std::wstring& profile);
+    /// What to say about a browser that does not come up, `reason` and what it has printed
+    /// included.
+    std::string DescribeFailure(const std::string& reason) const;
 
-    /// Waits up to `timeout` milliseconds until it listens. Throws BrowserError, with what the
-    /// browser has printed, when it does not come up.
-    Endpoint WaitForEndpoint(DWORD timeout) const;
+    bool IsOnHost() const { return m_isOnHost; }
 
-    /// The browser's own account of its process id, for the end of one that has no handle here.
-    void SetHostPid(unsigned long pid) { m_hostPid = pid; }
+    /// The browser's own account of its processes, its main one first, for the end of one that has
+    /// no handle here.
+    void SetHostPids(std::vector<unsigned long> pids) { m_hostPids = std::move(pids); }
 
-    /// Waits up to `timeout` milliseconds for the end of the process. True when it has ended.
+    /// Waits up to `timeout` milliseconds for the end of all its processes. True when they have
+    /// ended.
     bool WaitForEnd(DWORD timeout) const;
 
+    /// Ends all its processes by force and waits for that as WaitForEnd does.
+    bool EndByForce(DWORD timeout) const;
+
   private:
-    std::wstring m_profile;
-    std::wstring m_program;
-    tvn::Handle m_job;
+    void StartWithPipes(HANDLE input, HANDLE output);
+    void StartOnHost();
+    void Run(const std::wstring& connection, const std::vector<HANDLE>& inherited);
+    bool HasEnded() const;
+
+    const BrowserChoice m_choice;
+    const std::wstring m_profile;
+    const bool m_isOnHost;
+    const tvn::Handle m_job;
     boost::shared_ptr<tvn::Handle> m_process;
-    unsigned long m_hostPid = 0;
+    std::vector<unsigned long> m_hostPids;
 };
 
 }  // namespace browser

@@ -1,33 +1,49 @@
 #include "browser/Chromium.h"
 
+#include <cstdlib>
 #include <utility>
+#include <vector>
 
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
 #include "browser/BrowserError.h"
+#include "browser/DebuggingPort.h"
+#include "browser/HostSystem.h"
+#include "browser/OutputFolder.h"
+#include "browser/Utf8.h"
 
 namespace browser
 {
 namespace
 {
 
-constexpr DWORD kEndTime = 3000;
+constexpr DWORD kCloseTime = 3000;
+constexpr DWORD kForceTime = 3000;
 constexpr DWORD kRemoveTime = 1500;
-constexpr DWORD kEndPause = 500;
+constexpr DWORD kLastAnswerTime = 300;
 
-/// Only what shows a page, with all that is below it.
-Json PagesOnly()
+/// The first that has pages which are open and shown to nobody.
+constexpr long kOldestVersion = 138;
+
+void LogConsole(const Json& call)
 {
-    return Json::array({{{"type", "page"}}, {{"exclude", true}}});
+    std::string line;
+    for (const Json& argument : call.at("args")) {
+        const Json value = argument.value("value", Json());
+        line += line.empty() ? "" : " ";
+        line += value.is_string() ? value.get<std::string>()
+                                  : argument.value("description", value.dump(-1, ' ', true));
+    }
+    tvn::LogDebug("macro: %s", line.c_str());
 }
 
 }  // namespace
 
-Chromium::Chromium(const BrowserChoice& choice, DWORD timeout, OnMessage onMessage,
-                   OnBrowserEvent onBrowserEvent, std::function<void()> onGone)
-    : m_onMessage(std::move(onMessage)),
-      m_onBrowserEvent(std::move(onBrowserEvent)),
-      m_onGone(std::move(onGone)),
+Chromium::Chromium(const BrowserChoice& choice, const std::wstring& profile, DWORD timeout,
+                   Listener listener)
+    : m_listener(std::move(listener)),
+      m_profile(profile),
+      m_downloads(NewDownloadFolder()),
       m_process(choice, m_profile.Path())
 {
     try {
@@ -41,116 +57,114 @@ Chromium::Chromium(const BrowserChoice& choice, DWORD timeout, OnMessage onMessa
 void Chromium::Begin(DWORD timeout)
 {
     const tvn::TimeBudget budget(timeout);
-    const BrowserProcess::Endpoint endpoint = m_process.WaitForEndpoint(budget.Remaining());
-    m_tools = std::make_unique<DevTools>(
-        endpoint.port, endpoint.path, budget.Remaining(),
-        [this](const Json& event) { Take(event); }, m_onGone);
-    FindVisiblePage();
+    if (m_profile.IsKept()) {
+        EndBrowserOn(m_profile.Path());
+    }
+    m_tools =
+        std::make_unique<DevTools>([this](const Json& event) { Take(event); }, m_listener.onGone);
+    m_pages = std::make_unique<Pages>(*m_tools, m_listener.onGone);
+    m_tools->Connect([&](const Link::OnMessage& onMessage, const Link::OnEnd& onEnd) {
+        return m_process.Start(budget.Remaining(), onMessage, onEnd);
+    });
+    CheckVersion(budget.Remaining());
+    LearnProcesses(budget.Remaining());
+    m_pages->Find();
+    CatchDownloads();
+}
+
+void Chromium::CheckVersion(DWORD timeout)
+{
+    std::string product;  // such as "Chrome/156.0.8078.79"
+    try {
+        product = m_tools->Call("", "Browser.getVersion", {}, timeout).value("product", "");
+    } catch (const BrowserError& error) {
+        throw BrowserError(m_process.DescribeFailure(error.what()));
+    }
+    const std::size_t slash = product.find('/');
+    const long version =
+        slash == std::string::npos ? 0 : std::strtol(product.c_str() + slash + 1, nullptr, 10);
+    if (version < kOldestVersion) {
+        throw BrowserError("The browser is too old: " + product + ". The oldest that works is " +
+                           std::to_string(kOldestVersion) + ".");
+    }
+}
+
+void Chromium::LearnProcesses(DWORD timeout)
+{
+    if (!m_process.IsOnHost()) {
+        return;
+    }
+    std::vector<unsigned long> pids;
+    const Json processes = m_tools->Call("", "SystemInfo.getProcessInfo", {}, timeout);
+    for (const Json& process : processes.at("processInfo")) {
+        pids.push_back(process.value("id", 0UL));
+    }
+    m_process.SetHostPids(std::move(pids));
+}
+
+void Chromium::CatchDownloads()
+{
+    m_tools->Call(
+        "", "Browser.setDownloadBehavior",
+        {{"behavior", "allow"},
+         {"downloadPath", ToUtf8(m_process.IsOnHost() ? HostPath(m_downloads) : m_downloads)},
+         {"eventsEnabled", true}});
 }
 
 void Chromium::End()
 {
-    if (m_tools) {
-        m_tools->Post("", "Browser.close");
-    }
-    if (!m_process.WaitForEnd(kEndTime)) {
+    CloseSlowly();
+    if (!m_process.EndByForce(kForceTime)) {
         tvn::LogError("The browser does not end when it is told to");
     }
+    if (m_process.IsOnHost() && !m_profile.IsKept()) {
+        RemoveOnHost(m_profile.Path());
+    }
     m_profile.Remove(kRemoveTime);
+    RemoveDirectoryW(m_downloads.c_str());  // if nothing was downloaded
+}
+
+/// A kept profile is written when the browser closes. A fresh one is not worth the wait, but a
+/// browser that has no handle here has to tell which processes it has by now.
+void Chromium::CloseSlowly()
+{
+    try {
+        if (m_profile.IsKept()) {
+            m_tools->Post("", "Browser.close");
+            m_process.WaitForEnd(kCloseTime);
+        } else {
+            LearnProcesses(kLastAnswerTime);
+        }
+    } catch (const BrowserError& error) {
+        tvn::LogDebug("the browser is ended without its answer: %s", error.what());
+    }
 }
 
 void Chromium::EndAbandoned()
 {
     // Windows ends them with their instance; a program of the machine below Wine it does not know.
-    ProfileFolder::RemoveAbandoned([](const std::wstring& profile) {
-        const BrowserProcess::Endpoint endpoint = BrowserProcess::ReadEndpoint(profile);
-        if (endpoint.port == 0) {
-            return;
-        }
-        try {
-            DevTools tools(
-                endpoint.port, endpoint.path, kEndTime, [](const Json&) {}, [] {});
-            tools.Call("", "Browser.close");
-        } catch (const BrowserError&) {
-            // it has ended already
-        }
-        Sleep(kEndPause);
-    });
-}
-
-void Chromium::FindVisiblePage()
-{
-    const Json processes = m_tools->Call("", "SystemInfo.getProcessInfo");
-    for (const Json& process : processes.at("processInfo")) {
-        if (process.value("type", "") == "browser") {
-            m_process.SetHostPid(process.value("id", 0UL));
-        }
-    }
-    const Json targets = m_tools->Call("", "Target.getTargets", {{"filter", PagesOnly()}});
-    if (targets.at("targetInfos").empty()) {
-        throw BrowserError("The browser shows no page.");
-    }
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_visibleTarget = targets["targetInfos"][0].value("targetId", "");
-    }
-    // From here on, the pages that are there and those to come each get a session. A new one waits
-    // for it: a window could show a dialog before, which would never be heard of.
-    m_tools->Call("", "Target.setAutoAttach",
-                  {{"autoAttach", true},
-                   {"waitForDebuggerOnStart", true},
-                   {"flatten", true},
-                   {"filter", PagesOnly()}});
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_visibleSession = m_sessions[m_visibleTarget];
+    ProfileFolder::RemoveAbandoned(EndBrowserOn);
 }
 
 void Chromium::Take(const Json& event)
 {
     const std::string method = event.value("method", "");
     const std::string session = event.value("sessionId", "");
-    const Json parameters = event.value("params", Json::object());
-    if (method == "Target.attachedToTarget" && session.empty()) {
-        const std::string own = parameters.value("sessionId", "");
-        m_tools->Post(own, "Page.enable");  // or dialogs would be shown to people
-        m_tools->Post(own, "Runtime.runIfWaitingForDebugger");
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_sessions[parameters.at("targetInfo").value("targetId", "")] = own;
-    } else if (method == "Target.detachedFromTarget") {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (parameters.value("sessionId", "") == m_visibleSession) {
-            m_onGone();
-        }
-    } else if (method == "Page.javascriptDialogOpening" && !m_leavesDialogs) {
-        AnswerDialog(session, parameters);
-    } else if (method == "Runtime.bindingCalled") {
-        m_onMessage(session, parameters.value("payload", ""));
+    Json parameters = event.value("params", Json::object());
+    if (method == "Runtime.bindingCalled") {
+        m_listener.onMessage(session, parameters.value("payload", ""));
     } else if (method == "Runtime.consoleAPICalled") {
         LogConsole(parameters);  // of the macro page: no other session here enables it
-    } else if (method.starts_with("Browser.")) {
-        m_onBrowserEvent(method, parameters);
+    } else if (method.rfind("Browser.", 0) == 0) {
+        const std::string file = parameters.value("filePath", "");
+        if (!file.empty()) {
+            parameters["filePath"] =
+                ToUtf8(m_downloads) + "\\" + file.substr(file.find_last_of("/\\") + 1);
+        }
+        m_listener.onBrowserEvent(method, parameters);
+    } else {
+        m_pages->Take(method, session, parameters);
     }
-}
-
-void Chromium::LogConsole(const Json& call)
-{
-    std::string line;
-    for (const Json& argument : call.at("args")) {
-        const Json value = argument.value("value", Json());
-        line += line.empty() ? "" : " ";
-        line += value.is_string() ? value.get<std::string>()
-                                  : argument.value("description", value.dump(-1, ' ', true));
-    }
-    tvn::LogDebug("macro: %s", line.c_str());
-}
-
-void Chromium::AnswerDialog(const std::string& session, const Json& dialog)
-{
-    // A page is always let go; whatever else it asks is not agreed to.
-    const bool leaves = dialog.value("type", "") == "beforeunload";
-    tvn::LogDebug("a dialog is %s: %.200s", leaves ? "accepted" : "dismissed",
-                  dialog.value("message", "").c_str());
-    m_tools->Post(session, "Page.handleJavaScriptDialog", {{"accept", leaves}});
 }
 
 }  // namespace browser

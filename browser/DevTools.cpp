@@ -43,16 +43,19 @@ Json Parse(const std::string& text)
 
 }  // namespace
 
-DevTools::DevTools(unsigned short port, const std::string& path, DWORD timeout, OnEvent onEvent,
-                   OnEnd onEnd)
+DevTools::DevTools(OnEvent onEvent, OnEnd onEnd)
     : m_onEvent(std::move(onEvent)), m_onEnd(std::move(onEnd))
+{}
+
+void DevTools::Connect(const Connector& connect)
 {
-    m_socket = std::make_unique<WebSocket>(
-        port, path, timeout, [this](const std::string& text) { Receive(text); },
-        [this](const std::string& reason) {
-            EndCalls(nullptr, "The browser has gone: " + reason);
-            m_onEnd();
-        });
+    auto link = connect([this](const std::string& text) { Receive(text); },
+                        [this](const std::string& reason) {
+                            EndCalls(nullptr, "The browser has gone: " + reason);
+                            m_onEnd();
+                        });
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_link = std::move(link);
 }
 
 Json DevTools::Call(const std::string& session, const std::string& method, const Json& parameters,
@@ -61,12 +64,12 @@ Json DevTools::Call(const std::string& session, const std::string& method, const
     const auto call = std::make_shared<Pending>();
     call->session = session;
     std::unique_lock<std::mutex> lock(m_mutex);
-    if (m_ended) {
+    if (!m_link || m_ended) {
         throw BrowserError("The browser has gone.");
     }
     const int id = ++m_lastId;
     m_pending[id] = call;
-    m_socket->Send(NewCommand(id, session, method, parameters));
+    m_link->Send(NewCommand(id, session, method, parameters));
     const auto answered = [&] {
         return call->answered;
     };
@@ -80,6 +83,9 @@ Json DevTools::Call(const std::string& session, const std::string& method, const
     if (answer.contains("gone")) {
         throw BrowserError(answer["gone"].get<std::string>());
     }
+    if (answer.contains("ended")) {
+        throw SessionEnded(answer["ended"].get<std::string>());
+    }
     if (answer.contains("error")) {
         throw CommandError(method + ": " + answer["error"].value("message", "refused"));
     }
@@ -89,8 +95,8 @@ Json DevTools::Call(const std::string& session, const std::string& method, const
 void DevTools::Post(const std::string& session, const std::string& method, const Json& parameters)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_ended) {
-        m_socket->Send(NewCommand(++m_lastId, session, method, parameters));
+    if (m_link && !m_ended) {
+        m_link->Send(NewCommand(++m_lastId, session, method, parameters));
     }
 }
 
@@ -130,9 +136,13 @@ void DevTools::Take(const Json& message)
         }
         return;
     }
-    if (message.value("method", "") == "Target.detachedFromTarget") {
+    const std::string method = message.value("method", "");
+    if (method == "Target.detachedFromTarget") {
         const std::string session = message["params"].value("sessionId", "");
-        EndCalls(&session, "the page has gone");
+        EndCalls(&session, "The page has gone.");
+    } else if (method == "Inspector.targetCrashed") {
+        const std::string session = message.value("sessionId", "");
+        EndCalls(&session, "The page has crashed.");
     }
     m_onEvent(message);
 }
@@ -148,8 +158,7 @@ void DevTools::EndCalls(const std::string* session, const std::string& reason)
             continue;
         }
         call.answered = true;
-        call.answer =
-            session == nullptr ? Json{{"gone", reason}} : Json{{"error", {{"message", reason}}}};
+        call.answer = {{session == nullptr ? "gone" : "ended", reason}};
         at = m_pending.erase(at);
     }
     m_answered.notify_all();

@@ -10,7 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "browser/WebSocket.h"
+#include "browser/Link.h"
 
 namespace browser
 {
@@ -27,15 +27,16 @@ class DevTools
     using OnEvent = std::function<void(const Json& event)>;
     using OnEnd = std::function<void()>;
 
-    /// Connects within `timeout` milliseconds; throws BrowserError. `onEnd` is called, on the
-    /// connection's thread, when the browser goes away.
-    DevTools(unsigned short port, const std::string& path, DWORD timeout, OnEvent onEvent,
-             OnEnd onEnd);
+    /// `onEnd` is called, on the connection's thread, when the browser goes away.
+    DevTools(OnEvent onEvent, OnEnd onEnd);
+
+    /// Connects, once; throws what `connect` throws.
+    void Connect(const Connector& connect);
 
     /// Sends a command and waits up to `timeout` milliseconds (INFINITE: no limit) for its result.
-    /// An empty session is the browser itself. Throws CommandError when the browser refuses or its
-    /// session ends, BrowserError when the connection ends or the time is up. Not to be called on
-    /// the connection's thread.
+    /// An empty session is the browser itself. Throws CommandError when the browser refuses,
+    /// SessionEnded when its session ends, BrowserError when the connection ends or the time is up.
+    /// Not to be called on the connection's thread.
     Json Call(const std::string& session, const std::string& method, const Json& parameters = {},
               DWORD timeout = kAnswerTime);
 
@@ -66,7 +67,7 @@ class DevTools
     int m_lastId = 0;
     bool m_ended = false;
     std::map<int, std::shared_ptr<Pending>> m_pending;
-    std::unique_ptr<WebSocket> m_socket;  // its thread uses all of the above
+    std::unique_ptr<Link> m_link;  // its thread uses all of the above
 };
 
 }  // namespace browser

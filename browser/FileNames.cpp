@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cwctype>
+#include <string_view>
 
 namespace browser
 {
@@ -36,7 +37,8 @@ bool IsFileName(const std::wstring& name)
     stem.erase(stem.find_last_not_of(L' ') + 1);
     std::transform(stem.begin(), stem.end(), stem.begin(), std::towupper);
     const bool numbered =
-        stem.size() == 4 && (stem.rfind(L"COM", 0) == 0 || stem.rfind(L"LPT", 0) == 0);
+        stem.size() == 4 && (stem.rfind(L"COM", 0) == 0 || stem.rfind(L"LPT", 0) == 0) &&
+        std::wstring_view(L"0123456789\xB9\xB2\xB3").find(stem[3]) != std::wstring_view::npos;
     return !numbered &&
            std::find(std::begin(kDevices), std::end(kDevices), stem) == std::end(kDevices);
 }

@@ -20,6 +20,20 @@ GetUnixFileName UnixFileNames()
         reinterpret_cast<void*>(GetProcAddress(kernel, "wine_get_unix_file_name")));
 }
 
+/// There is no handle of such a process, so nobody waits for it.
+void RunTool(const std::wstring& name, const std::wstring& arguments)
+{
+    std::wstring line = name + L" " + arguments;
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION started = {};
+    if (CreateProcessW((L"\\\\?\\unix\\bin\\" + name).c_str(), line.data(), nullptr, nullptr, FALSE,
+                       0, nullptr, nullptr, &startup, &started)) {
+        const tvn::Handle process(started.hProcess);
+        const tvn::Handle thread(started.hThread);
+    }
+}
+
 }  // namespace
 
 bool IsHostProgram(const std::wstring& program)
@@ -41,17 +55,19 @@ std::wstring HostPath(const std::wstring& path)
 
 void RemoveOnHost(const std::wstring& folder)
 {
-    if (UnixFileNames() == nullptr) {
-        return;
+    if (UnixFileNames() != nullptr) {
+        RunTool(L"rm", L"-rf \"" + HostPath(folder) + L"\"");
     }
-    std::wstring line = L"rm -rf \"" + HostPath(folder) + L"\"";
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION started = {};
-    if (CreateProcessW(L"\\\\?\\unix\\bin\\rm", line.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                       nullptr, &startup, &started)) {
-        const tvn::Handle process(started.hProcess);
-        const tvn::Handle thread(started.hThread);
+}
+
+void KillOnHost(const std::vector<unsigned long>& pids)
+{
+    std::wstring arguments = L"-9";
+    for (const unsigned long pid : pids) {
+        arguments += L" " + std::to_wstring(pid);
+    }
+    if (!pids.empty()) {
+        RunTool(L"kill", arguments);
     }
 }
 

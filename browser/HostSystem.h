@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
 
 namespace browser
 {
@@ -14,9 +15,12 @@ bool IsHostProgram(const std::wstring& program);
 /// `path` as the machine below knows it.
 std::wstring HostPath(const std::wstring& path);
 
-/// Removes a folder that holds what only the machine below can see: links that lead nowhere, which
-/// a browser leaves behind when it is ended by force. Nothing happens on Windows.
+/// Removes a folder with what only the machine below can see: links that lead nowhere, which a
+/// browser leaves behind when it is ended by force. Nothing happens on Windows.
 void RemoveOnHost(const std::wstring& folder);
+
+/// Ends processes of the machine below by force.
+void KillOnHost(const std::vector<unsigned long>& pids);
 
 /// Whether the process with this id of the machine below still runs.
 bool RunsOnHost(unsigned long pid);

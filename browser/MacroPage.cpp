@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "basicslib/Log.h"
+#include "basicslib/ScopeExit.h"
 #include "browser/BrowserError.h"
 #include "browser/Resources.h"
 #include "browser/Utf8.h"
@@ -14,6 +14,13 @@ namespace
 
 constexpr const char* kBrowserChannel = "talvernBrowser";
 constexpr const char* kProgramChannel = "talvernProgram";
+
+/// Before the protocol comes into the page: a text of a web page that a macro puts into its own
+/// document must not become code that could speak it, and must load nothing.
+constexpr const char* kPolicy =
+    "document.head.append(Object.assign(document.createElement('meta'), {"
+    "httpEquiv: 'Content-Security-Policy', "
+    "content: \"default-src 'none'; script-src 'unsafe-eval'\" })); 0";
 
 Json CallOn(const std::string& library, const std::string& method, const Json& values)
 {
@@ -52,9 +59,7 @@ Json PairsOf(const std::vector<instance::PlayRequest::Setting>& settings, bool v
 
 }  // namespace
 
-MacroPage::MacroPage(DevTools& tools, std::string visibleTarget)
-    : m_tools(tools), m_visibleTarget(std::move(visibleTarget))
-{}
+MacroPage::MacroPage(DevTools& tools, Pages& pages) : m_tools(tools), m_pages(pages) {}
 
 MacroPage::Place MacroPage::Current()
 {
@@ -64,24 +69,35 @@ MacroPage::Place MacroPage::Current()
 
 void MacroPage::Open()
 {
-    if (!Current().target.empty()) {
+    const std::string visible = m_pages.Visible().target;
+    if (!visible.empty() && Current().visible == visible) {
         return;
     }
-    // Nothing that is stored or remembered is shared with the visible page.
-    const Json context =
-        m_tools.Call("", "Target.createBrowserContext", {{"disposeOnDetach", true}});
     Place place;
-    place.target = m_tools
-                       .Call("", "Target.createTarget",
-                             {{"url", "about:blank"},
-                              {"hidden", true},
-                              {"browserContextId", context.at("browserContextId")}})
-                       .at("targetId");
-    m_tools.Call("", "Target.exposeDevToolsProtocol",
-                 {{"targetId", place.target}, {"bindingName", kBrowserChannel}});
+    place.visible = visible;
+    const tvn::ScopeExit discard([&] { Discard(place); });
+    OpenIn(place);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::swap(m_place, place);  // whatever was there before is discarded
+}
+
+void MacroPage::OpenIn(Place& place)
+{
+    // Nothing that is stored or remembered is shared with the visible page.
+    place.context = m_tools.Call("", "Target.createBrowserContext", {{"disposeOnDetach", true}})
+                        .at("browserContextId");
+    place.target =
+        m_tools
+            .Call("", "Target.createTarget",
+                  {{"url", "about:blank"}, {"hidden", true}, {"browserContextId", place.context}})
+            .at("targetId");
     place.session =
         m_tools.Call("", "Target.attachToTarget", {{"targetId", place.target}, {"flatten", true}})
             .at("sessionId");
+    ValueOf(m_tools.Call(place.session, "Runtime.evaluate", {{"expression", kPolicy}}));
+    m_tools.Call("", "Target.exposeDevToolsProtocol",
+                 {{"targetId", place.target}, {"bindingName", kBrowserChannel}});
+    m_tools.Post(place.session, "Inspector.enable");  // which tells of a crash
     m_tools.Post(place.session, "Runtime.enable");
     m_tools.Post(place.session, "Runtime.addBinding", {{"name", kProgramChannel}});
     const Json library = m_tools.Call(place.session, "Runtime.evaluate",
@@ -91,9 +107,17 @@ void MacroPage::Open()
         ValueOf(library);
     }
     ValueOf(m_tools.Call(place.session, "Runtime.callFunctionOn",
-                         CallOn(place.library, "attach", {m_visibleTarget, place.target})));
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_place = place;
+                         CallOn(place.library, "attach", {place.visible, place.target})));
+}
+
+void MacroPage::Discard(const Place& place)
+{
+    if (!place.target.empty()) {
+        m_tools.Post("", "Target.closeTarget", {{"targetId", place.target}});
+    }
+    if (!place.context.empty()) {
+        m_tools.Post("", "Target.disposeBrowserContext", {{"browserContextId", place.context}});
+    }
 }
 
 MacroPage::Outcome MacroPage::Play(const std::string& source,
@@ -109,10 +133,11 @@ MacroPage::Outcome MacroPage::Play(const std::string& source,
             throw CommandError("The macro was stopped.");
         }
         place = m_place;
+        m_pagesBefore = m_pages.Opened();
+        m_pages.LeaveDialogs(false);  // of a play before that was given up
     }
-    const Json values = {source, PairsOf(settings, true), PairsOf(settings, false), traces};
-    const Json played = ValueOf(m_tools.Call(place.session, "Runtime.callFunctionOn",
-                                             CallOn(place.library, "play", values), INFINITE));
+    const Json played =
+        Run(place, {source, PairsOf(settings, true), PairsOf(settings, false), traces});
     if (played.value("gone", false)) {
         throw BrowserError("The page was closed.");
     }
@@ -130,23 +155,37 @@ MacroPage::Outcome MacroPage::Play(const std::string& source,
     return outcome;
 }
 
+Json MacroPage::Run(const Place& place, const Json& values)
+{
+    try {
+        return ValueOf(m_tools.Call(place.session, "Runtime.callFunctionOn",
+                                    CallOn(place.library, "play", values), INFINITE));
+    } catch (const SessionEnded& error) {
+        throw SessionEnded(std::string("The macro was stopped with its own page: ") + error.what());
+    }
+}
+
 void MacroPage::Abandon()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_place.target.empty()) {
-        m_tools.Post("", "Target.closeTarget", {{"targetId", m_place.target}});
+        Discard(m_place);
+        m_pages.CloseSince(m_pagesBefore);
     }
     m_place = {};
 }
 
-void MacroPage::Answer(const std::string& session, int question, const std::string& error,
-                       const std::string& value)
+bool MacroPage::Owns(const std::string& session)
 {
-    const Place place = Current();
-    if (place.session == session) {
-        m_tools.Post(session, "Runtime.callFunctionOn",
-                     CallOn(place.library, "answered", {question, error, value}));
-    }
+    return Current().session == session;
+}
+
+bool MacroPage::Use(const std::string& target)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const bool isThere = m_pages.Use(target);
+    m_place.visible = isThere ? target : m_place.visible;
+    return isThere;
 }
 
 void MacroPage::Load(const std::string& session, const std::string& source)
@@ -163,9 +202,19 @@ void MacroPage::Load(const std::string& session, const std::string& source)
 void MacroPage::Tell(const std::string& method, const Json& parameters)
 {
     const Place place = Current();
-    if (!place.session.empty()) {
+    if (!place.library.empty()) {
         m_tools.Post(place.session, "Runtime.callFunctionOn",
                      CallOn(place.library, "heard", {method, parameters}));
+    }
+}
+
+void MacroPage::Answer(const std::string& session, int question, const std::string& error,
+                       const Json& value)
+{
+    const Place place = Current();
+    if (place.session == session) {
+        m_tools.Post(session, "Runtime.callFunctionOn",
+                     CallOn(place.library, "answered", {question, error, value}));
     }
 }
 

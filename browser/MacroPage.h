@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "browser/DevTools.h"
+#include "browser/Pages.h"
 #include "instance/PlayRequest.h"
 
 namespace browser
@@ -17,10 +18,11 @@ namespace browser
 class MacroPage
 {
   public:
-    /// `tools` must outlive this object; `visibleTarget` is the page that macros drive.
-    MacroPage(DevTools& tools, std::string visibleTarget);
+    /// Both must outlive this object. Macros drive the visible one of `pages`.
+    MacroPage(DevTools& tools, Pages& pages);
 
-    /// Makes the page if there is none, which takes a moment. Throws BrowserError.
+    /// Makes the page if there is none that has the visible page, which takes a moment. Throws
+    /// BrowserError.
     void Open();
 
     /// How a macro ended.
@@ -38,35 +40,48 @@ class MacroPage
                  const std::vector<instance::PlayRequest::Setting>& settings, bool traces,
                  const std::function<bool()>& isWanted);
 
-    /// Throws the page away with the macro that runs in it, whatever that does; from any thread.
-    /// The next play gets a new one.
+    /// Throws the page away with the macro that runs in it, whatever that does, and the pages that
+    /// it has opened; from any thread. The next play gets a new one.
     void Abandon();
+
+    /// Whether this is the session of the page, which alone may ask the program for something.
+    bool Owns(const std::string& session);
+
+    /// Makes another page the visible one, for the macro that runs here knows it already. False
+    /// when there is no such page.
+    bool Use(const std::string& target);
 
     /// Answers a question of the page's library: with an error, or an empty one and a value.
     void Answer(const std::string& session, int question, const std::string& error,
-                const std::string& value);
+                const Json& value);
+
+    /// Tells the page's library of an event of the browser as a whole.
+    void Tell(const std::string& method, const Json& parameters);
 
     /// Gives the page's library the source of the page library, which a macro has asked for.
     void Load(const std::string& session, const std::string& source);
 
-    /// Tells the page's library of an event of the browser itself.
-    void Tell(const std::string& method, const Json& parameters);
-
   private:
     struct Place
     {
+        std::string context;  ///< in which the page is alone
         std::string target;
         std::string session;
         std::string library;  ///< the object of the library in the page
+        std::string visible;  ///< target of the page that it drives
     };
 
     Place Current();
+    void OpenIn(Place& place);
+    void Discard(const Place& place);
+    Json Run(const Place& place, const Json& values);
     int LineOfSyntaxError(const Place& place, const std::string& source);
 
     DevTools& m_tools;
-    std::string m_visibleTarget;
+    Pages& m_pages;
     std::mutex m_mutex;
     Place m_place;
+    unsigned int m_pagesBefore = 0;  ///< the play that runs
 };
 
 }  // namespace browser

@@ -1,12 +1,15 @@
 #include "browser/MacroSource.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cwctype>
 #include <fstream>
-#include <sstream>
+#include <string_view>
 
 #include "browser/BrowserError.h"
 #include "browser/FileNames.h"
+#include "browser/UserFolder.h"
 #include "browser/Utf8.h"
 
 namespace browser
@@ -22,17 +25,32 @@ bool IsNoMoreThanWords(const std::wstring& text)
     });
 }
 
+bool IsUtf8(const std::string& text)
+{
+    return text.empty() || MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(),
+                                               static_cast<int>(text.size()), nullptr, 0) > 0;
+}
+
 std::string ReadMacro(const std::wstring& path)
 {
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    constexpr std::streamsize kLongest = std::streamsize{16} << 20;
 
     std::ifstream file(path.c_str(), std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
+    std::string text(static_cast<std::size_t>(kLongest) + 1, '\0');
     if (!file) {
         throw MacroError("The macro " + ToUtf8(path) + " cannot be read.");
     }
-    const std::string text = content.str();
+    file.read(text.data(), kLongest + 1);
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    if (file.bad() || text.size() > static_cast<std::size_t>(kLongest)) {
+        throw MacroError("The macro " + ToUtf8(path) + " is too long.");
+    }
+    // Text in 16-bit characters has zero bytes, which are valid but mean nothing in a macro.
+    if (!IsUtf8(text) || text.find('\0') != std::string::npos) {
+        throw MacroError("The macro " + ToUtf8(path) +
+                         " is not in UTF-8; save it in that encoding.");
+    }
     return text.rfind(kByteOrderMark, 0) == 0 ? text.substr(kByteOrderMark.size()) : text;
 }
 
@@ -40,17 +58,20 @@ std::string ReadMacro(const std::wstring& path)
 
 std::string MacroSource(const std::wstring& text)
 {
-    const std::wstring folder = ProgramFolder() + L"\\Macros";
+    const std::wstring folders[] = {UserFolder() + L"\\Macros", ProgramFolder() + L"\\Macros"};
     if (IsFileName(text)) {
-        for (const std::wstring& name : {text, text + L".js"}) {
-            const std::wstring path = folder + L"\\" + name;
-            if (IsFile(path)) {
-                return ReadMacro(path);
+        for (const std::wstring& folder : folders) {
+            for (const std::wstring& name : {text, text + L".js"}) {
+                const std::wstring path = folder + L"\\" + name;
+                if (IsFile(path)) {
+                    return ReadMacro(path);
+                }
             }
         }
     }
     if (IsNoMoreThanWords(text)) {
-        throw MacroError("There is no macro \"" + ToUtf8(text) + "\" in " + ToUtf8(folder));
+        throw MacroError("There is no macro \"" + ToUtf8(text) + "\" in " + ToUtf8(folders[0]) +
+                         " or " + ToUtf8(folders[1]));
     }
     return ToUtf8(text);
 }

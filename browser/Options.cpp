@@ -44,12 +44,14 @@ Options ReadOptions()
 {
     std::string browser;
     std::string arguments;
+    std::string profile;
     Options options;
     CLI::App app("Talvern's own browser");
     app.allow_extras();
     app.set_help_flag();
     app.add_option("--browser", browser);
     app.add_option("--browser-arguments", arguments);
+    app.add_option("--profile", profile);
     app.add_flag("--trace", options.trace);
     try {
         app.parse(OwnWords());
@@ -58,6 +60,7 @@ Options ReadOptions()
     }
     options.browser = FromUtf8(browser);
     options.browserArguments = FromUtf8(arguments);
+    options.profile = FromUtf8(profile);
     return options;
 }
 

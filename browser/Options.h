@@ -11,6 +11,7 @@ struct Options
 {
     std::wstring browser;           ///< --browser PATH: the program to drive
     std::wstring browserArguments;  ///< --browser-arguments TEXT: what it is to be started with
+    std::wstring profile;           ///< --profile NAME: the kept profile, empty for a fresh one
     bool trace = false;             ///< --trace: each step of a macro to the debug output
 };
 

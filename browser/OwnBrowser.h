@@ -1,13 +1,17 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
 
 #include "browser/Chromium.h"
+#include "browser/CurrentPlay.h"
 #include "browser/MacroPage.h"
+#include "browser/MacroQuestions.h"
 #include "browser/Options.h"
+#include "browser/Workers.h"
 #include "instance/ICommands.h"
 #include "instance/InstanceWindow.h"
 
@@ -45,31 +49,24 @@ class OwnBrowser : public instance::ICommands
     State WaitForStart();
     bool IsGoneSoon();
     void SetState(State state);
+    Chromium::Listener NewListener();
     unsigned int StopPlay();
-    bool BeginPlay(unsigned int number);
-    void EndPlay();
     void RunPlay(const instance::PlayRequest& request, const instance::Answer& answer,
                  unsigned int number);
     void Show(const std::wstring& text);
-    void OnMessage(const std::string& session, const std::string& text);
-    void TakeScreenshot(const std::string& session, int question, const std::wstring& path,
-                        bool fullPage);
-    void LoadLibrary(const std::string& session, int question);
-    void RunCommand(const std::string& session, int question, const std::string& method,
-                    const Json& parameters);
-    void RunWork(const std::function<void()>& work);
 
     const instance::InstanceWindow& m_window;
     const Options m_options;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     State m_state = State::kStarting;
-    unsigned int m_lastPlay = 0;  ///< number of the play that counts, and is to be answered
-    bool m_isPlaying = false;
-    int m_working = 0;                     ///< threads that run a command
-    std::mutex m_playing;                  ///< held by the one play that has the macro page
-    std::unique_ptr<Chromium> m_chromium;  // set before the state is kReady
-    std::unique_ptr<MacroPage> m_macroPage;
+    Workers m_workers;
+    CurrentPlay m_play;                      ///< the one that is to be answered
+    std::mutex m_playing;                    ///< held by the one play that has the macro page
+    std::unique_ptr<MacroPage> m_macroPage;  // before the browser, whose thread uses both
+    std::unique_ptr<MacroQuestions> m_questions;
+    std::unique_ptr<Chromium> m_chromium;
+    std::atomic<bool> m_canPlay = false;  ///< all three are there
 };
 
 }  // namespace browser

@@ -7,7 +7,9 @@
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
 #include "browser/BrowserError.h"
+#include "browser/FileNames.h"
 #include "browser/HostSystem.h"
+#include "browser/UserFolder.h"
 #include "browser/Utf8.h"
 #include "pipeutils/PipeNames.h"
 
@@ -18,57 +20,68 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr const wchar_t* kPrefix = L"talvern-profile-";
+constexpr const wchar_t* kFresh = L"\\Fresh profiles";
+constexpr const wchar_t* kKept = L"\\Profiles";
 constexpr const wchar_t* kMark = L".owner";
-constexpr DWORD kPause = 50;
+constexpr DWORD kPause = 5;
 
 /// The file is shared with nobody and goes with its last handle: whoever can open it knows that its
 /// owner has gone.
-HANDLE OpenMark(const std::wstring& folder, DWORD disposition)
+HANDLE OpenMark(const std::wstring& folder)
 {
     return CreateFileW((folder + kMark).c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr,
-                       disposition, FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+                       OPEN_ALWAYS, FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
 }
 
-/// The library's own removal of a whole tree does not come back from a folder that holds what
-/// cannot be seen here.
-void RemoveTree(const fs::path& folder)
+/// Removes what is at `path`, a folder with all that is in it. Of a link, only the link goes: what
+/// it leads to is somebody else's. The library does not know Windows' links, and its removal of a
+/// whole tree does not come back from a folder that holds what cannot be seen here.
+void RemoveTree(const fs::path& path)
 {
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(folder, error)) {
-        if (entry.is_directory(error) && !entry.is_symlink(error)) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        return;
+    }
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        DeleteFileW(path.c_str());
+        return;
+    }
+    if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(path, error)) {
             RemoveTree(entry.path());
-        } else {
-            fs::remove(entry.path(), error);
         }
     }
-    RemoveDirectoryW(folder.c_str());
+    RemoveDirectoryW(path.c_str());
 }
 
-fs::path TemporaryFolder()
+std::wstring FolderPath(const std::wstring& name)
 {
-    std::error_code error;
-    fs::path folder = fs::temp_directory_path(error);
-    if (error) {
-        throw BrowserError("There is no folder for temporary files: " + error.message());
+    if (name.empty()) {
+        const tvn::ComString unique = tvn::CreateUuidString();
+        return UserFolder() + kFresh + L"\\" + std::wstring(tvn::ToView(unique));
     }
-    return folder;
-}
-
-std::wstring NewFolderPath()
-{
-    const tvn::ComString unique = tvn::CreateUuidString();
-    return (TemporaryFolder() / (kPrefix + std::wstring(tvn::ToView(unique)))).wstring();
+    if (!IsFileName(name)) {
+        throw BrowserError("\"" + ToUtf8(name) + "\" is no name for a profile.");
+    }
+    return UserFolder() + kKept + L"\\" + name;
 }
 
 }  // namespace
 
-ProfileFolder::ProfileFolder() : m_path(NewFolderPath()), m_mark(OpenMark(m_path, CREATE_NEW))
+ProfileFolder::ProfileFolder(const std::wstring& name)
+    : m_isKept(!name.empty()), m_path(FolderPath(name)), m_mark([this] {
+          std::error_code error;
+          fs::create_directories(m_path, error);
+          return OpenMark(m_path);
+      }())
 {
-    std::error_code error;
-    if (!m_mark.IsValid() || !fs::create_directory(m_path, error)) {
-        throw BrowserError("The profile folder " + ToUtf8(m_path) + " cannot be made.");
+    if (m_mark.IsValid() && fs::is_directory(m_path)) {
+        return;
     }
+    throw BrowserError(m_isKept && fs::is_directory(m_path)
+                           ? "The profile \"" + ToUtf8(name) + "\" is in use."
+                           : "The profile folder " + ToUtf8(m_path) + " cannot be made.");
 }
 
 ProfileFolder::~ProfileFolder()
@@ -79,31 +92,24 @@ ProfileFolder::~ProfileFolder()
 bool ProfileFolder::Remove(DWORD timeout)
 {
     const tvn::TimeBudget budget(timeout);
-    for (;;) {
+    while (!m_isKept && !m_isRemoved) {
         RemoveTree(m_path);
-        std::error_code error;
-        if (!fs::exists(m_path, error)) {
-            return true;
-        }
-        if (budget.Remaining() == 0) {
+        m_isRemoved = GetFileAttributesW(m_path.c_str()) == INVALID_FILE_ATTRIBUTES;
+        if (!m_isRemoved && budget.Remaining() == 0) {
             tvn::LogError("The profile folder %S cannot be removed", m_path.c_str());
-            RemoveOnHost(m_path);
             return false;
         }
-        Sleep(kPause);
+        Sleep(m_isRemoved ? 0 : kPause);
     }
+    return true;
 }
 
 void ProfileFolder::RemoveAbandoned(const std::function<void(const std::wstring& path)>& endBrowser)
 {
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(TemporaryFolder(), error)) {
+    for (const auto& entry : fs::directory_iterator(UserFolder() + kFresh, error)) {
         const std::wstring folder = entry.path().wstring();
-        if (entry.path().filename().wstring().rfind(kPrefix, 0) != 0 ||
-            !entry.is_directory(error)) {
-            continue;
-        }
-        const tvn::Handle mark(OpenMark(folder, OPEN_ALWAYS));
+        const tvn::Handle mark(IsFile(folder) ? nullptr : OpenMark(folder));
         if (mark.IsValid()) {
             endBrowser(folder);
             RemoveTree(folder);

@@ -10,33 +10,38 @@
 namespace browser
 {
 
-/// A fresh folder for one browser's profile, removed at the end. Browsers open a debugging port on
-/// no profile but one of this kind.
+/// The folder of one browser's profile, below the user's own data, where nobody else can write: a
+/// fresh one, which is removed at the end, or one with a name, which is kept for the next time.
+/// Browsers can be driven on no profile but one of this kind.
 class ProfileFolder
 {
   public:
-    /// Makes the folder among the user's temporary files. Throws BrowserError.
-    ProfileFolder();
+    /// Takes the kept profile of this name, which is made when there is none, or a fresh one when
+    /// the name is empty. Throws BrowserError, also when another instance has it.
+    explicit ProfileFolder(const std::wstring& name);
 
-    /// Removes it, unless a browser still holds files in it.
+    /// Removes a fresh one, unless a browser still holds files in it.
     ~ProfileFolder();
 
     ProfileFolder(const ProfileFolder&) = delete;
     ProfileFolder& operator=(const ProfileFolder&) = delete;
 
     const std::wstring& Path() const { return m_path; }
+    bool IsKept() const { return m_isKept; }
 
-    /// Removes the folder, trying again for up to `timeout` milliseconds while files are in use.
-    /// True when it is gone.
+    /// Removes a fresh folder, trying again for up to `timeout` milliseconds while files are in
+    /// use. True when it is gone, or kept.
     bool Remove(DWORD timeout);
 
-    /// Clears away the folders whose owners were ended by force; `endBrowser` is given each one
-    /// before, to end a browser that still runs on it.
+    /// Clears away the fresh folders whose owners were ended by force; `endBrowser` is given each
+    /// one before, to end a browser that still runs on it.
     static void RemoveAbandoned(const std::function<void(const std::wstring& path)>& endBrowser);
 
   private:
-    std::wstring m_path;
+    const bool m_isKept;
+    const std::wstring m_path;
     tvn::Handle m_mark;  ///< of a file beside it that lives as long as its owner
+    bool m_isRemoved = false;
 };
 
 }  // namespace browser

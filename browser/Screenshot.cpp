@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <shlobj.h>
 #include <wincrypt.h>
 
 #include <filesystem>
@@ -11,6 +10,7 @@
 
 #include "browser/BrowserError.h"
 #include "browser/FileNames.h"
+#include "browser/OutputFolder.h"
 #include "browser/Utf8.h"
 
 namespace browser
@@ -21,17 +21,6 @@ namespace
 namespace fs = std::filesystem;
 
 constexpr DWORD kDrawTime = 30000;
-
-/// The folders in which output may lie, the first choice first.
-std::vector<fs::path> OutputFolders()
-{
-    std::vector<fs::path> folders = {fs::path(ProgramFolder()) / L"Output"};
-    wchar_t own[MAX_PATH] = L"";
-    if (SUCCEEDED(SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, own))) {
-        folders.push_back(fs::path(own) / L"Talvern" / L"Output");
-    }
-    return folders;
-}
 
 /// `name` taken apart, every part of it a plain name.
 fs::path RelativePath(const std::wstring& name)
@@ -100,7 +89,7 @@ std::wstring SaveScreenshot(DevTools& tools, const std::string& session, const s
     const fs::path relative = RelativePath(name);
     const Json picture = Capture(tools, session, FormatOf(relative), fullPage);
     const std::string bytes = DecodeBase64(picture.at("data").get<std::string>());
-    for (const fs::path& folder : OutputFolders()) {
+    for (const std::wstring& folder : OutputFolders()) {
         const fs::path path = folder / relative;
         std::error_code error;
         fs::create_directories(path.parent_path(), error);

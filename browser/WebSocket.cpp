@@ -3,40 +3,34 @@
 #include "browser/WebSocket.h"
 
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/post.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/websocket.hpp>
 #include <chrono>
-#include <deque>
 #include <future>
-#include <thread>
 #include <utility>
 
+#include "browser/AsioLink.h"
 #include "browser/BrowserError.h"
 
 namespace browser
+{
+namespace
 {
 
 namespace asio = boost::asio;
 namespace beast = boost::beast;
 using boost::system::error_code;
 
-class WebSocket::Io
+class WebSocket : public AsioLink
 {
   public:
-    Io(OnMessage onMessage, OnEnd onEnd)
-        : m_onMessage(std::move(onMessage)), m_onEnd(std::move(onEnd)), m_stream(m_context)
+    WebSocket(OnMessage onMessage, OnEnd onEnd)
+        : AsioLink(std::move(onMessage), std::move(onEnd)), m_stream(m_context)
     {}
 
-    ~Io()
-    {
-        asio::post(m_context, [this] { Close(); });
-        if (m_thread.joinable()) {
-            m_thread.join();
-        }
-    }
-    Io(const Io&) = delete;
-    Io& operator=(const Io&) = delete;
+    ~WebSocket() override { Stop(); }
+    WebSocket(const WebSocket&) = delete;
+    WebSocket& operator=(const WebSocket&) = delete;
 
     void Connect(unsigned short port, const std::string& path, DWORD timeout)
     {
@@ -59,7 +53,7 @@ class WebSocket::Io
                 }
             });
         });
-        m_thread = std::thread([this] { m_context.run(); });
+        Run();
         const error_code error = connected.get();
         if (error) {
             throw BrowserError("There is no connection to the browser at " + host + ": " +
@@ -67,20 +61,7 @@ class WebSocket::Io
         }
     }
 
-    void Send(std::string text)
-    {
-        asio::post(m_context, [this, text = std::move(text)]() mutable {
-            m_queue.push_back(std::move(text));
-            if (m_queue.size() == 1) {
-                Write();
-            }
-        });
-    }
-
   private:
-    /// A page that is drawn as a whole can be large.
-    static constexpr std::size_t kLongestMessage = std::size_t{256} << 20;
-
     void Read()
     {
         m_stream.async_read(m_buffer, [this](error_code error, std::size_t) {
@@ -95,45 +76,32 @@ class WebSocket::Io
         });
     }
 
-    void Write()
+    void Write(const std::string& text) override
     {
-        m_stream.async_write(asio::buffer(m_queue.front()), [this](error_code error, std::size_t) {
-            m_queue.pop_front();
-            if (!error && !m_queue.empty()) {
-                Write();
-            }
-        });
+        m_stream.async_write(asio::buffer(text),
+                             [this](error_code error, std::size_t) { Written(error); });
     }
 
-    void Close()
+    void Close() override
     {
         // There is nothing to say goodbye for: whoever ends the browser has told it so already.
         error_code ignored;
         beast::get_lowest_layer(m_stream).socket().close(ignored);
     }
 
-    OnMessage m_onMessage;
-    OnEnd m_onEnd;
-    asio::io_context m_context{1};
     beast::websocket::stream<beast::tcp_stream> m_stream;
     beast::flat_buffer m_buffer;
-    std::deque<std::string> m_queue;
     std::promise<error_code> m_connected;
-    std::thread m_thread;
 };
 
-WebSocket::WebSocket(unsigned short port, const std::string& path, DWORD timeout,
-                     OnMessage onMessage, OnEnd onEnd)
-    : m_io(std::make_unique<Io>(std::move(onMessage), std::move(onEnd)))
-{
-    m_io->Connect(port, path, timeout);
-}
+}  // namespace
 
-WebSocket::~WebSocket() = default;
-
-void WebSocket::Send(std::string text)
+std::unique_ptr<Link> ConnectWebSocket(unsigned short port, const std::string& path, DWORD timeout,
+                                       Link::OnMessage onMessage, Link::OnEnd onEnd)
 {
-    m_io->Send(std::move(text));
+    auto link = std::make_unique<WebSocket>(std::move(onMessage), std::move(onEnd));
+    link->Connect(port, path, timeout);
+    return link;
 }
 
 }  // namespace browser

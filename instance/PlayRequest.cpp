@@ -46,8 +46,10 @@ PlayRequest::PlayRequest(const std::wstring& argument)
     if (words.size() > 2 && words[1] == tvn::kMacroSwitch) {
         macro = Decode(words[2]);
     }
+    hasBlankInName = words.size() > 4 && words.size() % 2 != 0;
     for (std::size_t at = 4; at + 1 < words.size(); at += 2) {
         const std::wstring& name = words[at];
+        hasBlankInName = hasBlankInName || !name.starts_with(L'-');
         const bool isVariable = name.starts_with(tvn::kVariablePrefix);
         const std::wstring_view prefix = isVariable               ? tvn::kVariablePrefix
                                          : name.starts_with(L'-') ? L"-"

@@ -23,6 +23,10 @@ struct PlayRequest
 
     std::wstring macro;             ///< the macro itself or its name; which, the instance tells
     std::vector<Setting> settings;  ///< in the order in which they were set
+
+    /// Whether the words behind the macro are no pairs: the name of a setting holds a blank, which
+    /// nothing stands for, and whatever comes behind it cannot be told apart.
+    bool hasBlankInName = false;
 };
 
 }  // namespace instance

@@ -62,6 +62,7 @@ TEST_F(BrowserClients, AClientThatDiesInMidPlayLeavesAFreeBrowserThatHasStopped)
                                           {5U, L" -macro extract(5) "}}) {
             auto message = CommandsProtocol::NewCommand(id, kCommandPlay, waiting);
             protocol.WriteMessage(message, 5000);
+            Sleep(id == 3 ? 1000 : 0);  // the first one has begun
         }
         std::map<unsigned int, int> statuses;
         for (CommandReply reply; statuses.size() < 3;) {
@@ -71,6 +72,22 @@ TEST_F(BrowserClients, AClientThatDiesInMidPlayLeavesAFreeBrowserThatHasStopped)
         EXPECT_THAT(statuses,
                     testing::ElementsAre(testing::Pair(3U, sNotCompleted),
                                          testing::Pair(4U, sNotCompleted), testing::Pair(5U, sOk)));
+        // A long command is still being written when the next one comes.
+        const std::wstring length = std::to_wstring(8 << 20);
+        const std::wstring text(8 << 20, L'x');
+        auto longPlay = CommandsProtocol::NewCommand(
+            8, kCommandPlay,
+            (L" -macro extract('" + text + L"'.length==" + length + L") ").c_str());
+        protocol.WriteMessage(longPlay, 5000);
+        for (int round = 0; round < 20; ++round) {
+            auto message = CommandsProtocol::NewCommand(9, kCommandDisplay, L"text");
+            protocol.WriteMessage(message, 5000);
+        }
+        for (int round = 0; round < 21; ++round) {
+            CommandReply reply;
+            protocol.ReadReply(reply, 10000);
+            EXPECT_EQ(reply.status, sOk);
+        }
         std::string macro = "await page.goto('" + site +
                             "/second.html'); await page.evaluate(() => { window.n = 0; "
                             "}); for (;;) await page.evaluate(() => { ++n; })";

@@ -16,7 +16,7 @@ class BrowserEnds : public RealBrowser
     static void ExpectNothingLeft()
     {
         EXPECT_TRUE(Eventually([] { return Running("talvern.exe").empty(); }));
-        EXPECT_THAT(BrowserProcesses(), testing::IsEmpty());
+        EXPECT_TRUE(Eventually([] { return BrowserProcesses().empty(); }));  // helpers follow it
         EXPECT_THAT(ProfileFolders(), testing::IsEmpty());
     }
 };
@@ -56,26 +56,45 @@ TEST_F(BrowserEnds, AnInstanceEndedByForceIsClearedAwayByTheNext)
     EndBrowsers();
     EXPECT_EQ(app.Exit(), sOk);
     EXPECT_EQ(ProfileFolders().size(), 1U);
-    std::filesystem::create_directory(std::filesystem::temp_directory_path() /
-                                      "talvern-profile-of-one-that-never-came-up");
+    std::filesystem::create_directory(FreshProfiles() + "\\of one that never came up");
     Begin();
     EXPECT_TRUE(Eventually([] { return ProfileFolders().size() == 2; }));
     EXPECT_EQ(app.Exit(), sOk);
     ExpectNothingLeft();
 }
 
+TEST_F(BrowserEnds, AKeptProfileRemembersAndBelongsToOneInstanceAtATime)
+{
+    const char* cookie =
+        "await page.goto(options.site + '/second.html'); extract(await page.evaluate(() => { const "
+        "before = document.cookie; document.cookie = 'a=1; max-age=1000'; return before; }))";
+    for (const char* remembered : {"1||", "1||a=1"}) {
+        ASSERT_EQ(app.Init("--profile \"the login\"", true, 60), sOk);
+        EXPECT_EQ(Plays(cookie), remembered);
+        AppClient second;
+        EXPECT_EQ(second.Init("--profile \"the login\"", true, 60), sFail);
+        EXPECT_EQ(app.Exit(), sOk);
+        ExpectNothingLeft();
+    }
+    EXPECT_GT(std::filesystem::remove_all(UserFolder() + "\\Profiles\\the login"), 0U);
+}
+
 TEST_F(BrowserEnds, WithoutABrowserTheAttachIsRefusedAndTheDebugOutputSaysWhatWasLookedFor)
 {
     char path[MAX_PATH] = "";
     GetEnvironmentVariableA("TALVERN_BROWSER", path, MAX_PATH);
-    SetEnvironmentVariableA("TALVERN_BROWSER", "Z:\\none");
+    SetEnvironmentVariableA("TALVERN_BROWSER", nullptr);
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Init("", true, 20), sFail); }), Within(0, 10000));
     ExpectNothingLeft();
     const std::string lines = TraceOfOwnBrowser();
-    for (const char* place : {"\"Browser\"", "TALVERN_BROWSER (no such file: Z:\\none)",
+    for (const char* place : {"\"Browser\"", "TALVERN_BROWSER (not set)",
                               "App Paths of msedge.exe (not set)", "chrome.exe", "chromium.exe"}) {
         EXPECT_THAT(lines, testing::HasSubstr(place));
     }
+    SetEnvironmentVariableA("TALVERN_BROWSER", "Z:\\none");
+    EXPECT_THAT(TraceOfOwnBrowser(),
+                testing::HasSubstr("There is no such browser: Z:\\none, as the "
+                                   "environment variable TALVERN_BROWSER"));
     SetRegistryValue(kProductKey, "Browser", path);
     EXPECT_EQ(app.Init("", true, 60), sOk) << "the registry comes before the environment";
     EXPECT_EQ(app.Exit(), sOk);

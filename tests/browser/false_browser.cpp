@@ -1,71 +1,152 @@
-// What passes for a Chromium until it is talked to. The last word of its command line but the page
-// tells what is wrong with it:
+// What passes for a Chromium, a Windows program that is reached by two pipes. It writes its command
+// line and the commands that it gets, a line each, into "false_browser.txt" beside it. The last
+// word of its command line but the page tells what is wrong with it:
 //
-//     --ends          ends at once, with a word why     --refuses   listens nowhere and stays
-//     --goes          goes at the first command         --no-page   shows no page
-//     --torn          answers a play with nonsense      --closed    its pages close
-//     --well          answers all as if it were done
+//     --ends     ends at once, with a word why      --no-page  shows no page
+//     --goes     goes at the first command          --torn     answers a play with nonsense
+//     --old      is of an old version
+//     --refuses  refuses every play                 --closed   its page closes in a play
+//     --crashes  the macro's page crashes           --long     answers a play with 17 MiB
+//     --endless  opens a page and plays until the macro's own is closed
+//     --stays    stays when its pipe has ended
+//     --well     answers all as if it were done
 
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/websocket.hpp>
-#include <chrono>
+#include <windows.h>
+
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <thread>
 
 namespace
 {
 
-namespace asio = boost::asio;
-namespace beast = boost::beast;
 using Json = nlohmann::json;
 
-/// The results of all commands in one: who asks takes what it looks for.
-Json Result(const std::string& fault, const std::string& method)
+/// One of the numbers of "--remote-debugging-io-pipes=3,4".
+HANDLE PipeOf(const std::string& line, char before)
 {
-    Json result = {{"processInfo", Json::array()},
-                   {"targetInfos", {{{"targetId", "page"}}}},
-                   {"targetId", "page"},
-                   {"browserContextId", "context"},
-                   {"sessionId", "session"},
-                   {"result", {{"objectId", "library"}, {"value", {{"pieces", {"played"}}}}}}};
-    if (fault == "--no-page") {
-        result["targetInfos"] = Json::array();
-    } else if (fault == "--torn" && method == "Runtime.evaluate") {
-        result = {{"result", Json::object()}, {"exceptionDetails", "torn"}};
-    } else if (fault == "--closed") {
-        result["result"]["value"]["gone"] = true;
-    }
-    return result;
+    constexpr const char* kSwitch = "--remote-debugging-io-pipes";
+    const std::size_t at = line.find(before, line.find(kSwitch));
+    const ULONG_PTR value = std::strtoul(line.c_str() + at + 1, nullptr, 10);
+    return reinterpret_cast<HANDLE>(value);
 }
 
-void Serve(asio::ip::tcp::acceptor& acceptor, const std::string& fault)
+class Browser
 {
-    beast::websocket::stream<asio::ip::tcp::socket> stream(acceptor.accept());
-    stream.accept();
-    // What nobody can read, and half of a character.
-    for (
-        const char* event :
-        {"nonsense", R"({"method": 1})",
-         R"({"method": "Runtime.consoleAPICalled", "params": {"args": [{"value": "a\\b"}]}, "half": "\\\ud800\ud83d\ude00"})",
-         R"({"method": "Runtime.bindingCalled", "params": {"payload": "nonsense"}})"}) {
-        stream.write(asio::buffer(std::string(event)));
+  public:
+    Browser(const std::string& line, std::string fault)
+        : m_input(PipeOf(line, '=')),
+          m_output(PipeOf(line, ',')),
+          m_fault(std::move(fault)),
+          m_log(Beside())
+    {
+        m_log << line << std::endl;
     }
-    for (;;) {
-        beast::flat_buffer buffer;
-        stream.read(buffer);
-        const Json command = Json::parse(beast::buffers_to_string(buffer.data()));
-        const std::string method = command.at("method");
-        if (fault == "--goes" || method == "Browser.close") {
-            return;
+
+    /// Until it is told to go, or the pipe ends.
+    void Serve()
+    {
+        // What nobody can read, and half of a character.
+        Write("nonsense");
+        Write(R"({"method": 1})");
+        Write(
+            R"({"method": "Runtime.consoleAPICalled", "params": {"args": [{"value": "a\\b"}]}, "half": "\\\ud800\ud83d\ude00"})");
+        Write(R"({"method": "Runtime.bindingCalled", "params": {"payload": "nonsense"}})");
+        std::string pending;
+        char bytes[4096];
+        for (DWORD size = 0; ReadFile(m_input, bytes, sizeof bytes, &size, nullptr);) {
+            pending.append(bytes, size);
+            for (std::size_t end = 0; (end = pending.find('\0')) != std::string::npos;) {
+                m_log << pending.c_str() << std::endl;
+                const Json command = Json::parse(pending.substr(0, end));
+                pending.erase(0, end + 1);
+                if (m_fault == "--goes" || command.at("method") == "Browser.close") {
+                    return;
+                }
+                Take(command);
+            }
         }
-        const Json answer = {{"id", command.at("id")}, {"result", Result(fault, method)}};
-        stream.write(asio::buffer(answer.dump()));
+        if (m_fault == "--stays") {
+            Sleep(20000);
+        }
     }
-}
+
+  private:
+    static std::string Beside()
+    {
+        char path[MAX_PATH] = "";
+        GetModuleFileNameA(nullptr, path, MAX_PATH);
+        const std::string program = path;
+        return program.substr(0, program.rfind('.')) + ".txt";
+    }
+
+    void Write(const std::string& text)
+    {
+        DWORD size = 0;
+        WriteFile(m_output, text.c_str(), static_cast<DWORD>(text.size() + 1), &size, nullptr);
+    }
+
+    void Tell(const char* method, const Json& parameters, const char* session = nullptr)
+    {
+        Json event = {{"method", method}, {"params", parameters}};
+        if (session != nullptr) {
+            event["sessionId"] = session;
+        }
+        Write(event.dump());
+    }
+
+    void Take(const Json& command)
+    {
+        const std::string method = command.at("method");
+        const bool isPlay = command.dump().find("this.play(") != std::string::npos;
+        if (method == "Target.setAutoAttach") {
+            Tell("Target.attachedToTarget",
+                 {{"sessionId", "visible"}, {"targetInfo", {{"targetId", "page"}}}});
+        }
+        if (method == "Target.closeTarget" && m_fault == "--endless") {
+            Tell("Target.detachedFromTarget", {{"sessionId", "session"}});
+        } else if (isPlay && m_fault == "--crashes") {
+            Tell("Inspector.targetCrashed", Json::object(), "session");
+        } else if (isPlay && m_fault == "--endless") {
+            Tell("Target.attachedToTarget",
+                 {{"sessionId", "popup"}, {"targetInfo", {{"targetId", "popup"}}}});
+        } else if (isPlay && m_fault == "--refuses") {
+            Write(Json{{"id", command.at("id")}, {"error", {{"message", "not now"}}}}.dump());
+        } else {
+            Write(Json{{"id", command.at("id")}, {"result", Result(command, isPlay)}}.dump());
+        }
+    }
+
+    /// The results of all commands in one: who asks takes what it looks for.
+    Json Result(const Json& command, bool isPlay)
+    {
+        Json result = {{"product", m_fault == "--old" ? "Chrome/137.0.1" : "Chrome/138.0.1"},
+                       {"targetInfos", Json::array()},
+                       {"targetId", "macro"},
+                       {"browserContextId", "context"},
+                       {"sessionId", "session"},
+                       {"data", "cGljdHVyZQ=="},
+                       {"result", {{"objectId", "library"}, {"value", {{"pieces", {"played"}}}}}}};
+        if (m_fault != "--no-page") {
+            result["targetInfos"].push_back({{"targetId", "page"}});
+        }
+        if (m_fault == "--torn" && command.at("method") == "Runtime.evaluate") {
+            result = {{"result", Json::object()}, {"exceptionDetails", "torn"}};
+        } else if (m_fault == "--closed") {
+            result["result"]["value"]["gone"] = true;
+        } else if (isPlay && m_fault == "--long") {
+            result["result"]["value"]["pieces"] = {std::string(std::size_t{17} << 20, 'x')};
+        }
+        return result;
+    }
+
+    const HANDLE m_input;
+    const HANDLE m_output;
+    const std::string m_fault;
+    std::ofstream m_log;
+};
 
 }  // namespace
 
@@ -76,28 +157,6 @@ int main(int argc, char** argv)
         std::puts("there is no display");
         return 1;
     }
-    constexpr const char* kProfile = "--user-data-dir=";
-    std::string profile;
-    for (int index = 1; index < argc; ++index) {
-        const std::string argument = argv[index];
-        profile = argument.rfind(kProfile, 0) == 0 ? argument.substr(std::string(kProfile).size())
-                                                   : profile;
-    }
-    asio::io_context context;
-    asio::ip::tcp::acceptor acceptor(context, {asio::ip::address_v4::loopback(), 0});
-    const auto port = acceptor.local_endpoint().port();
-    if (fault == "--refuses") {
-        acceptor.close();
-    }
-    std::ofstream(profile + "\\DevToolsActivePort") << port << "\n/devtools\n";
-    if (fault == "--refuses") {
-        std::this_thread::sleep_for(std::chrono::seconds(10));
-        return 1;
-    }
-    try {
-        Serve(acceptor, fault);
-    } catch (const boost::system::system_error&) {
-        // whoever talked to it has gone, or nobody could
-    }
+    Browser(GetCommandLineA(), fault).Serve();
     return 0;
 }

@@ -19,7 +19,7 @@ TEST_F(BrowserIsolation, AWebPageReachesNothingOfTheMacrosPageOrItsProtocol)
     ASSERT_EQ(profiles.size(), 2U);
     std::string port;
     std::string path;
-    std::ifstream(std::filesystem::temp_directory_path() / std::min(profiles[0], profiles[1]) /
+    std::ifstream(std::filesystem::path(FreshProfiles()) / std::min(profiles[0], profiles[1]) /
                   "DevToolsActivePort") >>
         port >> path;
     ASSERT_NE(path, "");

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <shlobj.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -68,19 +70,30 @@ void RealBrowser::PlaysAll(const std::string& page, std::initializer_list<Case> 
     }
 }
 
-/// What the command lines of those processes hold.
-static std::string HostProfiles()
+std::string UserFolder()
+{
+    char path[MAX_PATH] = "";
+    SHGetFolderPathA(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, path);
+    return std::string(path) + "\\Talvern";
+}
+
+std::string FreshProfiles()
+{
+    return UserFolder() + "\\Fresh profiles";
+}
+
+std::string HostPath(const std::string& path)
 {
     using GetName = char*(CDECL*)(const WCHAR*);
     const auto getName = reinterpret_cast<GetName>(reinterpret_cast<void*>(
         GetProcAddress(GetModuleHandleA("kernel32.dll"), "wine_get_unix_file_name")));
-    return getName(std::filesystem::temp_directory_path().c_str()) +
-           std::string("talvern-profile-");
+    const char* name = getName(std::filesystem::path(path).c_str());
+    return name == nullptr ? "no such path" : name;
 }
 
 std::vector<std::string> BrowserProcesses()
 {
-    const std::string profiles = HostProfiles();
+    const std::string profiles = HostPath(UserFolder());
     std::vector<std::string> found;
     std::error_code error;
     for (const auto& process : std::filesystem::directory_iterator("Z:\\proc", error)) {
@@ -125,12 +138,9 @@ std::string TraceOfOwnBrowser(const std::string& arguments)
 std::vector<std::string> ProfileFolders()
 {
     std::vector<std::string> found;
-    for (const auto& entry :
-         std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
-        const std::string name = entry.path().filename().string();
-        if (name.rfind("talvern-profile-", 0) == 0) {
-            found.push_back(name);
-        }
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(FreshProfiles(), error)) {
+        found.push_back(entry.path().filename().string());
     }
     return found;
 }

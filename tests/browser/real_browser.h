@@ -40,6 +40,13 @@ class RealBrowser : public testing::Test
     AppClient app;
 };
 
+/// The folder of the product among the user's own data, and the one of fresh profiles in it.
+std::string UserFolder();
+std::string FreshProfiles();
+
+/// A path as the machine below has it.
+std::string HostPath(const std::string& path);
+
 /// The ids of the processes of real browsers that were started from here, as the machine below has
 /// them; what lies in the folder of their profiles, two entries for each; and the end of them all
 /// by force.

@@ -45,8 +45,17 @@ TEST_F(BrowserTexts, CrossUnchangedWhateverTheyHold)
     EXPECT_EQ(ToView(ComString(extract, false)),
               L"\x20AC\xFFFD"
               L"a\xFFFD\xD83D\xDE00");
-    EXPECT_EQ(app.Play("extract('x'.repeat(1 << 20))", 60), sOk);
-    EXPECT_EQ(app.Extract(), std::string(1 << 20, 'x'));
+    EXPECT_EQ(app.Play("extract('x'.repeat(17 << 20))", 60), sOk);
+    EXPECT_TRUE(app.Extract() == std::string(17 << 20, 'x'));
+    EXPECT_EQ(Plays("extract('a[tvn!E!tvn]b[tvn!E!tvn]')"), "1||a[ tvn!E!tvn]b[ tvn!E!tvn]");
+    EXPECT_EQ(Plays("extract('a'); throw new Error('b[tvn!E!tvn]c')"),
+              "-100|b[ tvn!E!tvn]c (line 1) (-100)|a");
+    for (const char* name : {"two words", "a b c", "-two words"}) {
+        app.Set(name, "1");
+        EXPECT_EQ(Plays("extract(1)"),
+                  "-100|The name of a variable holds a blank, with which none can be sent. (-100)|")
+            << name;
+    }
 }
 
 TEST_F(BrowserTexts, WhatAMacroThrowsComesWithItsLineAndTheExtractsUntilThen)
@@ -109,13 +118,26 @@ TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
                                               "extract('played', vars.city)";
     std::ofstream(folder / "broken.js") << "\n\nthrow new Error('broken')";
     std::ofstream(folder.parent_path() / "outside.js") << "extract('outside')";
+    const std::filesystem::path own = UserFolder() + "\\Macros";
+    std::filesystem::create_directories(own);
+    std::ofstream(folder / "Comp.js") << "extract('not mine')";
+    std::ofstream(own / "Comp.js") << "extract('mine', '\xE2\x82\xAC' === '\\u20ac')";
+    std::ofstream(own / "latin.js") << "extract('\xE9t\xE9')";
+    std::ofstream(own / "wide.js", std::ios::binary) << std::string("\xFF\xFE/\0/\0", 6);
+    std::ofstream(own / "zeros.js", std::ios::binary) << std::string("/\0/\0", 4);
     Begin();
     app.Set("city", "Rome");
     EXPECT_EQ(Plays("two words"), "1||played[EXTRACT]Rome");
     EXPECT_EQ(Plays("two words.js"), "1||played[EXTRACT]");
     EXPECT_EQ(Plays("broken"), "-100|broken (line 3) (-100)|");
-    EXPECT_EQ(Plays("No Such"),
-              "-100|There is no macro \"No Such\" in " + folder.string() + " (-100)|");
+    EXPECT_EQ(Plays("No Such"), "-100|There is no macro \"No Such\" in " + own.string() + " or " +
+                                    folder.string() + " (-100)|");
+    EXPECT_EQ(Plays("Comp"), "1||mine[EXTRACT]true");
+    for (const char* other : {"latin", "wide", "zeros"}) {
+        EXPECT_EQ(Plays(other), "-100|The macro " + (own / other).string() +
+                                    ".js is not in UTF-8; save it in that encoding. (-100)|");
+    }
+    std::filesystem::remove_all(own);
     for (const char* outside : {"../outside.js", "..\\outside.js", "..\\outside"}) {
         EXPECT_THAT(Plays(outside), testing::StartsWith("-100|")) << outside;
         EXPECT_EQ(app.Extract(), "") << outside;
@@ -126,7 +148,7 @@ TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
         EXPECT_EQ(Plays("broken"),
                   "-100|The macro " + (folder / "broken.js").string() + " cannot be read. (-100)|");
     }
-    for (const char* file : {"two words.js", "broken.js", "..\\outside.js"}) {
+    for (const char* file : {"two words.js", "Comp.js", "broken.js", "..\\outside.js"}) {
         std::filesystem::remove(folder / file);
     }
 
@@ -142,6 +164,15 @@ TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
     std::filesystem::remove(picture);
     EXPECT_EQ(Plays("picture"), "1||" + picture.string());
     EXPECT_TRUE(std::filesystem::exists(picture));
+
+    // Where the program's own folder cannot be written, it is the user's.
+    std::filesystem::rename(folder.parent_path() / "Output", folder.parent_path() / "Input");
+    std::ofstream(folder.parent_path() / "Output") << "no folder";
+    app.Set("page", (site + "/second.html").c_str());
+    EXPECT_EQ(Plays("picture"), "1||" + UserFolder() + "\\Output\\page.png");
+    EXPECT_TRUE(std::filesystem::exists(UserFolder() + "\\Output\\page.png"));
+    std::filesystem::remove(folder.parent_path() / "Output");
+    std::filesystem::rename(folder.parent_path() / "Input", folder.parent_path() / "Output");
 }
 
 }  // namespace tvn::tests

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include "browser/MacroPage.h"
+
+namespace browser
+{
+
+/// What a play is answered with: "message (line N)", the mark of errors, and the pieces. Where a
+/// text of the macro or a page holds that mark itself, a blank takes it apart.
+std::wstring ReplyText(const MacroPage::Outcome& outcome);
+
+/// The same for an error that comes from outside the macro.
+std::wstring ReplyText(const std::exception& error);
+
+}  // namespace browser
