@@ -213,7 +213,9 @@ TEST(Instance, ClientsThatDoNotAttachKeepNobodyOut)
         idle.push_back(BytePeer::Open(name, 5000));
     }
     EXPECT_EQ(Client(served.name).Asks(kCommandAttachedCount, L""), "1 1");
-    EXPECT_TRUE(Eventually([&] { return open() < 64; })) << open();
+    EXPECT_LT(Elapsed([&] { EXPECT_TRUE(Eventually([&] { return open() < 64; })) << open(); }),
+              5000)
+        << "long before each has waited too long";
     EXPECT_TRUE(IsOpen(idle.back())) << "the oldest ones make room";
     EXPECT_EQ(owner.Asks(kCommandPlay, L" -macro m "), "1 m");
 
