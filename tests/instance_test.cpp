@@ -254,8 +254,8 @@ TEST(Instance, ReadsNoMoreCommandsFromAClientThatReadsNoReplies)
 TEST(Instance, WhatIsTooMuchForItEndsOneClientAndTheNextIsServed)
 {
     const Served served(L"/creatorUuid=creator");
-    const auto& [window, name, commands, service] = served;
-    EXPECT_TRUE(service.IsReserved());
+    const ComString& name = served.name;
+    EXPECT_TRUE(served.service.IsReserved());
     EXPECT_EQ(Client(name).Asks(kCommandAttachIfFree, L"other"), "-1 ");
     int clients = 0;
     for (const auto& [play, says] : {std::pair(L" -macro memory ", "gone"),
@@ -270,11 +270,11 @@ TEST(Instance, WhatIsTooMuchForItEndsOneClientAndTheNextIsServed)
             EXPECT_EQ(client.Asks(kCommandPlay, play), says);
         }
         ++clients;
-        EXPECT_TRUE(Eventually([&] { return commands.detached == clients; }));
+        EXPECT_TRUE(Eventually([&] { return served.commands.detached == clients; }));
         EXPECT_TRUE(
             Eventually([&] { return Client(name).Asks(kCommandAttachedCount, L"") == "1 0"; }));
     }
-    EXPECT_FALSE(service.IsReserved());
+    EXPECT_FALSE(served.service.IsReserved());
 
     g_imports.failCreateEvent = true;
     const auto refused = BytePeer::Open(Narrow(name), 5000);
