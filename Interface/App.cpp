@@ -35,15 +35,6 @@ constexpr LONG kInterfaceVersion = TVN_INTERFACE_VERSION;
 
 constexpr const char* kUnexpectedText = "tvnMethod. Unexpected exception catched. %d, %s";
 
-BSTR NewBstr(std::wstring_view text)
-{
-    BSTR bstr = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-    if (bstr == nullptr) {
-        _com_issue_error(E_OUTOFMEMORY);
-    }
-    return bstr;
-}
-
 }  // namespace
 
 template <class Body>
@@ -76,7 +67,7 @@ HRESULT CApp::RunGetter(BSTR* value, Body body) noexcept
     try {
         try {
             if (value != nullptr) {
-                *value = NewBstr(body());
+                *value = ToComString(body()).Detach();
             }
         } catch (const BaseException& exception) {
             LogError("%S", static_cast<const wchar_t*>(exception.GetDescription()));
@@ -136,16 +127,16 @@ HRESULT CApp::tvnGetLastExtract(VARIANT index, BSTR* value)
 {
     return RunGetter(value, [&]() -> std::wstring_view {
         constexpr LONG kLastIndex = 0x7FFF;
-        LONG number = 0;
-        const bool isNumber = IndexOf(index, number);
-        if (isNumber && number == 0) {
-            return m_lastExtract;
+        const std::optional<LONG> number = IndexOf(index);
+        if (number == 0) {
+            return m_lastPlay.m_lastExtract;
         }
-        if (!isNumber || number < 0 || number > kLastIndex ||
-            static_cast<std::size_t>(number) > m_extracts.size()) {
+        const auto& pieces = m_lastPlay.m_extracts;
+        if (!number || *number < 0 || *number > kLastIndex ||
+            static_cast<std::size_t>(*number) > pieces.size()) {
             return L"NODATA";
         }
-        return m_extracts[static_cast<std::size_t>(number) - 1];
+        return pieces[static_cast<std::size_t>(*number) - 1];
     });
 }
 
@@ -165,9 +156,9 @@ HRESULT CApp::tvnPlay(BSTR inText, LONG timeout, ::Status* status)
 HRESULT CApp::tvnDisplay(BSTR text, LONG timeout, ::Status* status)
 {
     return RunMethod(status, [&]() -> int {
-        return m_attached
-                   ? m_client->Execute(Milliseconds(timeout), kCommandDisplay, ToView(text)).status
-                   : sNotStarted;
+        CommandReply reply;
+        return m_attached ? RunCommand(Milliseconds(timeout), kCommandDisplay, ToView(text), reply)
+                          : sNotStarted;
     });
 }
 
@@ -184,17 +175,30 @@ int CApp::Play(BSTR inText, LONG timeout)
     }
     const TimeBudget budget(Milliseconds(timeout));
     MakePlayArgument(ToView(inText), m_pendingArgs);
-    CommandReply reply = m_client->Execute(budget.Remaining(), kCommandPlay, m_pendingArgs);
-    LogProtocol("[C] %d = CApp::tvnPlay", reply.status);
+    LastPlay play;
+    int status = RunCommand(budget.Remaining(), kCommandPlay, m_pendingArgs, play.m_reply);
+    LogProtocol("[C] %d = CApp::tvnPlay", status);
     m_pendingArgs = std::wstring();
-    const int status = reply.status == kMacroPlayed ? sOk : reply.status;
+    status = status == kMacroPlayed ? sOk : status;
 
-    std::wstring_view extract;
-    ParseReply(reply.text, status, m_lastError, extract);
-    SplitExtracts(extract, kExtractSeparator, m_extracts, true);
-    m_lastExtract = extract;
-    m_lastReply = std::move(reply);
+    std::wstring error;
+    ParseReply(play.m_reply.text, status, error, play.m_lastExtract);
+    SplitExtracts(play.m_lastExtract, kExtractSeparator, play.m_extracts, true);
+    m_lastError = std::move(error);
+    m_lastPlay = std::move(play);
     return status;
+}
+
+int CApp::RunCommand(DWORD timeoutMs, const wchar_t* command, std::wstring_view argument,
+                     CommandReply& reply) const
+{
+    // A message that the command's waits dispatch may detach this object from the client.
+    const boost::shared_ptr<MacrosClient> client = m_client;
+    if (!client) {
+        return sFail;
+    }
+    reply = client->Execute(timeoutMs, command, argument);
+    return reply.status;
 }
 
 int CApp::Exit(LONG timeout)
@@ -216,7 +220,8 @@ int CApp::Exit(LONG timeout)
     const boost::shared_ptr<IProcess> process = m_process;
     const BrowserKind browserKind = m_options.browserKind;
 
-    const int answer = m_client->Execute(budget.Remaining() / 3, kCommandEnd, {}).status;
+    CommandReply reply;
+    const int answer = RunCommand(budget.Remaining() / 3, kCommandEnd, {}, reply);
     if (browserKind == Firefox) {
         return answer;
     }

@@ -17,6 +17,14 @@
 namespace tvn
 {
 
+/// What the last play has brought: its reply, and the views into it that the getters show.
+struct LastPlay
+{
+    CommandReply m_reply;
+    std::wstring_view m_lastExtract;
+    std::vector<std::wstring_view> m_extracts;
+};
+
 /// The scripting object behind the coclass `App`. Serves one client and is attached to at most one
 /// browser instance: `tvnInit` attaches it, `tvnExit` and its destruction detach it; a browser that
 /// was not sent `tvnExit` keeps running.
@@ -44,6 +52,8 @@ class CApp : public comserver::DispatchObject<IApp>
     ~CApp() override { Cleanup(); }
 
   private:
+    using Instances = std::vector<boost::shared_ptr<Instance>>;
+
     // The frame that every method runs in.
     template <class Body>
     HRESULT RunMethod(::Status* status, Body body) noexcept;
@@ -59,15 +69,19 @@ class CApp : public comserver::DispatchObject<IApp>
     /// negative one is a very long one.
     static DWORD Milliseconds(LONG seconds) { return static_cast<DWORD>(seconds) * 1000U; }
 
-    // The attached instance.
+    // The attached instance. Time-outs in milliseconds, INFINITE for none.
     int Play(BSTR inText, LONG timeout);
     int Exit(LONG timeout);
+    int RunCommand(DWORD timeoutMs, const wchar_t* command, std::wstring_view argument,
+                   CommandReply& reply) const;
 
-    // Attaching to an instance that runs, or to one that is started. Time-outs in milliseconds,
-    // INFINITE for none.
+    // Attaching to an instance that runs, or to one that is started.
     int Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VARIANT& user,
              const VARIANT& password, const VARIANT& domain, LONG timeout);
     int AttachToFree(DWORD timeoutMs);
+    static Instances ListInstances(const ComString& exeName,
+                                   const boost::shared_ptr<IProcessFactory>& factory,
+                                   DWORD timeoutMs);
     int CreateAndAttach(DWORD timeoutMs, const ComString& args);
     int createProcess(DWORD timeoutMs, const ComString& pipeUuid, const ComString& creatorUuid,
                       const ComString& args, boost::shared_ptr<IProcess>& process) const;
@@ -79,9 +93,7 @@ class CApp : public comserver::DispatchObject<IApp>
     bool m_initialising = false;
     std::wstring m_pendingArgs;
     std::wstring m_lastError;
-    CommandReply m_lastReply;  // holds the bytes of the two below
-    std::wstring_view m_lastExtract;
-    std::vector<std::wstring_view> m_extracts;
+    LastPlay m_lastPlay;
     InitOptions m_options;
     boost::shared_ptr<MacrosClient> m_client;
     boost::shared_ptr<IProcess> m_process;

@@ -18,6 +18,47 @@
 
 namespace tvn
 {
+namespace
+{
+
+/// The line needs no memory when there is none for the description.
+void LogCallbackFailure(const PipeException& failure) noexcept
+{
+    constexpr const char* kLine = "[C] Wait new instance to callback failed. %s";
+    try {
+        LogProtocol(kLine, static_cast<const char*>(failure.GetDescription()));
+    } catch (const _com_error&) {
+        LogProtocol(kLine, failure.GetName());
+    } catch (const std::bad_alloc&) {
+        LogProtocol(kLine, failure.GetName());
+    }
+}
+
+/// Waits for the new instance to connect and to tell the handle of its window. Gives `sOk` with
+/// `hwnd` filled in, or how the wait has failed.
+int AwaitCallback(SimplePipeServer& server, const TimeBudget& budget, DWORD& hwnd)
+{
+    LogProtocol("[C] Wait new instance to callback");
+    const boost::shared_ptr<Handle> pipe = server.WaitForClient(budget.Remaining());
+    if (!pipe) {
+        LogProtocol("[C] Wait new instance to callback - pipe is NULL (remains = %d)",
+                    static_cast<int>(budget.Remaining()));
+        return budget.Remaining() == 0 ? sTimeout : sFail;
+    }
+    try {
+        CallbackProtocol(pipe->Get(), nullptr).ReceiveHwnd(hwnd, budget.Remaining());
+        LogProtocol("[C] The new instance HWND = 0x%08X", static_cast<unsigned int>(hwnd));
+        return sOk;
+    } catch (const ReadPipeTimeout& late) {
+        LogCallbackFailure(late);
+        return sTimeout;
+    } catch (const PipeException& failure) {
+        LogCallbackFailure(failure);
+        return sFail;
+    }
+}
+
+}  // namespace
 
 int CApp::Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VARIANT& user,
                const VARIANT& password, const VARIANT& domain, LONG timeout)
@@ -29,7 +70,7 @@ int CApp::Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VA
     m_initialising = true;
     const ScopeExit initialising([this] { m_initialising = false; });
     m_pendingArgs.clear();
-    m_lastExtract = {};
+    m_lastPlay.m_lastExtract = {};
     m_lastError.clear();
     if (m_attached) {
         return sInternal;
@@ -58,17 +99,12 @@ int CApp::Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VA
 
 int CApp::AttachToFree(DWORD timeoutMs)
 {
-    // With the time spent, an instance that is free is still found, but not among any number.
-    constexpr unsigned int kAsksAfterTime = 64;
-
     const TimeBudget budget(timeoutMs);
-    std::vector<boost::shared_ptr<Instance>> instances;
-    NewProcessFactory()->NewInstancesMgr()->GetInstancesByName(
-        instances, BrowserExeName(m_options.browserKind), budget.Remaining() / 2);
-    unsigned int asksAfterTime = 0;
-    for (const auto& instance : instances) {
+    unsigned int late = 0;
+    for (const auto& instance : ListInstances(BrowserExeName(m_options.browserKind),
+                                              NewProcessFactory(), budget.Remaining() / 2)) {
         const DWORD left = budget.Remaining();
-        if (left == 0 && ++asksAfterTime > kAsksAfterTime) {
+        if (left == 0 && ++late > kStepsAfterTime) {
             break;
         }
         if (AttachIfFree(left, instance->process, WindowValue(instance->hwnd), ComString()) ==
@@ -77,6 +113,16 @@ int CApp::AttachToFree(DWORD timeoutMs)
         }
     }
     return sFail;
+}
+
+CApp::Instances CApp::ListInstances(const ComString& exeName,
+                                    const boost::shared_ptr<IProcessFactory>& factory,
+                                    DWORD timeoutMs)
+{
+    const TimeBudget budget(timeoutMs);
+    Instances instances;
+    factory->NewInstancesMgr()->GetInstancesByName(instances, exeName, budget.Remaining());
+    return instances;
 }
 
 int CApp::CreateAndAttach(DWORD timeoutMs, const ComString& args)
@@ -97,26 +143,9 @@ int CApp::CreateAndAttach(DWORD timeoutMs, const ComString& args)
         return started;
     }
 
-    LogProtocol("[C] Wait new instance to callback");
     DWORD hwnd = 0;
-    {
-        const boost::shared_ptr<Handle> pipe = server.WaitForClient(budget.Remaining());
-        if (!pipe) {
-            LogProtocol("[C] Wait new instance to callback - pipe is NULL (remains = %d)",
-                        static_cast<int>(budget.Remaining()));
-            return budget.HasLimit() && budget.Remaining() == 0 ? sTimeout : sFail;
-        }
-        try {
-            CallbackProtocol protocol(pipe->Get(), nullptr);
-            protocol.ReceiveHwnd(hwnd, budget.Remaining());
-            LogProtocol("[C] The new instance HWND = 0x%08X", static_cast<unsigned int>(hwnd));
-        } catch (const PipeException& exception) {
-            LogProtocol("[C] Wait new instance to callback failed. %s",
-                        static_cast<const char*>(exception.GetDescription()));
-            return dynamic_cast<const ReadPipeTimeout*>(&exception) != nullptr ? sTimeout : sFail;
-        }
-    }
-    return AttachIfFree(budget.Remaining(), process, hwnd, creatorUuid);
+    const int called = AwaitCallback(server, budget, hwnd);
+    return called == sOk ? AttachIfFree(budget.Remaining(), process, hwnd, creatorUuid) : called;
 }
 
 int CApp::createProcess(DWORD timeoutMs, const ComString& pipeUuid, const ComString& creatorUuid,
@@ -127,11 +156,11 @@ int CApp::createProcess(DWORD timeoutMs, const ComString& pipeUuid, const ComStr
     process = NewProcessFactory()->NewProcess();
     const int result = process->Start(appPath, cmdLine, m_options.user, m_options.domain,
                                       m_options.password, timeoutMs);
-    LogProtocol("[C] %X = createProcess(user:%s, domain:%s, password:%s, appPath:%s, cmdLine:%s)",
-                static_cast<unsigned int>(result), static_cast<const char*>(m_options.user),
-                static_cast<const char*>(m_options.domain),
-                static_cast<const char*>(m_options.password), static_cast<const char*>(appPath),
-                static_cast<const char*>(cmdLine));
+    LogProtocol("[C] %X = createProcess(user:%S, domain:%S, password:%S, appPath:%S, cmdLine:%S)",
+                static_cast<unsigned int>(result), static_cast<const wchar_t*>(m_options.user),
+                static_cast<const wchar_t*>(m_options.domain),
+                static_cast<const wchar_t*>(m_options.password),
+                static_cast<const wchar_t*>(appPath), static_cast<const wchar_t*>(cmdLine));
     return result;
 }
 

@@ -53,25 +53,22 @@ bool TextOf(const VARIANT& value, ComString& text)
     }
 }
 
-bool IndexOf(const VARIANT& value, LONG& number) noexcept
+std::optional<LONG> IndexOf(const VARIANT& value) noexcept
 {
     const VARIANT plain = Follow(value);
-    const bool leftOut = V_VT(&plain) == VT_ERROR && V_ERROR(&plain) == DISP_E_PARAMNOTFOUND;
-    if (leftOut || V_VT(&plain) == VT_EMPTY) {
-        number = 0;
-        return true;
+    if (V_VT(&plain) == VT_ERROR && V_ERROR(&plain) == DISP_E_PARAMNOTFOUND) {
+        return 0;
     }
     if ((V_VT(&plain) & VT_BYREF) != 0 && V_BYREF(&plain) == nullptr) {
-        return false;
+        return {};
     }
     _variant_t held;  // with references of its own: an object's default property may run anything
     _variant_t converted;
     if (FAILED(VariantCopyInd(&held, const_cast<VARIANT*>(&plain))) ||
         FAILED(VariantChangeType(&converted, &held, 0, VT_I4))) {
-        return false;
+        return {};
     }
-    number = V_I4(&converted);
-    return true;
+    return V_I4(&converted);
 }
 
 }  // namespace tvn

@@ -2,6 +2,8 @@
 
 #include <oaidl.h>
 
+#include <optional>
+
 #include "basicslib/ComString.h"
 
 namespace tvn
@@ -15,8 +17,8 @@ namespace tvn
 /// is no memory.
 bool TextOf(const VARIANT& value, ComString& text);
 
-/// Puts a value that converts to a whole number into `number`; nothing, and an argument that was
-/// left out, as 0. False for what does not convert. Throws nothing.
-bool IndexOf(const VARIANT& value, LONG& number) noexcept;
+/// A value as a whole number; nothing, and an argument that was left out, as 0. Empty for what does
+/// not convert. Throws nothing.
+std::optional<LONG> IndexOf(const VARIANT& value) noexcept;
 
 }  // namespace tvn

@@ -7,7 +7,6 @@
 #include <cwchar>
 #include <initializer_list>
 #include <string>
-#include <string_view>
 
 #include "basicslib/Exceptions.h"
 #include "basicslib/ScopeExit.h"
@@ -18,79 +17,14 @@ namespace tvn
 namespace
 {
 
-/// What the command line of a new browser is put together from.
-struct Start
-{
-    const InitOptions& options;
-    std::wstring_view args;
-    std::wstring_view pipeUuid;
-    std::wstring_view creatorUuid;
-};
-
-std::wstring Join(std::initializer_list<std::wstring_view> pieces)
+ComString Join(std::initializer_list<std::wstring_view> pieces)
 {
     std::wstring text;
     for (const std::wstring_view piece : pieces) {
         text += piece;
     }
-    return text;
+    return ToComString(text);
 }
-
-/// A start page with the arguments that tell the instance in the browser who has started it.
-std::wstring StartUrl(std::wstring_view page, const Start& start)
-{
-    return Join({L"\"", page, L"?authorizeAll=", start.options.authorizeAll ? L"true" : L"false",
-                 L"&pipeUuid=", start.pipeUuid, L"&creatorUuid=", start.creatorUuid, L" \""});
-}
-
-ComString InternetExplorerPath(const InitOptions& /*options*/)
-{
-    return GetInternetExplorerPath();
-}
-
-std::wstring InternetExplorerCmdLine(const Start& start)
-{
-    const ComString folder = GetPathBasic();
-    const std::wstring page = Join({L"file:///", ToView(folder), L"\\Welcome_plugin.htm"});
-    return L" " + StartUrl(folder.length() > 0 ? page : L"about:blank", start);
-}
-
-ComString FirefoxPath(const InitOptions& options)
-{
-    return GetFirefoxPath(ToNarrow(ToView(options.fxVersion)), ToNarrow(ToView(options.fxLocale)));
-}
-
-std::wstring FirefoxCmdLine(const Start& start)
-{
-    return L" -new-window " + StartUrl(L"about:blank", start);
-}
-
-ComString OwnBrowserPath(const InitOptions& /*options*/)
-{
-    return GetPathBasic() + L"\\talvern.exe";
-}
-
-std::wstring OwnBrowserCmdLine(const Start& start)
-{
-    return Join({start.args, start.options.useRunner ? L" -authorizeAll" : L"", L" /pipeUuid=",
-                 start.pipeUuid, L" /creatorUuid=", start.creatorUuid});
-}
-
-struct Browser
-{
-    BrowserKind kind;
-    const wchar_t* exeName;
-    ComString (*path)(const InitOptions& options);
-    std::wstring (*cmdLine)(const Start& start);
-};
-
-constexpr Browser kBrowsers[] = {
-    {InternetExplorer, L"iexplore.exe", &InternetExplorerPath, &InternetExplorerCmdLine},
-    {Firefox, L"firefox.exe", &FirefoxPath, &FirefoxCmdLine},
-    {OwnBrowser, L"talvern.exe", &OwnBrowserPath, &OwnBrowserCmdLine},
-};
-static_assert(kBrowsers[InternetExplorer].kind == InternetExplorer &&
-              kBrowsers[Firefox].kind == Firefox && kBrowsers[OwnBrowser].kind == OwnBrowser);
 
 }  // namespace
 
@@ -98,9 +32,8 @@ void ParseCommandLine(const ComString& text, InitOptions& options)
 {
     // The splitting rules treat the first argument as a program's name, and an empty line as this
     // process's own: a name in front makes all of the text arguments.
-    const std::wstring line = Join({L"talvern ", ToView(text)});
     int count = 0;
-    wchar_t** const arguments = CommandLineToArgvW(line.c_str(), &count);
+    wchar_t** const arguments = CommandLineToArgvW(L"talvern " + text, &count);
     const ScopeExit freed([arguments] { LocalFree(arguments); });
     if (arguments == nullptr) {
         throw Win32Exception(GetLastError(), __FILE__, __LINE__);
@@ -132,19 +65,52 @@ void ParseCommandLine(const ComString& text, InitOptions& options)
 
 ComString BrowserExeName(BrowserKind kind)
 {
-    return kBrowsers[kind].exeName;
+    switch (kind) {
+        case InternetExplorer:
+            return L"iexplore.exe";
+        case Firefox:
+            return L"firefox.exe";
+        case OwnBrowser:
+            return L"talvern.exe";
+    }
+    return L"";
 }
 
 ComString BrowserPath(const InitOptions& options)
 {
-    return kBrowsers[options.browserKind].path(options);
+    switch (options.browserKind) {
+        case InternetExplorer:
+            return GetInternetExplorerPath();
+        case Firefox:
+            return GetFirefoxPath(ToNarrow(ToView(options.fxVersion)),
+                                  ToNarrow(ToView(options.fxLocale)));
+        case OwnBrowser:
+            return GetPathBasic() + L"\\talvern.exe";
+    }
+    return {};
 }
 
 ComString BuildBrowserCmdLine(const InitOptions& options, const ComString& args,
                               const ComString& pipeUuid, const ComString& creatorUuid)
 {
-    return ToComString(kBrowsers[options.browserKind].cmdLine(
-        {options, ToView(args), ToView(pipeUuid), ToView(creatorUuid)}));
+    const auto open = [&](std::wstring_view option, std::wstring_view page) {
+        return Join({option, L" \"", page, L"?authorizeAll=",
+                     options.authorizeAll ? L"true" : L"false", L"&pipeUuid=", ToView(pipeUuid),
+                     L"&creatorUuid=", ToView(creatorUuid), L" \""});
+    };
+    switch (options.browserKind) {
+        case InternetExplorer: {
+            const ComString folder = GetPathBasic();
+            const ComString page = L"file:///" + folder + L"\\Welcome_plugin.htm";
+            return open(L"", folder.length() > 0 ? ToView(page) : L"about:blank");
+        }
+        case Firefox:
+            return open(L" -new-window", L"about:blank");
+        case OwnBrowser:
+            return Join({ToView(args), options.useRunner ? L" -authorizeAll" : L"", L" /pipeUuid=",
+                         ToView(pipeUuid), L" /creatorUuid=", ToView(creatorUuid)});
+    }
+    return L"";
 }
 
 }  // namespace tvn

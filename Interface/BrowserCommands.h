@@ -14,31 +14,33 @@ enum BrowserKind : std::uint32_t { InternetExplorer = 0, Firefox = 1, OwnBrowser
 struct InitOptions
 {
     BrowserKind browserKind = OwnBrowser;
-    ComString fxVersion;  ///< null: any
-    ComString fxLocale;   ///< null: any
-    ComString user;       ///< null: the caller's own account
+    ComString fxVersion;  ///< empty: any
+    ComString fxLocale;   ///< empty: any
+    ComString user;       ///< empty: the caller's own account
     ComString domain;
     ComString password;
     bool authorizeAll = false;
     bool useRunner = false;
 };
 
-/// How each kind of browser is named and started. Everything here throws when there is no memory.
+/// How each kind of browser is named and started. Everything here throws when there is no memory;
+/// of a number that is no kind of browser all the texts are empty.
 
-/// Applies the options of a `tvnInit` command line, which is split by the platform's rules. Letter
-/// case does not matter, a later option overrides an earlier one, and what is no option is left to
-/// the browser. Throws Win32Exception when the text cannot be split.
+/// Applies the options of a `tvnInit` command line, which is split by the platform's rules. The
+/// letter case of their names does not matter, a later option overrides an earlier one, and what is
+/// no option is passed over. Throws Win32Exception when the text cannot be split.
 void ParseCommandLine(const ComString& text, InitOptions& options);
 
 /// The executable's file name, by which running instances are found.
 ComString BrowserExeName(BrowserKind kind);
 
-/// The program to start, from the registry; of a browser that is not installed it is a path that
-/// leads nowhere.
+/// The program to start, from the registry. Nobody checks that it exists: of a Firefox or Internet
+/// Explorer that is not installed it is empty, of an own browser "\talvern.exe".
 ComString BrowserPath(const InitOptions& options);
 
-/// The arguments with which the program is started. `args` is the caller's own command line behind
-/// a blank, or empty; the identifiers tell the new instance where to call back, and who starts it.
+/// The arguments with which the program is started. `args`, the caller's own command line behind a
+/// blank, or empty, is for the own browser only; the identifiers tell the new instance where to
+/// call back, and who starts it.
 ComString BuildBrowserCmdLine(const InitOptions& options, const ComString& args,
                               const ComString& pipeUuid, const ComString& creatorUuid);
 

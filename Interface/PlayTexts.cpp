@@ -34,15 +34,6 @@ const wchar_t* MarkOf(wchar_t character) noexcept
     return character > L' ' ? nullptr : kMarks[character];
 }
 
-std::size_t EncodedSize(std::wstring_view text) noexcept
-{
-    std::size_t size = text.size();
-    for (const wchar_t character : text) {
-        size += MarkOf(character) == nullptr ? 0 : kMarkSize - 1;
-    }
-    return size;
-}
-
 /// The place of the first `wanted` at or behind `from`, or the length of the text. Replies may be
 /// of hundreds of megabytes, most of it none of what is looked for: thirty-two characters are
 /// compared at a time, as fast as the memory gives them.
@@ -82,13 +73,15 @@ std::size_t Find(std::wstring_view text, std::wstring_view separator, std::size_
 
 }  // namespace
 
-void AppendEncoded(std::wstring& target, std::wstring_view text)
+std::wstring EncodeArg(std::wstring_view text)
 {
-    // Through a small buffer: room in the target that is only to be written over would be cleared.
+    // Through a small buffer: room in the result that is only to be written over would be cleared.
     std::array<wchar_t, 0x1000> buffer;
     constexpr std::size_t kAtOnce = buffer.size() / kMarkSize;
 
-    target.reserve(target.size() + EncodedSize(text));  // so that nothing fails half-way
+    std::wstring encoded;
+    const auto marks = static_cast<std::size_t>(std::count_if(text.begin(), text.end(), &MarkOf));
+    encoded.reserve(text.size() + marks * (kMarkSize - 1));
     for (; !text.empty(); text.remove_prefix(std::min(kAtOnce, text.size()))) {
         wchar_t* position = buffer.data();
         for (const wchar_t character : text.substr(0, kAtOnce)) {
@@ -98,37 +91,29 @@ void AppendEncoded(std::wstring& target, std::wstring_view text)
                 *position++ = character;
             }
         }
-        target.append(buffer.data(), position);
+        encoded.append(buffer.data(), position);
     }
-}
-
-std::wstring EncodeArg(std::wstring_view text)
-{
-    std::wstring encoded;
-    AppendEncoded(encoded, text);
     return encoded;
 }
 
 void AppendVariable(std::wstring& arguments, std::wstring_view name, std::wstring_view value)
 {
-    arguments.reserve(arguments.size() + kVariablePrefix.size() + name.size() + EncodedSize(value) +
-                      2);
-    arguments += L' ';
-    if (name.find(L'-') != 0) {
-        arguments += kVariablePrefix;
+    std::wstring variable(1, L' ');
+    if (!name.starts_with(L'-')) {
+        variable += kVariablePrefix;
     }
-    arguments.append(name).append(1, L' ');
-    AppendEncoded(arguments, value);
+    variable.append(name).append(1, L' ').append(EncodeArg(value));
+    arguments += variable;
 }
 
 void MakePlayArgument(std::wstring_view macro, std::wstring& variables)
 {
-    std::wstring head;
-    head.reserve(kMacroSwitch.size() + EncodedSize(macro) + 3);
-    head.append(1, L' ').append(kMacroSwitch).append(1, L' ');
-    AppendEncoded(head, macro);
-    head += L' ';
-    variables.insert(0, head);
+    const std::wstring encoded = EncodeArg(macro);
+    std::wstring argument;
+    argument.reserve(kMacroSwitch.size() + encoded.size() + variables.size() + 3);
+    argument.append(1, L' ').append(kMacroSwitch).append(1, L' ').append(encoded);
+    argument.append(1, L' ').append(variables);
+    variables.swap(argument);
 }
 
 void ParseReply(std::wstring_view reply, int code, std::wstring& errorText,

@@ -11,11 +11,7 @@ namespace tvn
 /// it is given; views that are returned are parts of the text that they were made from. Everything
 /// throws std::bad_alloc when there is no memory, and then leaves its target as it was.
 
-/// Appends `text` with blanks, line feeds and carriage returns written as the instance expects
-/// them.
-void AppendEncoded(std::wstring& target, std::wstring_view text);
-
-/// The same as a new text.
+/// `text` with blanks, line feeds and carriage returns written as the instance expects them.
 std::wstring EncodeArg(std::wstring_view text);
 
 /// Appends a variable to the arguments of the next play: its name, with the prefix of variables

@@ -3,6 +3,7 @@
 #include <oaidl.h>
 #include <wrl/client.h>
 
+#include "comserver/CallArguments.h"
 #include "comserver/Module.h"
 
 namespace comserver
@@ -60,9 +61,10 @@ class DispatchObject : public DualInterface
         }
         Microsoft::WRL::ComPtr<ITypeInfo> typeInfo;
         const HRESULT result = m_module.GetTypeInfo(typeInfo.GetAddressOf());
+        CallArguments arguments(parameters);
         return FAILED(result) ? result
                               : typeInfo->Invoke(static_cast<DualInterface*>(this), id, flags,
-                                                 parameters, value, exception, wrongArgument);
+                                                 arguments.Get(), value, exception, wrongArgument);
     }
 
   protected:

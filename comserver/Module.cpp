@@ -82,22 +82,13 @@ HRESULT Module::GetClassObject(REFCLSID clsid, REFIID iid, void** object) noexce
     if (!factory) {
         return E_OUTOFMEMORY;
     }
-    const HRESULT result = factory->QueryInterface(iid, object);
-    if (SUCCEEDED(result)) {
-        StayLoaded();
+    if (const HRESULT result = factory->QueryInterface(iid, object); FAILED(result)) {
+        return result;
     }
-    return result;
-}
-
-void Module::StayLoaded() noexcept
-{
-    if (m_pinned.exchange(true)) {
-        return;
-    }
-    HMODULE module = nullptr;
-    m_pinned =
-        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                           reinterpret_cast<LPCWSTR>(m_instance), &module) != FALSE;
+    HMODULE pinned = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<LPCWSTR>(m_instance), &pinned);
+    return S_OK;
 }
 
 HRESULT Module::RegisterServer() noexcept
@@ -107,12 +98,24 @@ HRESULT Module::RegisterServer() noexcept
         std::string_view script;
         MachineClasses classes;
         ComPtr<ITypeLib> typeLib;
-        HRESULT result = GetPath(path);
-        result = FAILED(result) ? result : FindScript(m_instance, script);
-        result = FAILED(result) ? result : classes.Open();
-        result = FAILED(result) ? result : RegistryScript(classes.Get(), script, path).Register();
-        result = FAILED(result) ? result : LoadTypeLibEx(path.data(), REGKIND_NONE, &typeLib);
-        return FAILED(result) ? result : RegisterTypeLib(typeLib.Get(), path.data(), nullptr);
+        if (const HRESULT result = GetPath(path); FAILED(result)) {
+            return result;
+        }
+        if (const HRESULT result = FindScript(m_instance, script); FAILED(result)) {
+            return result;
+        }
+        if (const HRESULT result = classes.Open(); FAILED(result)) {
+            return result;
+        }
+        const RegistryScript entries(classes.Get(), script, path);
+        if (const HRESULT result = entries.Register(); FAILED(result)) {
+            return result;
+        }
+        if (const HRESULT result = LoadTypeLibEx(path.data(), REGKIND_NONE, &typeLib);
+            FAILED(result)) {
+            return result;
+        }
+        return RegisterTypeLib(typeLib.Get(), path.data(), nullptr);
     });
 }
 
@@ -121,12 +124,13 @@ HRESULT Module::UnregisterServer() noexcept
     return Run([this] {
         std::string_view script;
         MachineClasses classes;
-        HRESULT result = FindScript(m_instance, script);
-        result = FAILED(result) ? result : classes.Open();
-        if (FAILED(result)) {
+        if (const HRESULT result = FindScript(m_instance, script); FAILED(result)) {
             return result;
         }
-        result = RegistryScript(classes.Get(), script, {}).Unregister();
+        if (const HRESULT result = classes.Open(); FAILED(result)) {
+            return result;
+        }
+        const HRESULT result = RegistryScript(classes.Get(), script, {}).Unregister();
         const auto& [libid, major, minor, lcid, iid] = m_typeLibrary;
         BSTR path = nullptr;
         const bool registered = SUCCEEDED(QueryPathOfRegTypeLib(libid, major, minor, lcid, &path));
@@ -146,10 +150,14 @@ HRESULT Module::GetTypeInfo(ITypeInfo** typeInfo) noexcept
             ComPtr<ITypeLib> typeLib;
             ComPtr<ITypeInfo> loaded;
             const GUID& iid = m_typeLibrary.dispatchInterface;
-            HRESULT result = GetPath(path);
-            result = FAILED(result) ? result : LoadTypeLibEx(path.data(), REGKIND_NONE, &typeLib);
-            result = FAILED(result) ? result : typeLib->GetTypeInfoOfGuid(iid, &loaded);
-            if (FAILED(result)) {
+            if (const HRESULT result = GetPath(path); FAILED(result)) {
+                return result;
+            }
+            if (const HRESULT result = LoadTypeLibEx(path.data(), REGKIND_NONE, &typeLib);
+                FAILED(result)) {
+                return result;
+            }
+            if (const HRESULT result = typeLib->GetTypeInfoOfGuid(iid, &loaded); FAILED(result)) {
                 return result;
             }
             // Another thread may have been first; then its object is the one that is kept.

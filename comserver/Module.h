@@ -79,14 +79,12 @@ class Module
     HRESULT GetTypeInfo(ITypeInfo** typeInfo) noexcept;
 
   private:
-    void StayLoaded() noexcept;
     HRESULT GetPath(std::wstring& path) const;
 
     std::span<const ClassEntry> m_classes;
     TypeLibraryId m_typeLibrary;
     HINSTANCE m_instance = nullptr;
     std::atomic<long> m_locks{0};
-    std::atomic<bool> m_pinned{false};
     std::atomic<ITypeInfo*> m_typeInfo{nullptr};
 };
 

@@ -36,7 +36,8 @@ std::string Trim(const std::string& text)
     return {begin, end};
 }
 
-/// The path that a Firefox key names, or an empty text.
+/// Puts the path that a Firefox key names into `path`. False, with nothing changed, when it names
+/// none.
 bool ReadPathToExe(const char* keyPath, std::string& path)
 {
     constexpr DWORD kValueSize = 512;

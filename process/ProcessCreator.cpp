@@ -35,15 +35,12 @@ int ProcessCreator::Create(const ComString& appPath, const ComString& cmdLine,
 int ProcessCreator::CreateWithLogon(const ProcessParams& params, PROCESS_INFORMATION& processInfo)
 {
     auto startupInfo = ShownNormally<STARTUPINFOW>();
-    std::wstring cmdLine(ToView(params.cmdLine));  // the call may write to it
-    // An empty domain would be taken for a name; without a password there is still a text to give.
-    const wchar_t* const domain =
-        params.domain.length() > 0 ? static_cast<const wchar_t*>(params.domain) : nullptr;
-    const wchar_t* const password =
-        params.password.length() > 0 ? static_cast<const wchar_t*>(params.password) : L"";
-    if (!CreateProcessWithLogonW(params.user, domain, password, LOGON_WITH_PROFILE, params.appPath,
-                                 cmdLine.data(), NORMAL_PRIORITY_CLASS, nullptr, nullptr,
-                                 &startupInfo, &processInfo)) {
+    std::wstring cmdLine(ToView(params.cmdLine));     // the call may write to it
+    const wchar_t* const password = params.password;  // the call wants a text in any case
+    if (!CreateProcessWithLogonW(params.user, params.domain, password == nullptr ? L"" : password,
+                                 LOGON_WITH_PROFILE, params.appPath, cmdLine.data(),
+                                 NORMAL_PRIORITY_CLASS, nullptr, nullptr, &startupInfo,
+                                 &processInfo)) {
         LogError("CreateProcessWithLogonW failed 0x%08x",
                  static_cast<unsigned int>(GetLastError()));
         return sFail;

@@ -15,7 +15,8 @@ class ProcessCreator
 
     /// Starts `appPath`. Without a `user` the new process gets the command line `appPath`, a blank
     /// and `cmdLine`; with one, exactly `cmdLine`, of which the system takes 1,023 characters at
-    /// most. An empty `domain` leaves it to the system to find the account. `sOk` with
+    /// most. A null `domain` leaves it to the system to find the account, an empty one is
+    /// handed on. `sOk` with
     /// `processInfo` filled in, whose handles the caller then owns, or `sFail` after a line to the
     /// log. `timeoutMs` is not used.
     int Create(const ComString& appPath, const ComString& cmdLine, const ComString& user,

@@ -6,6 +6,7 @@
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
+#include "tests/other_side.h"
 #include "tests/replaced_imports.h"
 #include "tests/resources.h"
 #include "tests/surroundings.h"
@@ -220,6 +221,96 @@ TEST_F(Scripting, AnExceptionEndsAsAStatusWithItsText)
     watch.Fail("MsgWaitForMultipleObjectsEx", ERROR_NO_SYSTEM_RESOURCES);
     EXPECT_EQ(app.Exit(), sFail);
     EXPECT_EQ(app.Exit(), sNotStarted) << "detached all the same";
+}
+
+TEST(ScriptingMemory, ThatStaysShortFromAnyMomentOnFailsTheMethodAndSparesItsCaller)
+{
+    OtherSide other;
+    other.ListInstance(false);
+    AppClient app;
+    IApp& raw = *app.Get();
+    const _variant_t line = "-runner";
+    const _variant_t none = AppClient::LeftOut();
+    const _variant_t index = 1L;
+    const _bstr_t text = L"longer than what a string holds without memory";
+    int status = 0;
+    auto* const result = reinterpret_cast<Status*>(&status);
+    BSTR value = nullptr;
+    const auto nothing = [] {
+    };
+    const auto attach = [&] {
+        app.Init(line, false);
+    };
+    const std::pair<std::function<void()>, std::function<HRESULT()>> methods[] = {
+        {nothing,
+         [&] {
+             return raw.tvnInit(line, VARIANT_FALSE, none, none, none, 20, result);
+         }},
+        {nothing,
+         [&] {
+             return raw.tvnSet(text, text, result);
+         }},
+        {nothing,
+         [&] {
+             return raw.tvnDisplay(text, 20, result);
+         }},
+        {nothing,
+         [&] {
+             return raw.tvnPlay(text, 20, result);
+         }},
+        {nothing,
+         [&] {
+             return raw.tvnGetLastError(&value);
+         }},
+        {nothing,
+         [&] {
+             return raw.tvnGetLastExtract(index, &value);
+         }},
+        {attach,
+         [&] {
+             return raw.tvnExit(20, result);
+         }},
+    };
+    for (const auto& [before, method] : methods) {
+        bool failed = true;
+        for (unsigned int block = 1; failed; ++block) {
+            before();
+            status = 0;
+            value = nullptr;
+            {
+                ImportWatch watch;
+                watch.Fail(kMemory, ERROR_NOT_ENOUGH_MEMORY, block, Fails::kFromHereOn);
+                EXPECT_EQ(method(), S_OK);
+                failed = watch.Failed() != nullptr;
+            }
+            const bool done = status == sOk || value != nullptr;
+            EXPECT_EQ(done, !failed) << &method - &methods[0].second << ", block " << block;
+            SysFreeString(value);
+        }
+    }
+}
+
+TEST(ScriptingMemory, ThatIsShortForTheTextOfAFailureLeavesItsStatus)
+{
+    OtherSide other;
+    AppClient app;
+    unsigned int lastText = 0;
+    const auto failedInit = [&](bool saysNothing) {
+        const LogCapture log;
+        other.Next(Stage::Callback, [saysNothing](Turn&) {
+            Sleep(saysNothing ? 1500 : 0);
+            return false;
+        });
+        ImportWatch watch;
+        watch.Fail("SysAllocStringLen", ERROR_NOT_ENOUGH_MEMORY, lastText);
+        const int status = app.Init("-runner", true, 1);
+        lastText = watch.Calls()["SysAllocStringLen"];
+        return std::to_string(status) + log.Lines(kTrace + "Wait new instance to callback ").at(0);
+    };
+    const std::string line = kTrace + "Wait new instance to callback failed. ";
+    EXPECT_THAT(failedInit(false), testing::StartsWith("-1" + line + "ReadPipeError( 0x"));
+    EXPECT_EQ(failedInit(false), "-1" + line + "ReadPipeError");
+    EXPECT_EQ(failedInit(true), "-3" + line + "ReadPipeTimeout");
 }
 
 }  // namespace tvn::tests

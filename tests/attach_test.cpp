@@ -144,6 +144,35 @@ TEST_F(Attach, TheTraceTellsTheStepsOfAStart)
     EXPECT_EQ(app.Exit(), sOk);
 }
 
+TEST_F(Attach, TheTraceOfAStartNeedsNoMemory)
+{
+    static ImportWatch* watch;
+    static bool started;
+    const auto starts = TVN_REPLACE_IMPORT(CreateProcessA, [](auto... arguments) -> BOOL {
+        started = TVN_REAL_IMPORT(CreateProcessA)(arguments...) != FALSE;
+        return started;
+    });
+    // The thread's handle is the last thing that the start gives back.
+    const auto closes = TVN_REPLACE_IMPORT(CloseHandle, [](HANDLE handle) -> BOOL {
+        if (std::exchange(started, false)) {
+            watch->Fail(kMemory, ERROR_NOT_ENOUGH_MEMORY, 1, Fails::kFromHereOn);
+        }
+        return TVN_REAL_IMPORT(CloseHandle)(handle);
+    });
+    static bool traced;  // seen without memory, too
+    const auto traces = TVN_REPLACE_IMPORT(OutputDebugStringA, [](const char* line) {
+        traced = traced || std::strstr(line, "1 = createProcess(user:(null), domain:(null),");
+    });
+    int status = 0;
+    {
+        ImportWatch shortOfMemory;
+        watch = &shortOfMemory;
+        status = app.Init("-a", true, 5);
+    }
+    EXPECT_EQ(status, sFail);
+    EXPECT_TRUE(traced);
+}
+
 TEST_F(Attach, EachKindOfBrowserGetsItsCommandLineToTheLetter)
 {
     const std::string url = "&pipeUuid=P&creatorUuid=C \"";

@@ -64,6 +64,9 @@ TEST(BrowserCommands, EachKindIsToldItsIdentifiersInItsOwnWay)
     EXPECT_EQ(Line(options),
               " \"file:///C:\\basic\\Welcome_plugin.htm?authorizeAll=true&pipeUuid="
               "P&creatorUuid=C \"");
+    options.browserKind = static_cast<BrowserKind>(3);
+    EXPECT_EQ(Narrow(BrowserExeName(options.browserKind)) + Line(options), "");
+    EXPECT_EQ(static_cast<const wchar_t*>(BrowserPath(options)), nullptr);
     SetRegistryValue(kProductKey, "PathBasic", StandinFolder());
 }
 

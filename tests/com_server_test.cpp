@@ -10,6 +10,7 @@
 
 #include "Interface.h"
 #include "Interface/ServerModule.h"
+#include "basicslib/StatusCode.h"
 #include "comserver/RegistryScript.h"
 #include "tests/app_client.h"
 #include "tests/imported_calls.h"
@@ -147,6 +148,29 @@ TEST_F(ComServer, AnObjectHasThreeInterfacesAndOneIdentity)
         DISP_E_UNKNOWNINTERFACE);
     EXPECT_EQ(dispatch->GetTypeInfo(0, 0, nullptr), E_POINTER);
     EXPECT_EQ(dispatch->GetTypeInfo(0, 0, typeInfo.GetAddressOf()), S_OK);
+}
+
+TEST_F(ComServer, AReferenceToALeftOutArgumentLeavesItOut)
+{
+    GetFactory();
+    ComPtr<IDispatch> app;
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, Out(app)), S_OK);
+    VARIANT leftOut = AppClient::LeftOut();
+    const auto call = [&](DISPID method, std::vector<VARIANT> arguments) {
+        DISPPARAMS parameters = {arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
+        _variant_t result;
+        EXPECT_EQ(app->Invoke(method, IID_NULL, 0, DISPATCH_METHOD, &parameters, &result, nullptr,
+                              nullptr),
+                  S_OK);
+        EXPECT_EQ(V_VT(&arguments.front()), VT_VARIANT | VT_BYREF) << "the caller's own";
+        return result;
+    };
+    const VARIANT reference = Referring(leftOut);
+    EXPECT_EQ(call(24, {reference}), _variant_t(long{sNotStarted}));
+    EXPECT_EQ(call(22, {reference, _variant_t(L"text")}), _variant_t(long{sNotStarted}));
+    EXPECT_EQ(call(27, {reference}), _variant_t(L""));
+    _variant_t index = 1L;
+    EXPECT_EQ(call(27, {Referring(index)}), _variant_t(L"NODATA"));
 }
 
 TEST_F(ComServer, AnObjectCanBeAPartOfAnother)
@@ -365,6 +389,12 @@ TEST_F(ComServer, AnyImportThatFailsIsTheResultOfARegistration)
 {
     g_module.Init(m_dll.get());  // the linked product
     HRESULT result = S_OK;
+    {
+        ImportWatch first;  // in this process, so that what is made once is made now
+        first.Fail(kMemory, ERROR_NOT_ENOUGH_MEMORY);
+        result = g_module.RegisterServer();
+    }
+    EXPECT_EQ(result, E_OUTOFMEMORY);
     const auto before = [] {
         EXPECT_EQ(g_module.RegisterServer(), S_OK);
     };

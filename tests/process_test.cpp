@@ -57,6 +57,8 @@ TEST(Processes, CredentialsGoToTheLogonCallAndAFailureToTheLog)
     g_imports.logonSucceeds = true;
     EXPECT_EQ(process.Start(L"C:\\app.exe", kNone, L"U", kNone, kNone, 0), sOk);
     EXPECT_EQ(g_imports.logon.substr(0, 12), L"U|(null)||1|");
+    EXPECT_EQ(process.Start(L"C:\\app.exe", kNone, L"U", L"", kNone, 0), sOk);
+    EXPECT_EQ(g_imports.logon.substr(0, 6), L"U|||1|") << "an empty domain is one, too";
     EXPECT_EQ(process.GetPid(), 4711U);
 }
 
