@@ -13,10 +13,16 @@
 #include <vector>
 
 #include "basicslib/Handle.h"
+#include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
+#include "pipeutils/PipeNames.h"
+#include "process/Instance.h"
+#include "process/InstancesMgr.h"
 #include "tests/app_client.h"
+#include "tests/byte_peer.h"
 #include "tests/examples_test.h"
 #include "tests/moments.h"
+#include "tests/pipe_accounts.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
 
@@ -230,6 +236,11 @@ TEST(Examples, TheInstanceInCIsStartedFoundReservedKeptAndEnded)
     AppClient creator;
     AppClient other;
     ASSERT_EQ(creator.Init(lookAlikes.c_str()), sOk);
+    std::vector<boost::shared_ptr<Instance>> list;
+    InstancesMgr().GetInstancesByName(list, L"talvern.exe", 0);
+    ASSERT_EQ(list.size(), 1U);
+    const auto pipe = BytePeer::Open(Narrow(InstancePipeName(WindowValue(list[0]->hwnd))), 5000);
+    EXPECT_EQ(AccountsOf(pipe->Get()), "owner 10000000, system 10000000, administrators 10000000");
     EXPECT_EQ(creator.Set("city", "New York"), sOk);
     const std::string argument = " -macro a[SP]b  -var_city New[SP]York";
     EXPECT_EQ(creator.Played("a b"), "1||" + argument + "|" + argument);

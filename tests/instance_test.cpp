@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <aclapi.h>
 #include <comdef.h>
 #include <gmock/gmock.h>
 
@@ -10,7 +9,6 @@
 #include <atomic>
 #include <mutex>
 #include <new>
-#include <sstream>
 #include <stdexcept>
 
 #include "basicslib/Exceptions.h"
@@ -24,6 +22,7 @@
 #include "tests/byte_peer.h"
 #include "tests/imported_calls.h"
 #include "tests/moments.h"
+#include "tests/pipe_accounts.h"
 #include "tests/replaced_imports.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
@@ -36,36 +35,6 @@ namespace
 bool IsOpen(const boost::shared_ptr<Handle>& pipe)
 {
     return PeekNamedPipe(pipe->Get(), nullptr, 0, nullptr, nullptr, nullptr) != FALSE;
-}
-
-/// The accounts of a descriptor's list and their rights: "own 10000000, everyone c0000000".
-std::string Accounts(void* descriptor)
-{
-    BOOL present = FALSE;
-    BOOL defaulted = FALSE;
-    ACL* list = nullptr;
-    GetSecurityDescriptorDacl(descriptor, &present, &list, &defaulted);
-    HANDLE opened = nullptr;
-    OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened);
-    const Handle token(opened);
-    BYTE user[256];
-    DWORD size = 0;
-    GetTokenInformation(token.Get(), TokenUser, user, sizeof user, &size);
-    std::ostringstream text;
-    for (DWORD index = 0; list != nullptr && index < list->AceCount; ++index) {
-        void* entry = nullptr;
-        GetAce(list, index, &entry);
-        auto* const ace = static_cast<ACCESS_ALLOWED_ACE*>(entry);
-        void* const account = &ace->SidStart;
-        text << (index == 0 ? "" : ", ")
-             << (EqualSid(account, reinterpret_cast<TOKEN_USER*>(user)->User.Sid) ? "own"
-                 : IsWellKnownSid(account, WinLocalSystemSid)                     ? "system"
-                 : IsWellKnownSid(account, WinBuiltinAdministratorsSid)           ? "administrators"
-                 : IsWellKnownSid(account, WinWorldSid)                           ? "everyone"
-                                                                                  : "another")
-             << ' ' << std::hex << ace->Mask;
-    }
-    return list == nullptr ? "no list" : text.str();
 }
 
 /// An instance for which some macros are too much.
@@ -164,12 +133,7 @@ TEST(Instance, ItsPipeIsOpenToTheAccountsThatItsArgumentsName)
          {std::pair(L"", own), {L" -authorizeAll", own + ", everyone c0000000"}}) {
         const Served served(arguments);
         const auto pipe = BytePeer::Open(Narrow(served.name), 5000);
-        void* descriptor = nullptr;
-        EXPECT_EQ(GetSecurityInfo(pipe->Get(), SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
-                                  nullptr, nullptr, nullptr, &descriptor),
-                  0U);
-        EXPECT_EQ(Accounts(descriptor), accounts);
-        LocalFree(descriptor);
+        EXPECT_EQ(AccountsOf(pipe->Get()), accounts);
     }
 }
 

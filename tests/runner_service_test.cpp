@@ -17,6 +17,7 @@
 #include "runner/RunnerProcess.h"
 #include "runner/RunnerProtocol.h"
 #include "tests/moments.h"
+#include "tests/pipe_accounts.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
 
@@ -78,10 +79,11 @@ TEST_F(RunnerService, OneThatCannotServeEndsWithTheSentenceThatSaysWhy)
     }
 }
 
-TEST_F(RunnerService, WhoSendsAnAnswerIsNotAnswered)
+TEST_F(RunnerService, ServesItsOwnAccountAndNobodyWhoSendsAnAnswer)
 {
     const auto service = Service();
     const auto pipe = RemotePipeClient(RunnerPipeName()).OpenPipe(5000);
+    EXPECT_EQ(AccountsOf(pipe->Get()), "own 10000000, system 10000000, administrators 10000000");
     RunnerProtocol protocol(pipe->Get(), nullptr);
     boost::shared_ptr<BaseMsg> message = boost::make_shared<MsgStartComplete>(1U);
     protocol.WriteMsg(message, nullptr, 5000);
