@@ -36,6 +36,23 @@ expect_value() { # key, value, text in what the registry has there
         fail "'$2' of $1 in the registry is not '$3'"
 }
 
+# Wine's installer leaves the separators of what it removes, and its shell expands what it reads.
+environment='HKLM\SYSTEM\CurrentControlSet\Control\Session Manager\Environment'
+path_of_machine() { # file
+    wine reg query "$environment" /v PATH |
+        sed -E 's/;*\r?$//; s/%SystemRoot%/C:\\windows/g' >"$1" || fail "the path cannot be read"
+}
+
+expect_path() { # "with" or "without" the folder of the product, when
+    path_of_machine "$work/path.txt"
+    if [ "$1" = without ]; then
+        cmp -s "$work/path-before.txt" "$work/path.txt" || fail "$2, the path is not as it was"
+    else
+        # With its suffix: Wine's shell adds none where the folder's name has a dot.
+        expect_words 0 "$version" 'tvntrace.exe --version'
+    fi
+}
+
 # The machine below gets the lower eight bits of an exit code: 3010, a restart is asked for, is 194.
 restart_asked_for=194
 msi() { # exit code, option, package
@@ -58,11 +75,15 @@ check_msi() {
     local uninstall='HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Uninstall'
     msi 0 /i "$build/$name.msi"
     expect_answer "$interface" 'after the installation'
-    diff -r "$work/$name" "$installed" -x register.cmd -x unregister.cmd ||
+    diff -r "$work/$name" "$installed" -x '*register.cmd' ||
         fail "what is installed is not what was laid out"
     menu=$(find "$WINEPREFIX/drive_c" -path '*/Programs/Talvern/*.lnk' | wc -l)
     [ "$menu" -eq 3 ] || fail "the Start menu has $menu entries, not 3"
     expect_value 'HKLM\SOFTWARE\Talvern' PathBasic 'C:\Program Files\Talvern Scripting Interface\browser'
+    expect_path with 'after the installation'
+    if grep -qE 'tools/|CONTRIBUTING' "$installed/README.html"; then
+        fail "the installed first page offers what is not installed"
+    fi
     uninstall=$(wine reg query "$uninstall" | tr -d '\r' | grep '{' | tail -1)
     expect_value "$uninstall" DisplayVersion "$version"
     expect_value "$uninstall" Publisher Talvern
@@ -98,6 +119,7 @@ check_msi() {
     [ ! -e "$installed" ] || fail "the removal leaves a folder: $installed"
     [ -z "$(find "$WINEPREFIX/drive_c" -name Talvern)" ] || fail "the removal leaves the Start menu"
     expect_registry_as_before 'after the removal'
+    expect_path without 'after the removal'
 }
 
 check_zip() {
@@ -106,6 +128,9 @@ check_zip() {
     unzip -q "$build/$name.zip" -d "$folder"
     mkdir "$folder/part"
     cp "$folder/$name/register.cmd" "$folder/part"
+    # Wine's shell looks no further than an empty entry, and its installer has left some.
+    wine reg add "$environment" /v PATH /t REG_EXPAND_SZ /d '%SystemRoot%\system32;%SystemRoot%' /f >/dev/null
+    path_of_machine "$work/path-before.txt"
     expect_words 2 'is not beside this file' 'C:\unpacked\part\register.cmd'
     expect_words 1 'needs 64-bit Windows' "set PROCESSOR_ARCHITECTURE=x86& $batch\\register.cmd"
     # Whoever is not an administrator cannot write there; here nobody can.
@@ -115,9 +140,12 @@ check_zip() {
     expect_words 0 'Registered' "$batch\\register.cmd"
     expect_answer "$interface" 'after register.cmd'
     expect_value 'HKLM\SOFTWARE\Talvern' PathBasic "$batch\\browser"
+    expect_words 0 'Registered' "$batch\\register.cmd" # a second time, which adds nothing to the path
+    expect_path with 'after register.cmd'
     expect_words 0 'Unregistered' "$batch\\unregister.cmd"
     expect_answer 'error 429' 'after unregister.cmd'
     expect_registry_as_before 'after unregister.cmd'
+    expect_path without 'after unregister.cmd'
 }
 
 interface=$(sed -n 's/^#define TVN_INTERFACE_VERSION //p' "$build/release/include/Version.h")
@@ -137,6 +165,7 @@ trap stop_wine EXIT
 wine wineboot >/dev/null 2>&1 # as after a restart, which leaves something in the registry too
 expect_answer 'error 429' 'before the installation'
 registry "$work/before.reg"
+path_of_machine "$work/path-before.txt"
 check_msi
 check_zip
 say "nothing is left"

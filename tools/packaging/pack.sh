@@ -49,6 +49,13 @@ make_msi() { # folder, file
         msibuild "$2" -q "UPDATE \`CustomAction\` SET \`Type\` = $((type | 256)) WHERE \`Action\` = '$action'" ||
             fail "the action $action cannot be kept for a rollback"
     done
+    # So tvntrace is found by its name: set on installation, removed with the product, for all users.
+    msibuild "$2" -q "CREATE TABLE \`Environment\` (\`Environment\` CHAR(72) NOT NULL, \
+            \`Name\` CHAR(255) NOT NULL LOCALIZABLE, \`Value\` CHAR(255) LOCALIZABLE, \
+            \`Component_\` CHAR(72) NOT NULL PRIMARY KEY \`Environment\`)" \
+        "INSERT INTO \`Environment\` (\`Environment\`, \`Name\`, \`Value\`, \`Component_\`) \
+            VALUES ('Path', '=-*PATH', '[~];[INSTALLDIR]', 'Server')" ||
+        fail "the package cannot be told to put its folder on the path"
     tools/packaging/summary.py "$2" "{$(guid_of "package $product")}" "$SOURCE_DATE_EPOCH" ||
         fail "the package cannot be given its code and time"
 }

@@ -1,6 +1,6 @@
 @echo off
-rem Registers the scripting object of this folder for all users of this machine. A folder that is to
-rem move is unregistered first.
+rem Registers the scripting object of this folder for all users of this machine, and puts the folder
+rem on the path, so that tvntrace is found by its name. A folder that is to move is unregistered first.
 setlocal
 set "FOLDER=%~dp0"
 set "FOLDER=%FOLDER:~0,-1%"
@@ -33,5 +33,7 @@ echo Look at its properties, allow it there, and run register.cmd again.
 exit /b 4
 
 :registered
-echo Registered. Scripts on this machine can create the object "talvern" now.
+call "%FOLDER%\path-register.cmd" add
+echo Registered. Scripts on this machine can create the object "talvern" now, and consoles find
+echo tvntrace by its name after the next sign-in.
 echo The folder "%FOLDER%" must stay where it is.

@@ -14,7 +14,7 @@ stage_programs() { # folder
     cp "$release/browser/talvern.exe" "$1/browser"
     cp -r browser/Macros "$1/browser"
     mv "$1/browser/Macros/"{hotel_search,"Hotel Search"}.js
-    cp tools/packaging/register.cmd tools/packaging/unregister.cmd "$1"
+    cp tools/packaging/{,un,path-}register.cmd "$1"
 }
 
 # What tries everything on the machine where it is installed: each program in the folder, below one
@@ -74,10 +74,11 @@ stage_documents() { # folder
     for document in "${documents[@]}"; do
         page=$1/${document%.md}.html
         mkdir -p "$(dirname "$page")"
-        DOCUMENTS="${documents[*]}" HERE=$(dirname "$document") STAGE=$1 \
+        sed '/^<!-- only in the sources -->/,/^<!-- everywhere -->/d' "$document" |
+            DOCUMENTS="${documents[*]}" HERE=$(dirname "$document") STAGE=$1 \
             pandoc --from gfm --to html5 --standalone --lua-filter tools/packaging/links.lua \
             --metadata "pagetitle=$(sed -n 's/^# //p' "$document" | head -1)" \
-            --output "$page" "$document" || fail "$document cannot be made a page"
+            --output "$page" - || fail "$document cannot be made a page"
     done
 }
 

@@ -36,4 +36,5 @@ exit /b 4
 set "LEFT="
 for /f "delims=" %%l in ('%SYSTEM%\reg.exe query HKLM\SOFTWARE\Talvern /reg:32') do set "LEFT=%%l"
 if not defined LEFT "%SYSTEM%\reg.exe" delete HKLM\SOFTWARE\Talvern /f /reg:32 >nul 2>&1
+call "%FOLDER%\path-register.cmd" remove
 echo Unregistered. The files may be deleted now.
