@@ -22,9 +22,9 @@ PipeOperation::Outcome PipeOperation::Write(const void* buffer, DWORD count)
     return Started(success, GetLastError(), bytes);
 }
 
-bool PipeOperation::Wait(DWORD timeout, HANDLE hInterrupt)
+bool PipeOperation::Wait(DWORD timeout, HANDLE hInterrupt, HANDLE further)
 {
-    return WaitForEvent(m_event->Get(), timeout, hInterrupt);
+    return WaitForEvent(m_event->Get(), timeout, hInterrupt, further);
 }
 
 bool PipeOperation::HasEnded() const noexcept
@@ -35,7 +35,9 @@ bool PipeOperation::HasEnded() const noexcept
 PipeOperation::Outcome PipeOperation::Take() noexcept
 {
     Outcome outcome;
-    outcome.success = GetOverlappedResult(m_hPipe, &m_ov, &outcome.bytes, FALSE) != FALSE;
+    // Waits for one that was cancelled: that was a request, and until it has come through, the
+    // system may still write to the block and to the buffer of the operation.
+    outcome.success = GetOverlappedResult(m_hPipe, &m_ov, &outcome.bytes, TRUE) != FALSE;
     outcome.error = outcome.success ? ERROR_SUCCESS : GetLastError();
     m_pending = false;
     return outcome;
@@ -46,10 +48,7 @@ PipeOperation::Outcome PipeOperation::Cancel() noexcept
     if (!m_pending) {
         return {};
     }
-    // The cancellation is a request: until it has come through, the system may still write to the
-    // block and to the buffer of the operation.
     CancelIoEx(m_hPipe, &m_ov);
-    WaitForSingleObject(m_event->Get(), INFINITE);
     return Take();
 }
 

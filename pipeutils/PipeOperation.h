@@ -39,9 +39,10 @@ class PipeOperation
     Outcome Write(const void* buffer, DWORD count);
 
     /// Waits up to `timeout` milliseconds (INFINITE: no limit) for the end of a pending operation,
-    /// while the thread's window messages are dispatched. `hInterrupt`, borrowed and optional, ends
-    /// the wait. True when the operation has ended. Throws Win32Exception when the wait fails.
-    bool Wait(DWORD timeout, HANDLE hInterrupt);
+    /// while the thread's window messages are dispatched. The events `hInterrupt` and `further`,
+    /// borrowed and optional, end the wait. True when the operation has ended. Throws
+    /// Win32Exception when the wait fails.
+    bool Wait(DWORD timeout, HANDLE hInterrupt, HANDLE further = nullptr);
 
     /// The event of the operation, borrowed; signalled when a pending one has ended.
     HANDLE GetEvent() const noexcept { return m_event->Get(); }

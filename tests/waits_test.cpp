@@ -122,6 +122,24 @@ TEST_F(Waits, AFloodOfMessagesHoldsNoWait)
     DestroyWindow(window);
 }
 
+TEST_F(Waits, InputThatIsNotHandedOutKeepsNoWaitBusy)
+{
+    // A queue that is attached to another thread's has its input and does not give it away.
+    static int turns;
+    turns = 0;
+    const auto attached = TVN_REPLACE_IMPORT(
+        MsgWaitForMultipleObjectsEx,
+        [](DWORD count, const HANDLE* handles, DWORD time, DWORD mask, DWORD flags) -> DWORD {
+            ++turns;
+            return (flags & MWMO_INPUTAVAILABLE) != 0
+                       ? WAIT_OBJECT_0 + count
+                       : TVN_REAL_IMPORT(MsgWaitForMultipleObjectsEx)(count, handles, time, mask,
+                                                                      flags);
+        });
+    EXPECT_EQ(WaitPumping(event, 300), 258U);
+    EXPECT_LT(turns, 20);
+}
+
 TEST_F(Waits, ABlockAwaitsItsOperationOrTheInterrupt)
 {
     Overlapped block(pipe->Get());
@@ -189,6 +207,8 @@ TEST_F(Waits, ACancellationIsAwaitedHoweverLongItTakes)
     auto operation = boost::make_shared<PipeOperation>(pipe->Get());
     operation->Read(nullptr, 0);
     EXPECT_TRUE(operation->IsPending());
+    ImportWatch watch;
+    watch.Fail("WaitForSingleObject", ERROR_INVALID_HANDLE);
     EXPECT_THAT(Elapsed([&] { operation.reset(); }), Within(90, 2000));
     for (std::thread& canceller : cancellers) {
         canceller.join();
