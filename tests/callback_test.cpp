@@ -4,6 +4,7 @@
 
 #include "basicslib/Exceptions.h"
 #include "pipeutils/CallbackProtocol.h"
+#include "pipeutils/PipeOperation.h"
 #include "pipeutils/RemotePipeClient.h"
 #include "pipeutils/SimplePipeServer.h"
 #include "tests/imported_calls.h"
@@ -31,24 +32,30 @@ struct PipeServer : PipeServerBase
 static void ServeOneClient()
 {
     const LogCapture log;
-    SimplePipeServer server;
-    EXPECT_THROW(server.WaitForClient(0), InvalidOperationException);
-    server.Create(kName, true);
-    EXPECT_THROW(server.Create(kName, true), InvalidOperationException) << "it listens already";
-    EXPECT_FALSE(server.WaitForClient(0));
-    EXPECT_FALSE(server.WaitForClient(50));
+    std::optional<SimplePipeServer> server(std::in_place);
+    EXPECT_THROW(server->WaitForClient(0), InvalidOperationException);
+    server->Create(kName, true);
+    EXPECT_THROW(server->Create(kName, true), InvalidOperationException) << "it listens already";
+    EXPECT_FALSE(server->WaitForClient(0));
+    EXPECT_FALSE(server->WaitForClient(50));
     EXPECT_EQ(log.Count(kDebug + "SimplePipeServer, Timeout 50"), 1);
     std::optional<ScriptedPeer> instance(RemotePipeClient(kName).OpenPipe());
     instance->Send(Message(0x80010040));
-    const auto pipe = server.WaitForClient(5000);
+    const auto pipe = server->WaitForClient(5000);
     ASSERT_TRUE(pipe);
-    EXPECT_THROW(server.WaitForClient(0), InvalidOperationException);
+    EXPECT_THROW(server->WaitForClient(0), InvalidOperationException);
     EXPECT_EQ(log.Count(kDebug + "SimplePipeServer, m_hPipe == INVALID_HANDLE_VALUE"), 2);
     CallbackProtocol protocol(pipe->Get(), nullptr);
     DWORD hwnd = 0;
     protocol.ReceiveHwnd(hwnd, 5000);
     EXPECT_EQ(hwnd, 0x80010040);
     EXPECT_THROW(protocol.ReceiveHwnd(hwnd, 50), ReadPipeTimeout);
+    {
+        PipeOperation read(pipe->Get());
+        read.Read(&hwnd, sizeof hwnd);
+        server.reset();
+        EXPECT_FALSE(read.Wait(50, nullptr)) << "what the new owner has begun goes on";
+    }
     instance.reset();
     EXPECT_THROW(protocol.ReceiveHwnd(hwnd, 1000), ReadPipeError) << "the instance has gone";
 }
