@@ -26,6 +26,17 @@ void LogWrite(DWORD count, DWORD written) noexcept
              static_cast<unsigned int>(count), static_cast<unsigned int>(written));
 }
 
+bool IsSignalled(HANDLE event) noexcept
+{
+    return Handle::IsValid(event) && WaitForSingleObject(event, 0) == WAIT_OBJECT_0;
+}
+
+void LogRead(bool success, DWORD count, DWORD read) noexcept
+{
+    LogDebug("[BaseProtocol::ReadPipe] fSuccess = %x, cbBuf = %x, cbBytesRead = %x",
+             success ? 1U : 0U, static_cast<unsigned int>(count), static_cast<unsigned int>(read));
+}
+
 /// The end of every write: its line in the log, and the failure that it was.
 void FinishWrite(DWORD count, const PipeOperation::Outcome& outcome)
 {
@@ -52,7 +63,7 @@ void BaseProtocol::WritePipe(const void* buffer, DWORD count, DWORD timeout)
         if (m_write.Wait(timeout, m_hInterrupt)) {
             outcome = m_write.Take();
         } else {
-            const DWORD error = IsInterrupted() ? ERROR_OPERATION_ABORTED : WAIT_TIMEOUT;
+            const DWORD error = IsSignalled(m_hInterrupt) ? ERROR_OPERATION_ABORTED : WAIT_TIMEOUT;
             outcome = m_write.Cancel();
             outcome.error = outcome.success ? ERROR_SUCCESS : error;
         }
@@ -88,45 +99,39 @@ bool BaseProtocol::AwaitWrite(DWORD timeout)
 
     const TimeBudget budget(timeout);
     unsigned int dropsAfterTime = 0;
-    while (m_write.IsPending() && !m_write.HasEnded()) {
-        const DWORD left = budget.Remaining();
-        if ((left == 0 && ++dropsAfterTime > kDropsAfterTime) || !AwaitArrivalOrWrite(left)) {
-            return false;
+    try {
+        while (m_write.IsPending() && !m_write.HasEnded()) {
+            const DWORD left = budget.Remaining();
+            if (left == 0 && ++dropsAfterTime > kDropsAfterTime) {
+                return false;
+            }
+            if (AwaitArrival(left, m_write.GetEvent())) {
+                DropMessage(budget);
+            }
+            if (m_isDropping) {
+                return false;  // so much that the time was over before
+            }
         }
-        if (!m_write.HasEnded()) {
-            DropRest();
-        }
+    } catch (const ReadPipeTimeout&) {
+        return false;
     }
     TraceWrite();
     return true;
 }
 
-/// False when neither has come in time.
-bool BaseProtocol::AwaitArrivalOrWrite(DWORD timeout)
+/// Takes the message that has arrived, or what is left of it, out of the pipe without a place for
+/// it. When the time is over, the reads to come begin with what is then still left.
+void BaseProtocol::DropMessage(const TimeBudget& budget)
 {
-    const ScopeExit cancel([this] { m_read.Cancel(); });
-    m_read.Read(nullptr, 0);
-    if (!m_read.IsPending()) {
-        return true;  // a message, or a failure that its read tells
-    }
-    const HANDLE handles[] = {m_write.GetEvent(), m_read.GetEvent(), m_hInterrupt};
-    const DWORD result = WaitPumping(Handle::IsValid(m_hInterrupt) ? 3 : 2, handles, timeout);
-    const DWORD error = GetLastError();
-    if (result == WAIT_FAILED) {
-        throw Win32Exception(error, __FILE__, __LINE__);
-    }
-    if (result == WAIT_OBJECT_0 + 2) {
-        throw PipeInterrupted(error, __FILE__, __LINE__);
-    }
-    return result != WAIT_TIMEOUT;
-}
-
-/// Takes a message, or what is left of one, out of the pipe, without a place for all of it.
-void BaseProtocol::DropRest()
-{
-    unsigned char dropped[4096];
-    while (ReadArrived(dropped, sizeof dropped).moreData) {
-    }
+    unsigned char piece[0x10000];
+    DWORD dropped = 0;
+    PipeOperation::Outcome outcome;
+    do {
+        outcome = ReadPiece(piece, sizeof piece);
+        m_isDropping = outcome.error == ERROR_MORE_DATA;
+        dropped += outcome.bytes;
+    } while (m_isDropping && budget.Remaining() != 0);
+    LogRead(outcome.success || m_isDropping, sizeof piece, dropped);
 }
 
 void BaseProtocol::TraceWrite() noexcept
@@ -145,31 +150,38 @@ void BaseProtocol::TraceWrite() noexcept
     }
 }
 
-void BaseProtocol::AwaitArrival(DWORD timeout)
+/// Waits for a message, and no longer than until `further`, an optional event, is signalled. False
+/// when no message is there to be read: also one of no bytes, which is read with that.
+bool BaseProtocol::AwaitArrival(DWORD timeout, HANDLE further)
 {
     // The arrival of a message is awaited with a read of no bytes, so that a time-out can cancel it
     // without losing data. ERROR_MORE_DATA says that a message, or the rest of one, is there.
     const ScopeExit cancel([this] { m_read.Cancel(); });
     const PipeOperation::Outcome outcome = m_read.Read(nullptr, 0);
     if (outcome.success || outcome.error == ERROR_MORE_DATA) {
-        return;
+        return !outcome.success;
     }
     if (!m_read.IsPending()) {
         LogDebug("[BaseProtocol::ReadPipe] ReadFile (GetLastError() = 0x%08x)",
                  static_cast<unsigned int>(outcome.error));
         throw ReadPipeError(outcome.error, __FILE__, __LINE__);
     }
-    if (!m_read.Wait(timeout, m_hInterrupt)) {
-        const DWORD error = GetLastError();
-        if (IsInterrupted()) {
-            throw PipeInterrupted(error, __FILE__, __LINE__);
-        }
-        throw ReadPipeTimeout(error, __FILE__, __LINE__);
+    if (m_read.Wait(timeout, m_hInterrupt, further)) {
+        // Another failure than this one the read of the message itself says again.
+        return m_read.Take().error == ERROR_MORE_DATA;
     }
-    m_read.Take();  // what it has to say, the read of the message itself says again
+    const DWORD error = GetLastError();
+    if (IsSignalled(further)) {
+        return false;
+    }
+    if (IsSignalled(m_hInterrupt)) {
+        throw PipeInterrupted(error, __FILE__, __LINE__);
+    }
+    throw ReadPipeTimeout(error, __FILE__, __LINE__);
 }
 
-BaseProtocol::ReadResult BaseProtocol::ReadArrived(void* buffer, DWORD count)
+/// Reads of a message that is there. The error of a piece that does not end it is ERROR_MORE_DATA.
+PipeOperation::Outcome BaseProtocol::ReadPiece(void* buffer, DWORD count)
 {
     PipeOperation::Outcome outcome = m_read.Read(buffer, count);
     if (m_read.IsPending()) {
@@ -180,22 +192,36 @@ BaseProtocol::ReadResult BaseProtocol::ReadArrived(void* buffer, DWORD count)
             outcome.error = error;
         }
     }
-    const bool moreData = !outcome.success && outcome.error == ERROR_MORE_DATA;
+    if (outcome.error == ERROR_MORE_DATA) {
+        outcome.bytes = count;
+    }
+    return outcome;
+}
+
+BaseProtocol::ReadResult BaseProtocol::ReadArrived(void* buffer, DWORD count)
+{
+    const PipeOperation::Outcome outcome = ReadPiece(buffer, count);
+    const bool moreData = outcome.error == ERROR_MORE_DATA;
     const bool success = outcome.success || moreData;
-    const ReadResult result = {moreData ? count : outcome.bytes, moreData};
-    LogDebug("[BaseProtocol::ReadPipe] fSuccess = %x, cbBuf = %x, cbBytesRead = %x",
-             success ? 1U : 0U, static_cast<unsigned int>(count),
-             static_cast<unsigned int>(result.bytes));
+    LogRead(success, count, outcome.bytes);
     if (!success) {
         throw ReadPipeError(outcome.error, __FILE__, __LINE__);
     }
-    return result;
+    return {outcome.bytes, moreData};
 }
 
 BaseProtocol::ReadResult BaseProtocol::ReadPipe(void* buffer, DWORD count, DWORD timeout)
 {
     if (count == 0) {
         return {};
+    }
+    if (m_isDropping) {
+        const TimeBudget budget(timeout);
+        DropMessage(budget);
+        if (m_isDropping) {
+            throw ReadPipeTimeout(WAIT_TIMEOUT, __FILE__, __LINE__);
+        }
+        timeout = budget.Remaining();
     }
     AwaitArrival(timeout);
     TraceWrite();  // who answers has read; its line belongs before those of the answer
@@ -216,7 +242,7 @@ DWORD BaseProtocol::ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeou
     try {
         return ReadFields(size, buffer);
     } catch (const std::bad_alloc&) {
-        DropRest();  // or the next read would begin in the middle of this message
+        DropMessage(TimeBudget(0));  // or the next read would begin in the middle of this message
         throw;
     }
 }
@@ -282,11 +308,6 @@ DWORD BaseProtocol::BytesLeft() const
         throw ReadPipeError(GetLastError(), __FILE__, __LINE__);
     }
     return rest;
-}
-
-bool BaseProtocol::IsInterrupted() const
-{
-    return Handle::IsValid(m_hInterrupt) && WaitForSingleObject(m_hInterrupt, 0) == WAIT_OBJECT_0;
 }
 
 }  // namespace tvn

@@ -4,6 +4,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include "basicslib/TimeBudget.h"
 #include "pipeutils/Deserializer.h"
 #include "pipeutils/MessageBuffer.h"
 #include "pipeutils/PipeOperation.h"
@@ -83,18 +84,18 @@ class BaseProtocol
         DWORD size = 0;
     };
 
-    void AwaitArrival(DWORD timeout);
-    bool AwaitArrivalOrWrite(DWORD timeout);
-    void DropRest();
+    bool AwaitArrival(DWORD timeout, HANDLE further = nullptr);
+    void DropMessage(const TimeBudget& budget);
+    PipeOperation::Outcome ReadPiece(void* buffer, DWORD count);
     ReadResult ReadArrived(void* buffer, DWORD count);
     DWORD ReadFields(DWORD size, MessageBuffer& buffer);
     MessageBuffer TakeRoom(DWORD size);
     DWORD BytesLeft() const;
-    bool IsInterrupted() const;
 
     HANDLE m_hPipe;
     HANDLE m_hInterrupt;
     PipeOperation m_read;
+    bool m_isDropping = false;      // the rest of a message is still to be taken out
     Room m_rooms[2];                // of earlier messages
     MessageBuffer m_bytesUnderWay;  // outlives the write
     DWORD m_bytesToTrace = 0;       // of a write under way that has no line in the log yet

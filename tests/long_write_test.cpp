@@ -2,6 +2,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include "basicslib/Exceptions.h"
 #include "basicslib/StatusCode.h"
 #include "pipeutils/MacrosClient.h"
 #include "tests/imported_calls.h"
@@ -95,6 +96,37 @@ TEST_F(LongWrite, KeepsItsBytesAsLongAsItIsUnderWay)
     SetEvent(block->hEvent);
     instance.Perform({{Message(2, "N", ""), {Message(2, sOk, "")}}});
     EXPECT_EQ(Run(5000, L"N"), sOk);
+}
+
+TEST_F(LongWrite, IsNotHeldByAStaleReplyOfAnyLengthOrOfNone)
+{
+    EXPECT_EQ(Run(0, L"N"), sTimeout);
+    EXPECT_EQ(Run(0, L"L", longText), sTimeout);
+    const Bytes stale(64 << 20);
+    instance.Perform({{Message(1, "N", ""), {Bytes(), stale, Bytes()}},
+                      {LongCommand(2)},
+                      {Message(3, "N", ""), {Message(3, sOk, "")}}});
+    const LogCapture log;
+    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Run(20, L"refused"), sTimeout); }), Within(15, 400));
+    EXPECT_EQ(Run(20000, L"N"), sOk) << "it goes on where the one before has left off";
+    EXPECT_LT(log.Lines(kDebug + "[BaseProtocol::ReadPipe]").size(), 12U) << "a line each";
+}
+
+TEST_F(LongWrite, IsNoLongerAwaitedWhenThePipeOrTheWaitFails)
+{
+    EXPECT_EQ(Run(0, L"L", longText), sTimeout);
+    const LogCapture log;
+    {
+        ImportWatch watch;
+        watch.Fail("ReadFile", ERROR_BROKEN_PIPE);
+        EXPECT_EQ(Run(1000, L"N"), sFail);
+    }
+    EXPECT_EQ(log.Count(kDebug + "[BaseProtocol::ReadPipe] ReadFile (GetLastError() = 0x0000006d)"),
+              1);
+    const auto wait =
+        TVN_REPLACE_IMPORT(MsgWaitForMultipleObjectsEx,
+                           [](DWORD, const HANDLE*, DWORD, DWORD, DWORD) -> DWORD { return 5; });
+    EXPECT_THROW(Run(1000, L"N"), AssertException) << "no wait has this answer";
 }
 
 TEST_F(LongWrite, IsCancelledWithItsClientOnAnyThread)
