@@ -9,12 +9,14 @@ namespace tvn
 {
 
 /// A reference-counted holder of a BSTR that also hands out a narrow (ANSI code page) copy. An
-/// empty holder and a null BSTR both read as the empty text. Copies share one BSTR; sharing between
-/// threads is safe as long as no thread writes.
+/// empty holder and a null BSTR both read as the empty text. Copies share one BSTR and the narrow
+/// copy, which the first one to ask for it makes: that is a write, so threads that share a text
+/// read its wide characters only. Making a holder and a narrow copy throws std::bad_alloc without
+/// memory.
 using ComString = _bstr_t;
 
-/// A COM string with a copy of `text`, characters of value zero included. Throws `_com_error` with
-/// E_OUTOFMEMORY when there is no memory for it.
+/// A COM string with a copy of `text`, characters of value zero included. Without memory it throws
+/// `_com_error` with E_OUTOFMEMORY, for the BSTR, or std::bad_alloc, for its holder.
 ComString ToComString(std::wstring_view text);
 
 /// A COM string made from narrow text by the ANSI code page. Throws as the wide form does.

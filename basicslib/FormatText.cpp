@@ -14,7 +14,7 @@ namespace
 
 constexpr const char* kNullText = "(null)";
 
-/// The part of the caller's buffer that is still free.
+/// A text that is put together in the caller's buffer. What no longer fits is left out.
 class Output
 {
   public:
@@ -33,8 +33,8 @@ class Output
         Append(shown, strnlen(shown, m_room - m_used));
     }
 
-    /// Converts in pieces of a size that a stack buffer holds, and no more of the text than fits: a
-    /// macro of many megabytes costs a log line no more than a short one.
+    /// Converts in pieces of a size that a stack buffer holds, and none behind the one that fills
+    /// the text: what a macro of many megabytes costs a log line is bounded by the line.
     void AppendWide(const wchar_t* text) noexcept
     {
         if (text == nullptr) {

@@ -5,8 +5,9 @@
 namespace tvn
 {
 
-/// Finds instances through the runner service, in the order in which it lists them. `sFail` on any
-/// pipe failure; another result of the service is passed on, with an empty list unless it is `sOk`.
+/// Finds instances through the runner service, in the order in which it lists them. A result of the
+/// service is passed on, with an empty list unless it is `sOk`; a pipe failure is `sTimeout` when
+/// the service did not take the request in time, otherwise `sFail`.
 class RunnerInstancesMgr : public IInstancesMgr
 {
   public:

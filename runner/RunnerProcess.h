@@ -8,8 +8,9 @@ namespace tvn
 {
 
 /// A process that the runner service handles on the system's behalf and names by a key. Every
-/// operation is one request on a connection of its own; a pipe failure ends as a status code, and
-/// the service's own result codes are passed on unchanged.
+/// operation is one request on a connection of its own. The service's own result codes are passed
+/// on unchanged; a pipe failure ends as a status code: `sTimeout` when the service did not take the
+/// request in time, otherwise `sFail` where nothing else is said.
 class RunnerProcess : public IProcess
 {
   public:
@@ -21,13 +22,14 @@ class RunnerProcess : public IProcess
         : m_processKey(processKey), m_pid(pid)
     {}
 
-    /// Tries to reach the service for two thirds of `timeoutMs`. `sRunnerNotReachable` on any pipe
-    /// failure. The key and the id that the service answers with are kept whatever its result.
+    /// Tries to reach the service for two thirds of `timeoutMs`. `sRunnerNotReachable` when it
+    /// cannot be reached, and when its answer does not come or cannot be read. The key and the id
+    /// that the service answers with are kept whatever its result.
     int Start(ComString appPath, ComString cmdLine, ComString user, ComString domain,
               ComString password, DWORD timeoutMs) override;
 
     /// Tries again as long as all pipe instances of the service are busy; `sTimeout` when the time
-    /// is spent.
+    /// is spent with that.
     int Terminate(DWORD timeoutMs) override;
 
     int GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IProcess>>& processes,
