@@ -1,7 +1,5 @@
 #include "bench/BareClient.h"
 
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -13,18 +11,7 @@ namespace bench
 namespace
 {
 
-constexpr DWORD kTimeout = 600000;
 constexpr std::size_t kHead = 4 * sizeof(DWORD);
-
-__attribute__((format(printf, 1, 2))) void Trace(const char* format, ...)
-{
-    char line[1024];
-    std::va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
-    OutputDebugStringA(line);
-}
 
 HANDLE Open(const std::string& name)
 {
@@ -61,58 +48,7 @@ BareClient::BareClient(const std::string& pipeName, const std::wstring& macro)
       m_reply(kHead + std::wcstoul(macro.c_str(), nullptr, 10))
 {}
 
-void BareClient::Play()
-{
-    Trace("[tvn::HI_LEVEL_PROTOCOL] [C] CApp::tvnPlay(command = %S)", L"");
-    Write();
-    DWORD size = 0;
-    Read(reinterpret_cast<unsigned char*>(&size), sizeof size);
-    Require(size <= m_reply.size(), "a reply is longer than it should be");
-    m_replySize = sizeof size + Read(m_reply.data() + sizeof size, size);
-    Trace("[tvn::HI_LEVEL_PROTOCOL] [C] %d = CApp::tvnPlay", 1);
-}
-
 void BareClient::Write()
-{
-    DWORD& id = *reinterpret_cast<DWORD*>(m_request.data() + sizeof(DWORD));
-    ++id;
-    DWORD written = 0;
-    const auto count = static_cast<DWORD>(m_request.size());
-    Require(WriteFile(m_pipe.Get(), m_request.data(), count, &written, nullptr) != FALSE,
-            "the peer's pipe cannot be written to");
-    Trace("[tvn::debug] [BaseProtocol::WritePipe] cbBuf = %x, cbWritten = %x ",
-          static_cast<unsigned int>(count), static_cast<unsigned int>(written));
-}
-
-DWORD BareClient::Read(unsigned char* buffer, DWORD count)
-{
-    HANDLE duplicate = nullptr;
-    DuplicateHandle(GetCurrentProcess(), m_pipe.Get(), GetCurrentProcess(), &duplicate, 0, TRUE,
-                    DUPLICATE_SAME_ACCESS);
-    OVERLAPPED overlapped = {};
-    overlapped.hEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    BOOL success = ReadFile(m_pipe.Get(), nullptr, 0, nullptr, &overlapped);
-    // A message that is there already ends the read of no bytes at once.
-    if (!success && GetLastError() == ERROR_IO_PENDING) {
-        MsgWaitForMultipleObjects(1, &overlapped.hEvent, FALSE, kTimeout, QS_ALLINPUT);
-    }
-    DWORD bytes = 0;
-    success = ReadFile(m_pipe.Get(), buffer, count, &bytes, &overlapped);
-    if (!success && GetLastError() == ERROR_MORE_DATA) {
-        success = TRUE;
-        bytes = count;
-    }
-    Trace("[tvn::debug] [BaseProtocol::ReadPipe] fSuccess = %x, cbBuf = %x, cbBytesRead = %x",
-          static_cast<unsigned int>(success), static_cast<unsigned int>(count),
-          static_cast<unsigned int>(bytes));
-    CancelIo(duplicate);
-    CloseHandle(duplicate);
-    CloseHandle(overlapped.hEvent);
-    Require(success != FALSE, "the peer's pipe cannot be read from");
-    return bytes;
-}
-
-void BareClient::WritePlain()
 {
     DWORD written = 0;
     Require(WriteFile(m_pipe.Get(), m_request.data(), static_cast<DWORD>(m_request.size()),
@@ -120,7 +56,7 @@ void BareClient::WritePlain()
             "the peer's pipe cannot be written to");
 }
 
-DWORD BareClient::ReadPlain(unsigned char* buffer, DWORD count)
+DWORD BareClient::Read(unsigned char* buffer, DWORD count)
 {
     OVERLAPPED overlapped = {};
     overlapped.hEvent = m_event.Get();
@@ -134,19 +70,19 @@ DWORD BareClient::ReadPlain(unsigned char* buffer, DWORD count)
 
 void BareClient::Transfer()
 {
-    WritePlain();
-    m_replySize = ReadPlain(m_reply.data(), static_cast<DWORD>(m_reply.size()));
-    Require(m_replySize == m_reply.size(), "the peer does not answer as it should");
+    Write();
+    const DWORD size = Read(m_reply.data(), static_cast<DWORD>(m_reply.size()));
+    Require(size == m_reply.size(), "the peer does not answer as it should");
 }
 
 void BareClient::TransferLengthFirst()
 {
-    WritePlain();
+    Write();
     DWORD size = 0;
-    ReadPlain(reinterpret_cast<unsigned char*>(&size), sizeof size);
+    Read(reinterpret_cast<unsigned char*>(&size), sizeof size);
     Require(size == m_reply.size(), "the peer does not answer as it should");
     const auto room = std::make_unique_for_overwrite<unsigned char[]>(size);
-    m_replySize = sizeof size + ReadPlain(room.get(), size);
+    Read(room.get(), size);
 }
 
 }  // namespace bench

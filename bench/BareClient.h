@@ -18,32 +18,20 @@ class BareClient
     /// `macro` is what every play is of.
     BareClient(const std::string& pipeName, const std::wstring& macro);
 
-    /// One play with all that the exchange asks for: a plain write, and for the reply's length and
-    /// for its fields a read with a duplicated handle, an event, a read of no bytes, a wait that
-    /// messages end, a cancellation and the closing of both; and the diagnostic lines.
-    void Play();
-
-    /// One play with nothing but the write and a read of the whole reply, into room that is there
-    /// already.
+    /// One play: a write, and a read of the whole reply into room that is there already.
     void Transfer();
 
     /// The same with two reads, of the length and of the rest, into room that is made for it.
     void TransferLengthFirst();
 
-    /// Bytes of the last reply.
-    std::size_t ReplySize() const noexcept { return m_replySize; }
-
   private:
     void Write();
-    void WritePlain();
     DWORD Read(unsigned char* buffer, DWORD count);
-    DWORD ReadPlain(unsigned char* buffer, DWORD count);
 
     tvn::Handle m_pipe;
     tvn::Handle m_event;
     std::vector<unsigned char> m_request;
     std::vector<unsigned char> m_reply;
-    std::size_t m_replySize = 0;
 };
 
 }  // namespace bench

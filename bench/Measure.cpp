@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "basicslib/StatusCode.h"
+
 namespace bench
 {
 
@@ -44,6 +46,11 @@ void Require(bool condition, const char* what)
     if (!condition) {
         throw std::runtime_error(what);
     }
+}
+
+void RequireOk(int status)
+{
+    Require(status == tvn::sOk, "a method of the scripting object fails");
 }
 
 }  // namespace bench

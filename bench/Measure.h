@@ -8,7 +8,7 @@
 namespace bench
 {
 
-/// How many measurements scatter: the 5th, 25th, 50th, 75th and 95th hundredth.
+/// How measurements scatter: the 5th, 25th, 50th, 75th and 95th percentile.
 struct Spread
 {
     double p5 = 0;
@@ -56,6 +56,9 @@ Comparison Compare(std::string name, std::string baselineName, std::string unit,
 /// Throws std::runtime_error with `what` unless `condition` holds: a measurement of something that
 /// failed must not be reported.
 void Require(bool condition, const char* what);
+
+/// The same for a method of the scripting object, unless its status is `sOk`.
+void RequireOk(int status);
 
 /// Seconds that `work` takes.
 template <class Work>

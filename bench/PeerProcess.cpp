@@ -1,6 +1,5 @@
 #include "bench/PeerProcess.h"
 
-#include "basicslib/InstanceProtocol.h"
 #include "bench/Measure.h"
 #include "bench/PeerNames.h"
 
@@ -76,9 +75,7 @@ PeerProcess::PeerProcess(const std::string& readyName, const std::string& argume
 {
     Require(WaitForSingleObject(m_ready.Get(), kStartTime) == WAIT_OBJECT_0,
             "the peer does not come up");
-    HWND window = WindowOf(m_process.Id());
-    m_pipeName =
-        R"(\\.\pipe\Talvern_)" + std::to_string(static_cast<int>(tvn::WindowValue(window)));
+    m_pipeName = PipeNameOf(WindowOf(m_process.Id()));
 }
 
 }  // namespace bench

@@ -22,7 +22,7 @@ using Comparisons = std::vector<Comparison>;
 /// The rows of the report. Each measures what its comment says and throws when something fails. The
 /// calling thread is in a single-threaded apartment, as that of a script is.
 
-/// A play of an empty macro, against a hand-written loop of the same system calls.
+/// A play of an empty macro, against one write and one read.
 Comparisons MeasurePlay(const Settings& settings);
 
 /// The same, against the smallest script command of a WebDriver server.
@@ -37,29 +37,14 @@ Comparisons MeasureReply(const Settings& settings);
 /// The memory that such a play takes, and that the next one gives back.
 Comparisons MeasureMemory(const Settings& settings);
 
-/// tvnSet of many variables and one play, against ten times a tenth of it.
-Comparisons MeasureVariables(const Settings& settings);
-
-/// Escaping a long text, against a copy of the result.
-Comparisons MeasureEscaping(const Settings& settings);
-
-/// Cutting a long text into pieces, against copying each piece.
-Comparisons MeasureCutting(const Settings& settings);
-
 /// The search for instances among other windows, against a bare enumeration.
 Comparisons MeasureSearch(const Settings& settings);
 
 /// tvnInit to attached, against starting the same program and one connect.
 Comparisons MeasureStart(const Settings& settings);
 
-/// Opening a pipe that comes late, against its lateness.
-Comparisons MeasureRetry(const Settings& settings);
-
-/// Plays per second of objects on threads of their own, against hand-written loops on as many.
+/// Plays per second of objects on threads of their own, against as many bare pipes.
 Comparisons MeasureThreads(const Settings& settings);
-
-/// Laying out a command and writing a diagnostic line.
-Comparisons MeasureTexts(const Settings& settings);
 
 /// Macros in a real browser, against the same steps through a WebDriver server.
 Comparisons MeasureBrowser(const Settings& settings);

@@ -1,12 +1,11 @@
-// Macros in a real browser, called as a script calls them, against the same steps through a
+// Macros in a real browser, against the same steps through a
 // WebDriver server and a browser of the same kind.
 
 #include <string>
 
-#include "basicslib/StatusCode.h"
 #include "bench/Rows.h"
-#include "bench/ScriptObject.h"
 #include "bench/WebDriver.h"
+#include "examples/cpp/TalvernClient.h"
 
 namespace bench
 {
@@ -36,19 +35,14 @@ void PlaySteps(WebDriver& driver, const std::string& name, const std::string& se
     }
 }
 
-void Play(ScriptObject& object, const wchar_t* macro)
-{
-    Require(object.InvokeByName(L"tvnPlay", {macro}) == tvn::sOk, "a macro fails");
-}
-
 /// Seconds for the start and for the end, alternately ours and the server's.
 Comparisons StartAndEnd(const Settings& settings)
 {
     Pairs ends;
     const auto ours = [&] {
-        ScriptObject object;
-        const double start = Seconds([&] { object.Start(); });
-        ends.ours.push_back(Seconds([&] { object.Exit(); }) / kMillisecond);
+        talvern::Client object;
+        const double start = Seconds([&] { RequireOk(object.Init()); });
+        ends.ours.push_back(Seconds([&] { RequireOk(object.Exit(60)); }) / kMillisecond);
         return start / kMillisecond;
     };
     const auto server = [&] {
@@ -69,31 +63,31 @@ Comparisons MeasureBrowser(const Settings& settings)
 {
     Comparisons lines;
     {
-        ScriptObject object;
-        object.Start();
+        talvern::Client object;
+        RequireOk(object.Init());
         WebDriver driver(settings.port, settings.browserFlags);
         driver.Go(settings.page);
         const std::wstring page(settings.page.begin(), settings.page.end());
-        Play(object, (L"await page.goto('" + page + L"')").c_str());
+        RequireOk(object.Play(L"await page.goto('" + page + L"')"));
 
         const Pairs one = InterleaveTimes(
             settings.seconds, 50, kMillisecond,
-            [&] { Play(object, L"extract(await page.evaluate(() => 1))"); },
+            [&] { RequireOk(object.Play(L"extract(await page.evaluate(() => 1))")); },
             [&] { Require(driver.Evaluate("return 1") == "1", "the driver evaluates wrongly"); });
-        Require(object.Extract() == L"1", "the macro evaluates wrongly");
+        Require(object.LastExtract() == L"1", "the macro evaluates wrongly");
         lines.push_back(
             Compare("one evaluate", "the driver's command", "ms", one, Goal::NoMore, 0.85));
 
         const std::string name = driver.Find("#name");
         const std::string send = driver.Find("#send");
         const Pairs twenty = InterleaveTimes(
-            settings.seconds, 20, kMillisecond, [&] { Play(object, kSteps); },
+            settings.seconds, 20, kMillisecond, [&] { RequireOk(object.Play(kSteps)); },
             [&] { PlaySteps(driver, name, send); });
-        Require(object.Extract().find(L"four[EXTRACT]five") != std::wstring::npos,
+        Require(object.LastExtract().find(L"four[EXTRACT]five") != std::wstring::npos,
                 "the macro reads something else");
         lines.push_back(
             Compare("20 steps", "the driver's commands", "ms", twenty, Goal::NoMore, 0.2));
-        object.Exit();
+        RequireOk(object.Exit(60));
     }
     for (Comparison& line : StartAndEnd(settings)) {
         lines.push_back(std::move(line));

@@ -31,7 +31,6 @@ function table(file,    command, line) {
     } else if ((getline line < ($3 ".tsv")) > 0) {
         close($3 ".tsv")
         table($3 ".tsv")
-        print "\n![Times or rates on both sides](performance/" $3 ".svg)"
     } else {
         print "Not measured yet."
     }

@@ -22,11 +22,9 @@ struct Row
 constexpr Row kRows[] = {
     {"play", &bench::MeasurePlay},         {"driver", &bench::MeasureDriver},
     {"dispatch", &bench::MeasureDispatch}, {"reply", &bench::MeasureReply},
-    {"memory", &bench::MeasureMemory},     {"variables", &bench::MeasureVariables},
-    {"escaping", &bench::MeasureEscaping}, {"cutting", &bench::MeasureCutting},
-    {"search", &bench::MeasureSearch},     {"start", &bench::MeasureStart},
-    {"retry", &bench::MeasureRetry},       {"threads", &bench::MeasureThreads},
-    {"texts", &bench::MeasureTexts},       {"browser", &bench::MeasureBrowser},
+    {"memory", &bench::MeasureMemory},     {"search", &bench::MeasureSearch},
+    {"start", &bench::MeasureStart},       {"threads", &bench::MeasureThreads},
+    {"browser", &bench::MeasureBrowser},
 };
 
 void Print(const bench::Spread& spread)

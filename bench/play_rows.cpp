@@ -1,14 +1,13 @@
-// What a play costs: over the bare system calls, beside a browser's own driver, and through late
+// What a play costs: over one write and one read, beside a browser's own driver, and through late
 // binding.
 
 #include <comutil.h>
 
-#include "basicslib/StatusCode.h"
 #include "bench/BareClient.h"
 #include "bench/PeerProcess.h"
 #include "bench/Rows.h"
-#include "bench/ScriptObject.h"
 #include "bench/WebDriver.h"
+#include "examples/cpp/TalvernClient.h"
 
 namespace bench
 {
@@ -16,30 +15,23 @@ namespace bench
 Comparisons MeasurePlay(const Settings& settings)
 {
     const PeerProcess peer;
-    ScriptObject object;
-    object.Attach();
+    talvern::Client object;
+    RequireOk(object.Init(talvern::Argument(), false));
     BareClient bare(peer.PipeName(), L"");
-    const tvn::ComString macro = L"";
     const Pairs pairs = InterleaveTimes(
-        settings.seconds, 100, kMicrosecond, [&] { object.Play(macro); }, [&] { bare.Play(); });
-    Comparisons lines = {
-        Compare("an empty macro", "the system calls", "µs", pairs, Goal::NoMore, 1.05)};
-    const Pairs least = InterleaveTimes(
-        settings.seconds / 4, 100, kMicrosecond, [&] { object.Play(macro); },
+        settings.seconds, 100, kMicrosecond, [&] { RequireOk(object.Play(L"")); },
         [&] { bare.Transfer(); });
-    lines.push_back(Compare("an empty macro", "one write, one read", "µs", least, Goal::None, 0));
-    return lines;
+    return {Compare("an empty macro", "one write, one read", "µs", pairs, Goal::None, 0)};
 }
 
 Comparisons MeasureDriver(const Settings& settings)
 {
     const PeerProcess peer;
-    ScriptObject object;
-    object.Attach();
+    talvern::Client object;
+    RequireOk(object.Init(talvern::Argument(), false));
     WebDriver driver(settings.port, settings.browserFlags);
-    const tvn::ComString macro = L"";
     const Pairs pairs = InterleaveTimes(
-        settings.seconds, 100, kMicrosecond, [&] { object.Play(macro); },
+        settings.seconds, 100, kMicrosecond, [&] { RequireOk(object.Play(L"")); },
         [&] {
             Require(driver.Evaluate("return 1") == "1", "the driver does not answer as it should");
         });
@@ -50,20 +42,30 @@ Comparisons MeasureDispatch(const Settings& settings)
 {
     constexpr DISPID kDisplay = 22;
     const PeerProcess peer;
-    ScriptObject object;
-    object.Attach();
-    const tvn::ComString text = L"text";
-    _variant_t arguments[] = {text};
-    DISPPARAMS parameters = {arguments, nullptr, 1, 0};
+    talvern::Client object;
+    RequireOk(object.Init(talvern::Argument(), false));
+    _variant_t text = L"text";
+    DISPPARAMS parameters = {&text, nullptr, 1, 0};
+    const auto byNumber = [&](IApp* app) {
+        VARIANT status = {};
+        Require(app->Invoke(kDisplay, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters,
+                            &status, nullptr, nullptr) == S_OK,
+                "a method cannot be called by its number");
+        return V_I4(&status);
+    };
+    const auto byTable = [&](IApp* app) {
+        Status status = sFail;
+        app->tvnDisplay(V_BSTR(&text), 60, &status);
+        return static_cast<int>(status);
+    };
     const Pairs display = InterleaveTimes(
-        settings.seconds, 100, kMicrosecond,
-        [&] { Require(object.Invoke(kDisplay, parameters) == tvn::sOk, "tvnDisplay fails"); },
-        [&] { object.Display(text); });
+        settings.seconds, 100, kMicrosecond, [&] { RequireOk(byNumber(object.Get())); },
+        [&] { RequireOk(byTable(object.Get())); });
 
     // The call alone: an object that is not attached answers at once. 100 at a time, because one is
     // too short for the clock.
     constexpr int kCalls = 100;
-    ScriptObject detached;
+    talvern::Client detached;
     const auto repeated = [](const auto& call) {
         for (int left = kCalls; left > 0; --left) {
             call();
@@ -71,8 +73,8 @@ Comparisons MeasureDispatch(const Settings& settings)
     };
     const Pairs call = InterleaveTimes(
         settings.seconds / 4, 100, kMicrosecond * kCalls,
-        [&] { repeated([&] { detached.Invoke(kDisplay, parameters); }); },
-        [&] { repeated([&] { detached.TryDisplay(text); }); });
+        [&] { repeated([&] { byNumber(detached.Get()); }); },
+        [&] { repeated([&] { byTable(detached.Get()); }); });
     return {Compare("tvnDisplay", "virtual table", "µs", display, Goal::NoMore, 1.03),
             Compare("tvnDisplay, detached", "virtual table", "µs", call, Goal::None, 0)};
 }

@@ -4,7 +4,7 @@
 #include "bench/Memory.h"
 #include "bench/PeerProcess.h"
 #include "bench/Rows.h"
-#include "bench/ScriptObject.h"
+#include "examples/cpp/TalvernClient.h"
 
 namespace bench
 {
@@ -24,18 +24,17 @@ Comparisons MeasureReply(const Settings& settings)
 {
     constexpr std::size_t kSizes[] = {1, 4, 16, 64, 256};
     const PeerProcess peer;
-    ScriptObject object;
-    object.Attach();
+    talvern::Client object;
+    RequireOk(object.Init(talvern::Argument(), false));
     Comparisons lines;
     for (const std::size_t size : kSizes) {
         const std::wstring text = MacroForBytes(size);
-        const tvn::ComString macro = text.c_str();
         BareClient bare(peer.PipeName(), text);
         const auto throughput = [size](double seconds) {
             return static_cast<double>(size) / seconds;
         };
         const auto play = [&] {
-            return throughput(Seconds([&] { object.Play(macro); }));
+            return throughput(Seconds([&] { RequireOk(object.Play(text)); }));
         };
         const Pairs whole = Interleave(settings.seconds, 5, play, [&] {
             return throughput(Seconds([&] { bare.Transfer(); }));
@@ -56,9 +55,9 @@ Comparisons MeasureMemory(const Settings& /*settings*/)
     // From small to large: the peak never falls.
     constexpr std::size_t kSizes[] = {1, 4, 16, 64, 256};
     const PeerProcess peer;
-    ScriptObject object;
-    object.Attach();
-    object.Play(L"");
+    talvern::Client object;
+    RequireOk(object.Init(talvern::Argument(), false));
+    RequireOk(object.Play(L""));
     const Memory before = CurrentMemory();
     const auto over = [](std::size_t bytes, std::size_t start) {
         return bytes < start ? 0 : static_cast<double>(bytes - start) / kMiB;
@@ -66,9 +65,9 @@ Comparisons MeasureMemory(const Settings& /*settings*/)
     Comparisons lines;
     for (const std::size_t size : kSizes) {
         const std::string name = std::to_string(size) + " MiB";
-        object.Play(MacroForBytes(size).c_str());
+        RequireOk(object.Play(MacroForBytes(size)));
         const double peak = over(CurrentMemory().peakResident, before.resident);
-        object.Play(L"");
+        RequireOk(object.Play(L""));
         const double left = over(CurrentMemory().own, before.own);
         const auto bytes = static_cast<double>(size);
         lines.push_back(

@@ -76,7 +76,12 @@ TEST(Log, ACallWritesOneTaggedLineOfAtMost1023Characters)
     const char* volatile noText = nullptr;
     const wchar_t* volatile noWideText = nullptr;
     LogProtocol("[C] %s %S", noText, noWideText);
-    LogDebug("%S", std::wstring(1000000, L'm').c_str());
+    {
+        // One that is much longer than the line, and not read to its end: that cannot be read.
+        const FreedMemoryIsGone gone;
+        const std::vector<wchar_t> endless(0x1000, L'm');
+        LogDebug("%S", endless.data());
+    }
     LogDebug("%S", (std::wstring(255, L'.') + L"\xD83D\xDE00").c_str());
     EXPECT_THAT(log.Lines(),
                 ElementsAre(kDebug + "in DLLMain", kError + "narrow|wide|-1|ab|000000AB|%",

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/imported_calls.h"
+
 namespace tvn::tests
 {
 
@@ -90,6 +92,35 @@ TEST(PlayTexts, ExtractsAreCutAtEverySeparatorWhereverItLies)
             EXPECT_EQ(Split(text.substr(0, before + 8)), Pieces{text.substr(0, before + 8)});
         }
     }
+}
+
+TEST(PlayTexts, WhatTakesFourTimesAsMuchTakesHardlyMoreBlocks)
+{
+    const auto blocks = [](const auto& work) {
+        const ImportWatch watch;
+        work();
+        return watch.Calls()["new"];
+    };
+    const auto variables = [&](int count) {
+        return blocks([count] {
+            std::wstring argument;
+            for (int number = 0; number < count; ++number) {
+                AppendVariable(argument, L"variable", L"a value");
+            }
+            MakePlayArgument(L"macro", argument);
+        });
+    };
+    EXPECT_LE(variables(4000), variables(1000) + 4);
+    const std::wstring text(40000, L' ');
+    EXPECT_EQ(blocks([&] { EncodeArg(text); }), 1U);
+    std::wstring reply;
+    for (int number = 0; number < 4000; ++number) {
+        reply += L"[EXTRACT]piece";
+    }
+    const auto pieces = [&](std::size_t part) {
+        return blocks([&] { Split(std::wstring_view(reply).substr(0, reply.size() / part)); });
+    };
+    EXPECT_LE(pieces(1), pieces(4) + 4);
 }
 
 }  // namespace tvn::tests
