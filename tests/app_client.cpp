@@ -16,9 +16,7 @@ VARIANT Referring(VARIANT& value)
     return reference;
 }
 
-/// From the code under test itself, which is linked into this program, and not from what is
-/// registered.
-static IApp* NewApp()
+IApp* NewApp()
 {
     Microsoft::WRL::ComPtr<IClassFactory> factory;
     void** const out = reinterpret_cast<void**>(factory.GetAddressOf());

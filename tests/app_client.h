@@ -16,6 +16,10 @@ namespace tvn::tests
 /// A script's variable that holds `value`, as it arrives.
 VARIANT Referring(VARIANT& value);
 
+/// A new object, from the code under test itself, which is linked into this program, and not from
+/// what is registered.
+IApp* NewApp();
+
 /// The example's client, with narrow texts and the time-outs of tests.
 class AppClient : public talvern::Client
 {

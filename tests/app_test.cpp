@@ -111,27 +111,6 @@ TEST_F(Scripting, EachObjectHasABrowserThatOutlivesItsRelease)
     EXPECT_TRUE(Running("talvern.exe").empty());
 }
 
-TEST(Apartment, AMessageDuringAPlayMayCallEveryMethod)
-{
-    CoInitialize(nullptr);
-    AppClient other;
-    ASSERT_EQ(other.Init(), sOk);
-    std::vector<int> nested;
-    CallLater(100, [&] {
-        nested = {other.Play("nested"), other.Display("nested"), other.Set("a", "b"), other.Init(),
-                  other.Exit(2)};
-        other.Release();
-    });
-    IApp* raw = other.Get();
-    int status = 0;
-    raw->tvnPlay(_bstr_t(L"!wait 20000"), 60, reinterpret_cast<Status*>(&status));
-    EXPECT_EQ(status, sFail) << "the browser was ended under it";
-    EXPECT_THAT(nested, ElementsAre(sFail, sFail, sOk, sInternal, sOk));
-    EXPECT_EQ(g_module.CanUnloadNow(), S_OK) << "the last reference went during the play";
-    EXPECT_TRUE(Running("talvern.exe").empty());
-    CoUninitialize();
-}
-
 TEST_F(Scripting, AnInitThatFailsEndsOnTimeWithItsStatusAndTrace)
 {
     const std::string wait = kTrace + "Wait new instance to callback";
@@ -171,6 +150,9 @@ TEST_F(Scripting, APlayThatGetsNoReplyEndsWithAStatus)
     EXPECT_EQ(app.Play("m", -1), sOk);
     EXPECT_EQ(app.Played("!wait 300", 0), "-3||");
     EXPECT_EQ(app.Played("next"), "1||next|next") << "the late reply was skipped";
+    EXPECT_EQ(app.Played("!wait 300\n!reply old[tvn!E!tvn]x", 0), "-3||");
+    EXPECT_EQ(app.Played("!silent", 1), "-3||") << "the late reply has come meanwhile";
+    EXPECT_EQ(app.Played("own"), "1||own|own");
     app.Set("v", "1");
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Played("!silent", 1), "-3||"); }), Within(900, 3000));
     EXPECT_EQ(app.Played("!claim"), "1||") << "whatever length it claims, its fields are there";

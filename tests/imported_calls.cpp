@@ -356,7 +356,9 @@ bool BlockFails() noexcept
 
 void BlockIsFreed() noexcept
 {
-    g_openBlocks -= IsWatched() ? 1 : 0;
+    if (IsWatched()) {
+        --g_openBlocks;
+    }
 }
 
 void FailEach(Fails how, const std::function<void()>& before, const std::function<void()>& work,

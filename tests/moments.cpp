@@ -22,11 +22,21 @@ bool Eventually(const std::function<bool()>& condition)
 
 void CallLater(UINT delay, const std::function<void()>& action)
 {
+    CallWhen([] { return true; }, action, delay);
+}
+
+void CallWhen(const std::function<bool()>& condition, const std::function<void()>& action,
+              UINT delay)
+{
+    static std::function<bool()> isTime;
     static std::function<void()> later;
+    isTime = condition;
     later = action;
     SetTimer(nullptr, 0, delay, [](HWND, UINT, UINT_PTR timer, DWORD) {
-        KillTimer(nullptr, timer);
-        later();
+        if (isTime()) {
+            KillTimer(nullptr, timer);
+            later();
+        }
     });
 }
 

@@ -43,12 +43,11 @@ class GuardedPages
 
     void* Allocate(std::size_t size)
     {
-        const std::size_t pages = size / kPage + 1;
+        const std::size_t pages = std::max<std::size_t>(1, (size + kPage - 1) / kPage);
         const std::size_t first = m_next.fetch_add(pages + 1);
         if (first + pages >= kCount) {
             return nullptr;
         }
-        m_pages[first] = pages;
         auto* block =
             static_cast<char*>(VirtualAlloc(At(first), pages * kPage, MEM_COMMIT, PAGE_READWRITE));
         return block + pages * kPage - (size + kAlignment - 1) / kAlignment * kAlignment;
@@ -56,13 +55,14 @@ class GuardedPages
 
     void Free(void* memory)
     {
-        const std::size_t first = (Address(memory) - m_start) / kPage;
-        VirtualFree(At(first), m_pages[first] * kPage, MEM_DECOMMIT);
+        MEMORY_BASIC_INFORMATION block = {};
+        VirtualQuery(memory, &block, sizeof block);
+        VirtualFree(block.BaseAddress, block.RegionSize, MEM_DECOMMIT);
     }
 
   private:
     static constexpr std::size_t kPage = 0x1000;
-    static constexpr std::size_t kCount = 0x40000;
+    static constexpr std::size_t kCount = 0x800000;
     static constexpr std::size_t kAlignment = 16;
 
     static std::size_t Address(const void* memory) { return reinterpret_cast<std::size_t>(memory); }
@@ -70,7 +70,6 @@ class GuardedPages
 
     std::size_t m_start = 0;
     std::atomic<std::size_t> m_next = 0;
-    std::size_t m_pages[kCount] = {};
 };
 
 constinit GuardedPages g_pages;

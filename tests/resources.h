@@ -14,7 +14,7 @@ std::ptrdiff_t CountHandles();
 extern std::size_t g_largestAllocation;
 
 /// While one lives, memory that is freed can no longer be touched, and is not given out again: who
-/// touches it ends the program, with a line that says so. Slow, and good for some 100,000 blocks.
+/// touches it ends the program, with a line that says so. Slow, and good for some million blocks.
 class FreedMemoryIsGone
 {
   public:

@@ -1,0 +1,211 @@
+// On each method's way, every call of the platform and every block of memory fails. The method then
+// ends with a status and its reason, leaves nothing behind, and its object still exits, starts and
+// plays.
+
+#include "Interface/ServerModule.h"
+#include "basicslib/StatusCode.h"
+#include "tests/app_client.h"
+#include "tests/imported_calls.h"
+#include "tests/other_side.h"
+#include "tests/stress/cases.h"
+#include "tests/surroundings.h"
+
+namespace tvn::tests
+{
+namespace
+{
+
+enum class Before : unsigned char { kNothing, kRunner, kOwnBrowser, kFirefox };
+
+/// One way through a method. What starts processes takes its time and is left to longer runs.
+struct Way
+{
+    const char* name;
+    Before before;
+    std::function<HRESULT(IApp& app, Status* status)> call;
+    bool startsProcesses = false;
+    bool isGetter = false;  ///< which has no text to tell what it misses
+};
+
+const _variant_t kLeftOut = AppClient::LeftOut();
+
+/// What a call needs is made before it is watched.
+auto Init(const char* line, bool openNew)
+{
+    return [line = _variant_t(line), openNew](IApp& app, Status* status) {
+        return app.tvnInit(line, openNew ? VARIANT_TRUE : VARIANT_FALSE, kLeftOut, kLeftOut,
+                           kLeftOut, 1, status);
+    };
+}
+
+auto Play(std::size_t length)
+{
+    return [macro = _bstr_t(std::wstring(length, L'x').c_str())](IApp& app, Status* status) {
+        return app.tvnPlay(macro, 1, status);
+    };
+}
+
+HRESULT Exit(IApp& app, Status* status)
+{
+    return app.tvnExit(1, status);
+}
+
+HRESULT Set(IApp& app, Status* status)
+{
+    static const _bstr_t text = L"New York";
+    return app.tvnSet(text, text, status);
+}
+
+/// A getter's value takes the place of a status.
+template <class Getter>
+HRESULT Get(Status* status, Getter getter)
+{
+    BSTR value = nullptr;
+    const HRESULT result = getter(&value);
+    *status = static_cast<Status>(value == nullptr ? sFail : sOk);
+    SysFreeString(value);
+    return result;
+}
+
+const Way kWays[] = {
+    {"tvnPlay", Before::kRunner, Play(5)},
+    {"tvnPlay, long", Before::kRunner, Play(100'000)},
+    {"tvnDisplay", Before::kRunner,
+     [](IApp& app, Status* status) {
+         static const _bstr_t text = L"text";
+         return app.tvnDisplay(text, 1, status);
+     }},
+    {"tvnSet", Before::kNothing, &Set},
+    {"tvnGetLastError", Before::kRunner,
+     [](IApp& app, Status* status) {
+         return Get(status, [&](BSTR* value) { return app.tvnGetLastError(value); });
+     },
+     false, true},
+    {"tvnGetLastExtract", Before::kRunner,
+     [](IApp& app, Status* status) {
+         static const _variant_t first = 1L;
+         return Get(status, [&](BSTR* value) { return app.tvnGetLastExtract(first, value); });
+     },
+     false, true},
+    {"tvnInit, runner", Before::kNothing, Init("-runner", true)},
+    {"tvnInit, free browser of the runner", Before::kNothing, Init("-runner", false)},
+    {"tvnExit, runner", Before::kRunner, &Exit},
+    {"tvnInit, own browser", Before::kNothing, Init("", true), true},
+    {"tvnInit, Firefox", Before::kNothing, Init("-fx", true), true},
+    {"tvnInit, Internet Explorer", Before::kNothing, Init("-ie", true), true},
+    {"tvnExit, own browser", Before::kOwnBrowser, &Exit, true},
+    {"tvnExit, Firefox", Before::kFirefox, &Exit, true},
+};
+
+/// The course of one failure, from the object's making to its end.
+struct Course
+{
+    HRESULT result = E_FAIL;
+    int status = 0;
+    bool hasText = false;
+    int after[3] = {};  ///< an init, a play and an exit
+    const char* failed = nullptr;
+    unsigned int calls = 0;
+    int handles = 0;
+    int blocks = 0;
+};
+
+Status* At(int& status)
+{
+    return reinterpret_cast<Status*>(&status);
+}
+
+Course CourseOf(const Way& way, unsigned int call, Fails how)
+{
+    static const auto begin = Init("-runner", false);
+    static const auto beginOwn = Init("", true);
+    static const auto beginFirefox = Init("-fx", true);
+    static const auto play = Play(5);
+    Course course;
+    ImportWatch watch;
+    IApp* const app = NewApp();
+    switch (way.before) {
+        case Before::kNothing:
+            break;
+        case Before::kRunner:
+            begin(*app, At(course.status));
+            play(*app, At(course.status));
+            Set(*app, At(course.status));
+            break;
+        case Before::kOwnBrowser:
+            beginOwn(*app, At(course.status));
+            break;
+        case Before::kFirefox:
+            beginFirefox(*app, At(course.status));
+            break;
+    }
+    const unsigned int before = watch.CallsThatCanFail(how);
+    watch.Fail(kAnything, ERROR_NOT_ENOUGH_MEMORY, call, how);
+    course.result = way.call(*app, At(course.status));
+    course.failed = watch.Failed();
+    watch.Fail("", 0, 0);
+    course.calls = watch.CallsThatCanFail(how) - before;
+    BSTR text = nullptr;
+    app->tvnGetLastError(&text);
+    course.hasText = SysStringLen(text) != 0;
+    SysFreeString(text);
+    Exit(*app, At(course.after[0]));
+    begin(*app, At(course.after[0]));
+    play(*app, At(course.after[1]));
+    Exit(*app, At(course.after[2]));
+    app->Release();
+    course.handles = watch.OpenHandles();
+    course.blocks = watch.OpenBlocks();
+    return course;
+}
+
+}  // namespace
+
+class FailingCalls : public testing::TestWithParam<Fails>
+{};
+
+TEST_P(FailingCalls, EndAMethodWithItsStatusAndLeaveItsObjectOfUse)
+{
+    const testing::Matcher<std::string> isMemory =
+        testing::AnyOf("new", "malloc", testing::StartsWith("SysAlloc"));
+    OtherSide otherSide;
+    std::map<std::string, int> tally;
+    Cases::ForEach(std::size(kWays), [&](std::uint64_t number, auto&) {
+        const Way& way = kWays[number];
+        if (way.startsProcesses && Scale() == 1) {
+            return;
+        }
+        CourseOf(way, 0, GetParam());  // makes what is kept
+        const Course usual = CourseOf(way, 0, GetParam());
+        for (unsigned int call = 0; call <= usual.calls; ++call) {
+            const Course course = CourseOf(way, call, GetParam());
+            if (way.startsProcesses) {
+                EndBrowsers();
+            }
+            SCOPED_TRACE(std::string(way.name) + ", call " + std::to_string(call) + ", " +
+                         (course.failed == nullptr ? "none" : course.failed));
+            EXPECT_EQ(course.result, S_OK);
+            EXPECT_THAT(course.after, testing::Each(sOk));
+            EXPECT_EQ(course.handles, usual.handles);
+            EXPECT_EQ(course.blocks, usual.blocks);
+            EXPECT_TRUE(course.failed == nullptr ? course.status == sOk
+                                                 : course.status == sOk || course.status < 0)
+                << course.status;
+            const bool isShort = GetParam() == Fails::kOnce && course.failed != nullptr &&
+                                 testing::Matches(isMemory)(course.failed);
+            EXPECT_TRUE(!isShort || course.status == sOk || course.hasText || way.isGetter);
+            ++tally[course.status == sOk ? "succeeded"
+                    : course.hasText     ? "with_text"
+                                         : "status_" + std::to_string(-course.status)];
+            ++tally["calls"];
+        }
+    });
+    for (const auto& [what, count] : tally) {
+        RecordProperty(what, count);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, FailingCalls,
+                         testing::Values(Fails::kOnce, Fails::kThoughDone, Fails::kFromHereOn));
+
+}  // namespace tvn::tests

@@ -1,0 +1,152 @@
+// Many objects on as many threads at once, one object that another apartment calls, and processes
+// that end with an object in use.
+
+#include <thread>
+
+#include "Interface/ServerModule.h"
+#include "basicslib/StatusCode.h"
+#include "pipeutils/WaitPumping.h"
+#include "process/Process.h"
+#include "tests/app_client.h"
+#include "tests/moments.h"
+#include "tests/other_side.h"
+#include "tests/resources.h"
+#include "tests/stress/cases.h"
+#include "tests/surroundings.h"
+
+namespace tvn::tests
+{
+
+constexpr LONG kSeconds = 20;
+constexpr std::size_t kThreads = 8;
+
+TEST(Threads, EachHasAnObjectOfItsOwnAndAllWorkAtOnce)
+{
+    OtherSide otherSide(OtherSide::Pipes::Both, 4 * kThreads);
+    const auto run = [](std::uint64_t rounds) {
+        std::vector<std::jthread> threads;
+        for (std::size_t thread = 0; thread < kThreads; ++thread) {
+            threads.emplace_back([rounds] {
+                AppClient app;
+                for (std::uint64_t round = 0; round < rounds && !HasFailure(); ++round) {
+                    EXPECT_EQ(app.Init("-runner", round % 2 == 0, kSeconds), sOk);
+                    EXPECT_EQ(app.Set("city", "New York"), sOk);
+                    EXPECT_EQ(app.Played("macro"), "1||played[EXTRACT]well|played|well");
+                    EXPECT_EQ(app.Exit(kSeconds), sOk);
+                }
+            });
+        }
+    };
+    run(2);
+    const NoHandleStaysOpen handles;
+    run(20 * Scale());
+}
+
+TEST(Threads, AnotherApartmentCallsAnObjectByTheNamesOfItsMethods)
+{
+    using Microsoft::WRL::ComPtr;
+    OtherSide otherSide;
+    const talvern::Apartment apartment;
+    const AppClient app;
+    IStream* stream = nullptr;
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IDispatch, app.Get(), &stream), S_OK);
+    const auto ended = NewEvent();
+    std::jthread other([&] {
+        const talvern::Apartment own;
+        {
+            ComPtr<IDispatch> object;
+            EXPECT_EQ(CoGetInterfaceAndReleaseStream(
+                          stream, IID_IDispatch, reinterpret_cast<void**>(object.GetAddressOf())),
+                      S_OK);
+            const auto call = [&](std::wstring method, std::vector<_variant_t> reversed = {}) {
+                wchar_t* name = method.data();
+                DISPID id = 0;
+                EXPECT_EQ(object->GetIDsOfNames(IID_NULL, &name, 1, 0, &id), S_OK);
+                DISPPARAMS parameters = {reversed.data(), nullptr,
+                                         static_cast<UINT>(reversed.size()), 0};
+                _variant_t result;
+                EXPECT_EQ(object->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &parameters, &result,
+                                         nullptr, nullptr),
+                          S_OK);
+                return result;
+            };
+            Cases::ForEach(20 * Scale(), [&](std::uint64_t, auto&) {
+                EXPECT_EQ(call(L"tvnInit", {false, L"-runner"}), _variant_t(1L));
+                EXPECT_EQ(call(L"tvnSet", {L"New York", L"city"}), _variant_t(1L));
+                EXPECT_EQ(call(L"tvnPlay", {L"macro"}), _variant_t(1L));
+                EXPECT_EQ(call(L"tvnGetLastExtract"), _variant_t(L"played[EXTRACT]well"));
+                EXPECT_EQ(call(L"tvnGetLastError"), _variant_t(L""));
+                EXPECT_EQ(call(L"tvnDisplay", {L"text"}), _variant_t(1L));
+                EXPECT_EQ(call(L"tvnExit"), _variant_t(1L));
+            });
+        }
+        SetEvent(ended->Get());
+    });
+    EXPECT_EQ(WaitPumping(ended->Get(), 60'000), WAIT_OBJECT_0 + 0U);
+}
+
+/// Children of the test below: this program, started for one of them alone. The delivered DLL is in
+/// use when they end.
+class DISABLED_Ending : public testing::Test
+{
+  protected:
+    static constexpr UINT kEnded = 7;
+
+    DISABLED_Ending()
+    {
+        const HMODULE dll = LoadLibraryA((BuildFolder() + "\\talvern.dll").c_str());
+        const auto getClassObject = reinterpret_cast<decltype(&DllGetClassObject)>(
+            reinterpret_cast<void*>(GetProcAddress(dll, "DllGetClassObject")));
+        IClassFactory* factory = nullptr;
+        void* object = nullptr;
+        getClassObject(CLSID_App, IID_IClassFactory, reinterpret_cast<void**>(&factory));
+        factory->CreateInstance(nullptr, IID_IApp, &object);
+        app = static_cast<IApp*>(object);
+        const _variant_t none = AppClient::LeftOut();
+        app->tvnInit(_variant_t("-runner"), VARIANT_FALSE, none, none, none, 10, result);
+    }
+
+    IApp* app = nullptr;  // never let go
+    int status = 0;
+    Status* const result = reinterpret_cast<Status*>(&status);
+};
+
+TEST_F(DISABLED_Ending, WithAnObject)
+{
+    app->tvnPlay(_bstr_t(L"macro"), 10, result);
+    std::exit(status == sOk ? kEnded : 1);
+}
+
+TEST_F(DISABLED_Ending, DuringAPlay)
+{
+    std::thread([this] { app->tvnPlay(_bstr_t(L"macro"), 60, result); }).detach();
+    Sleep(200);
+    ExitProcess(status == sOk ? kEnded : 1);
+}
+
+TEST(Processes, EndAtOnceWithAnObjectInUse)
+{
+    OtherSide otherSide;
+    for (const char* child : {"WithAnObject", "DuringAPlay"}) {
+        for (std::uint64_t round = 0; round < 2 * Scale(); ++round) {
+            otherSide.Oblige();
+            if (*child == 'D') {
+                otherSide.Next(Stage::Play, [](Turn& turn) {
+                    turn.peer.Hold();
+                    return false;
+                });
+            }
+            const auto process = Started(
+                "tests\\talvern_tests.exe",
+                std::string("--gtest_also_run_disabled_tests --gtest_filter=*Ending.") + child);
+            const Handle handle(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
+                                            process->GetPid()));
+            EXPECT_EQ(WaitForSingleObject(handle.Get(), 10'000), WAIT_OBJECT_0) << child;
+            DWORD code = 0;
+            GetExitCodeProcess(handle.Get(), &code);
+            EXPECT_EQ(code, 7U) << child;
+        }
+    }
+}
+
+}  // namespace tvn::tests
