@@ -15,7 +15,7 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DOCUMENTS = sorted([*ROOT.glob("*.md"), *ROOT.glob("docs/*.md"), *ROOT.glob("*/README.md")])
-NO_PRODUCT = {"bench", "docs", "examples", "soak", "tests", "tools", "tvntrace"}
+NO_PRODUCT = {"bench", "docs", "examples", "tests", "tools", "tvntrace"}
 
 
 def text_of(name):
@@ -198,7 +198,7 @@ class Documents(unittest.TestCase):
         for _ in folders():
             for others in known.values():
                 others.update(*(known.get(other, ()) for other in set(others)))
-        for name in folders() - {"tests", "bench", "soak"}:
+        for name in folders() - {"tests", "bench"}:
             for path in [*ROOT.glob(name + "/*.cpp"), *ROOT.glob(name + "/*.h")]:
                 for included in re.findall(r'#include "(\w+)/', text_of(path)):
                     with self.subTest(source=str(path.relative_to(ROOT))):

@@ -146,6 +146,8 @@ constinit std::array<unsigned int, kPointCount> g_calls = {};
 constinit DWORD g_watchedThread = 0;
 constinit int g_openHandles = 0;
 constinit int g_openBlocks = 0;
+constinit std::size_t g_openBytes = 0;
+constinit std::size_t g_peakBytes = 0;
 constinit Plan g_plan;
 
 void* Find(const char* name)
@@ -293,6 +295,8 @@ ImportWatch::ImportWatch() noexcept
     g_calls = {};
     g_openHandles = 0;
     g_openBlocks = 0;
+    g_openBytes = 0;
+    g_peakBytes = 0;
     g_plan = {};
     g_watchedThread = Real<kGetCurrentThreadId, DWORD()>()();
 }
@@ -343,21 +347,31 @@ int ImportWatch::OpenBlocks() const noexcept
     return g_openBlocks;
 }
 
-bool BlockFails() noexcept
+std::size_t ImportWatch::PeakBytes() const noexcept
+{
+    return g_peakBytes;
+}
+
+bool BlockFails(std::size_t size) noexcept
 {
     if (!IsWatched()) {
         return false;
     }
     ++g_calls[kOperatorNew];
-    const bool fails = g_plan.Strikes(kOperatorNew);
-    g_openBlocks += fails ? 0 : 1;
-    return fails;
+    if (g_plan.Strikes(kOperatorNew)) {
+        return true;
+    }
+    ++g_openBlocks;
+    g_openBytes += size;
+    g_peakBytes = std::max(g_peakBytes, g_openBytes);
+    return false;
 }
 
-void BlockIsFreed() noexcept
+void BlockIsFreed(std::size_t size) noexcept
 {
     if (IsWatched()) {
         --g_openBlocks;
+        g_openBytes -= std::min(g_openBytes, size);  // it may be an older one
     }
 }
 

@@ -54,6 +54,9 @@ class ImportWatch
     /// COM strings.
     int OpenHandles() const noexcept;
     int OpenBlocks() const noexcept;
+
+    /// The most bytes of blocks that were open at a time.
+    std::size_t PeakBytes() const noexcept;
 };
 
 /// What one failure came to.
@@ -69,8 +72,8 @@ void FailEach(Fails how, const std::function<void()>& before, const std::functio
               const std::function<void(const Failure& failure)>& after);
 
 /// For operator new and delete, which are defined elsewhere.
-bool BlockFails() noexcept;
-void BlockIsFreed() noexcept;
+bool BlockFails(std::size_t size) noexcept;
+void BlockIsFreed(std::size_t size) noexcept;
 
 /// Puts another function in the place of an import, on all threads, until it goes. Made by the
 /// macro, which sees to it that the two are of one type.

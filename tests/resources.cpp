@@ -95,7 +95,7 @@ void* operator new(std::size_t size)
     using tvn::tests::g_largestAllocation;
     g_largestAllocation = std::max(g_largestAllocation, size);
     void* memory = nullptr;
-    if (!tvn::tests::BlockFails()) {
+    if (!tvn::tests::BlockFails(size)) {
         memory = tvn::tests::g_guarding ? tvn::tests::g_pages.Allocate(size)
                                         : HeapAlloc(GetProcessHeap(), 0, size);
     }
@@ -110,8 +110,9 @@ void operator delete(void* memory) noexcept
     if (memory == nullptr) {
         return;
     }
-    tvn::tests::BlockIsFreed();
-    if (tvn::tests::g_pages.Contains(memory)) {
+    const bool isGuarded = tvn::tests::g_pages.Contains(memory);
+    tvn::tests::BlockIsFreed(isGuarded ? 0 : HeapSize(GetProcessHeap(), 0, memory));
+    if (isGuarded) {
         tvn::tests::g_pages.Free(memory);
     } else {
         HeapFree(GetProcessHeap(), 0, memory);

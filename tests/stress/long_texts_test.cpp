@@ -10,9 +10,8 @@
 namespace tvn::tests
 {
 
-TEST(LongTexts, ArriveWholeAndTakeNoMoreThanTwiceTheirRoom)
+TEST(LongTexts, ArriveWholeAndTakeNoMoreThanFourTimesTheirRoom)
 {
-    constexpr std::wstring_view kSeparator = L"[EXTRACT]";
     constexpr std::size_t kPieceSize = 100;
     const std::size_t pieces = std::min<std::size_t>(50'000 * Scale(), 1'000'000);
     const auto piece = [](std::size_t index) {

@@ -47,7 +47,7 @@ TEST(Threads, AnotherApartmentCallsAnObjectByTheNamesOfItsMethods)
     using Microsoft::WRL::ComPtr;
     OtherSide otherSide;
     const talvern::Apartment apartment;
-    const AppClient app;
+    const talvern::Client app;  // of the DLL, with the type library
     IStream* stream = nullptr;
     ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IDispatch, app.Get(), &stream), S_OK);
     const auto ended = NewEvent();
@@ -124,7 +124,7 @@ TEST_F(DISABLED_Ending, DuringAPlay)
     ExitProcess(status == sOk ? kEnded : 1);
 }
 
-TEST(Processes, EndAtOnceWithAnObjectInUse)
+TEST(Ends, OfProcessesComeAtOnceWithAnObjectInUse)
 {
     OtherSide otherSide;
     for (const char* child : {"WithAnObject", "DuringAPlay"}) {
@@ -138,7 +138,8 @@ TEST(Processes, EndAtOnceWithAnObjectInUse)
             }
             const auto process = Started(
                 "tests\\talvern_tests.exe",
-                std::string("--gtest_also_run_disabled_tests --gtest_filter=*Ending.") + child);
+                std::string("--gtest_also_run_disabled_tests --gtest_filter=DISABLED_Ending.") +
+                    child);
             const Handle handle(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
                                             process->GetPid()));
             EXPECT_EQ(WaitForSingleObject(handle.Get(), 10'000), WAIT_OBJECT_0) << child;

@@ -6,14 +6,13 @@ rem     tools\selftest.cmd [REPORT] [long]
 rem
 rem REPORT is the file to write, by default talvern-selftest.txt in the user's own folder; with
 rem "long", what takes minutes is tried as well. Beside this file there is the folder selftest with
-rem the programs (tests, soak, standins, scripts, each in the folder that it is built in), and
+rem the programs (tests, standins, scripts, each in the folder that it is built in), and
 rem talvern.dll in the folder above.
 setlocal
 set "HERE=%~dp0"
 set "REPORT=%~1"
 if "%REPORT%"=="" set "REPORT=%USERPROFILE%\talvern-selftest.txt"
-set "FORM=--short"
-if /i "%~2"=="long" set "FORM="
+if /i "%~2"=="long" set TALVERN_SCALE=20
 set "WORK=%TEMP%\talvern-selftest"
 set "KEY=HKLM\SOFTWARE\Talvern"
 set "FIREFOX=HKLM\SOFTWARE\Mozilla\Mozilla Firefox\3.6.8 (en-US)\Main"
@@ -70,8 +69,6 @@ if errorlevel 1 echo The stand-in for Internet Explorer cannot be registered her
 rem Two tests look for the folder of the sources.
 call :step "tests" "%WORK%\run\tests\talvern_tests.exe" --gtest_brief=1 --gtest_filter=-ScriptHost.*:Examples.*:*NoPathOfTheMachineThatBuiltIt
 for %%S in (vbs js) do call :script %%S
-for %%C in (decoders resources reentry threads big unload) do call :step "soak: %%C" "%WORK%\run\soak\soak.exe" %%C %FORM% --report "%WORK%\%%C.md"
-for %%C in (decoders resources reentry threads big unload) do if exist "%WORK%\%%C.md" type "%WORK%\%%C.md" >> "%REPORT%"
 
 taskkill /f /im talvern.exe >nul 2>&1
 reg delete "%KEY%" /v PathBasic /f /reg:32 >nul 2>&1

@@ -25,7 +25,7 @@ stage_selftest() { # folder
     cp tools/packaging/selftest.cmd "$1"
     cp tests/script_host_test.{vbs,js}{,.txt} "$programs/scripts"
     (cd "$build/release" && cp --parents -t "$programs" tests/talvern_tests.exe \
-        tests/window_owner.exe tests/windows/iexplore.exe soak/soak.exe tvntrace/tvntrace.exe \
+        tests/window_owner.exe tests/windows/iexplore.exe tvntrace/tvntrace.exe \
         standins/{talvern,iexplore,firefox,runner}.exe)
 }
 
