@@ -1,12 +1,19 @@
-// The time of one operation, which every wait inside it shares.
+// The longest time that a timer takes: what is longer would be over at once.
+const longestTimer = 2 ** 31 - 1;
+
+// The time of one operation, which every wait inside it shares, and the signal of its play, whose end
+// ends them all.
 class Deadline {
   // How much longer than its own waits something inside the visible page is waited for. An answer
   // that names what was waited for is worth more than one that comes on the dot.
   static grace = 500;
 
+  #signal;
+
   // `timeout` in milliseconds; 0 is no limit.
-  constructor(timeout) {
+  constructor(timeout, signal) {
     this.end = timeout > 0 ? performance.now() + timeout : Infinity;
+    this.#signal = signal;
   }
 
   // Milliseconds left, or null without a limit, as the visible page's code takes it.
@@ -14,20 +21,37 @@ class Deadline {
     return this.end === Infinity ? null : Math.max(0, this.end - performance.now());
   }
 
-  // What `promise` gives, or an error with the text of `late` when the time is over before.
+  get isOver() {
+    return this.left === 0 || this.#signal.aborted;
+  }
+
+  // What `promise` gives; an error with the text of `late` when the time is over before, and the
+  // signal's own when the play is.
   async within(promise, late, grace = 0) {
-    if (this.end === Infinity) {
-      return promise;
-    }
     let timer;
+    let ended;
     const end = new Promise((resolve, reject) => {
-      timer = setTimeout(() => reject(new Error(late())), this.left + grace);
+      ended = () => reject(this.#signal.reason);
+      this.#signal.addEventListener("abort", ended);
+      if (this.#signal.aborted) {
+        ended();
+      }
+      if (this.end !== Infinity) {
+        const wait = Math.min(this.left + grace, longestTimer);
+        timer = setTimeout(() => reject(new Error(late())), wait);
+      }
     });
     try {
       return await Promise.race([promise, end]);
     } finally {
       clearTimeout(timer);
+      this.#signal.removeEventListener("abort", ended);
     }
+  }
+
+  // Waits for a while that is a part of the operation.
+  pause(milliseconds, late) {
+    return this.within(new Promise((resolve) => setTimeout(resolve, milliseconds)), late);
   }
 }
 

@@ -1,10 +1,10 @@
 // Runs in the visible page, in a world of its own: shows a text in a bar at the top for a while.
-// The bar is in nobody's way: clicks go through it.
+// The bar is in nobody's way, clicks go through it; and the text is nobody's but the person's, the
+// page's scripts do not see into a closed root.
 function (text, milliseconds) {
-  const name = "talvern-display";
-  document.querySelector(name)?.remove();
-  const bar = document.createElement(name);
-  bar.textContent = text;
+  globalThis.talvernDisplay?.remove();
+  const bar = (globalThis.talvernDisplay = document.createElement("div"));
+  bar.attachShadow({ mode: "closed" }).textContent = text;
   Object.assign(bar.style, {
     all: "initial",
     position: "fixed",

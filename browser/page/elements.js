@@ -1,8 +1,14 @@
-// Runs inside the visible page, in a world of its own that the page's scripts do not see. It finds
-// elements, and waits until what a person would need of them is true. It is loaded into every
-// document as text, so it uses nothing from outside.
-function elementsInPage() {
+// Runs inside the visible page as `selectorsInPage` does: waits until what a person would need of an
+// element is true. To `own` it adds the waiting, and the answers that `ask` gives.
+function elementsInPage(own) {
   const gone = "is not there";
+  // What a person acts on by itself, also inside a label.
+  const controls =
+    "a[href], area[href], button, input, select, textarea, summary, [contenteditable]," +
+    " [role=button], [role=link], [role=checkbox], [role=radio], [role=switch], [role=textbox]," +
+    " [role=combobox], [role=tab], [role^=menuitem]";
+  // Whoever waits goes on as long as this is the object that it began with.
+  let round = {};
 
   // Resolves at the next frame with true, and without one with false.
   function nextFrame() {
@@ -16,33 +22,26 @@ function elementsInPage() {
     });
   }
 
-  function isSelector(text) {
-    try {
-      document.createDocumentFragment().querySelector(text);
-      return true;
-    } catch {
-      return false;
-    }
-  }
-
-  function named(element) {
+  own.named = (element) => {
     const id = element.id ? ` id="${element.id}"` : "";
     return `<${element.localName}${id}>`;
-  }
+  };
 
-  // The control that a label stands for.
-  function controlOf(element) {
-    return element.closest("label")?.control ?? element;
-  }
+  // The control that a label stands for, when the element is no control itself.
+  own.controlOf = (element) => {
+    const near = element.closest(`label, ${controls}`);
+    return (near?.localName === "label" && near.control) || element;
+  };
 
-  function isVisible(element) {
+  own.isVisible = (element) => {
     const box = element.getBoundingClientRect();
     return box.width > 0 && box.height > 0 && element.checkVisibility({ visibilityProperty: true });
-  }
+  };
 
   function isEnabled(element) {
-    const control = controlOf(element);
-    return !control.matches(":disabled") && !control.closest('[aria-disabled="true"]');
+    const control = own.controlOf(element);
+    const disabled = (control.closest(controls) ?? control).matches(":disabled");
+    return !disabled && !control.matches(":disabled") && !control.closest('[aria-disabled="true"]');
   }
 
   function isEditable(element) {
@@ -71,13 +70,24 @@ function elementsInPage() {
     return found;
   }
 
-  function holds(element, other) {
-    for (let at = other; at; at = at.parentNode ?? at.host) {
+  own.holds = (element, other) => {
+    for (let at = other; at; at = at.assignedSlot ?? at.parentNode ?? at.host) {
       if (at === element) {
         return true;
       }
     }
     return false;
+  };
+
+  // Whether a click that meets `hit` is one on the element: on a part of it, on its label, or on
+  // the control around it when the element lets clicks through.
+  function isHitBy(element, hit) {
+    if (own.holds(element, hit) || own.holds(own.controlOf(element), hit)) {
+      return true;
+    }
+    const around = element.closest(controls);
+    const letsThrough = getComputedStyle(element).pointerEvents === "none";
+    return own.controlOf(hit) === element || (letsThrough && around && own.holds(around, hit));
   }
 
   // Scrolls the element into view, to another edge at each try because something may lie over one
@@ -89,19 +99,28 @@ function elementsInPage() {
     }
     const point = middle(element);
     const hit = point.seen ? elementAt(point) : null;
-    if (hit && (holds(element, hit) || holds(controlOf(element), hit))) {
+    if (hit && isHitBy(element, hit)) {
       return { value: { x: point.x, y: point.y } };
     }
-    const label = hit?.closest?.("label");
-    if (label && label.control === element) {
-      return { value: { x: point.x, y: point.y } };
-    }
-    return { lacks: hit ? `is covered by ${named(hit)}` : "cannot be scrolled into view" };
+    return { lacks: hit ? `is covered by ${own.named(hit)}` : "cannot be scrolled into view" };
+  }
+
+  // Whether an animation may move a box: it runs by itself, not as far as somebody scrolls, and is
+  // about more than colours.
+  function mayMove({ timeline, effect }) {
+    const harmless = /color|opacity|shadow|filter|outline|background|fill|stroke|visibility|cursor/i;
+    const names = effect.getKeyframes().flatMap((frame) => Object.keys(frame));
+    const about = ["offset", "computedOffset", "easing", "composite"];
+    return (
+      timeline instanceof DocumentTimeline &&
+      names.some((name) => !about.includes(name) && !harmless.test(name))
+    );
   }
 
   // An animation, a frame of scripted movement or a late layout: whatever it is, the box moves from
   // one time of the page's clock to the next. The first frame after a task may still have the task's
-  // time, and without frames nothing that is animated moves.
+  // time, and without frames nothing that is animated moves: there, and before its first frame, an
+  // animation of the element or of what it lies in counts by itself.
   class Rest {
     #element;
     #box;
@@ -114,8 +133,11 @@ function elementsInPage() {
       const moves = document
         .getAnimations()
         .some(
-          ({ pending, playState, effect }) =>
-            pending || (!drawn && playState === "running" && holds(effect?.target, element)),
+          (one) =>
+            one.playState === "running" &&
+            (one.pending || !drawn) &&
+            own.holds(one.effect?.target, element) &&
+            mayMove(one),
         );
       const same = this.#element === element && this.#box === box;
       if (moves || !same) {
@@ -127,189 +149,81 @@ function elementsInPage() {
     }
   }
 
-  // Waits up to `timeout` milliseconds (null: no limit) until the element is there and has what is
-  // `wanted`, and gives what `use` makes of it: a value, what the element still lacks, or what
-  // stands against it for good.
-  async function ready(selector, wanted, timeout, use) {
-    if (!isSelector(selector)) {
+  // Looks again and again, at most `timeout` milliseconds (null: no limit), until `look` gives
+  // something else than what is lacking: a value, or what stands against it for good.
+  async function until(text, timeout, look) {
+    const mine = round;
+    const end = timeout === null ? Infinity : performance.now() + timeout;
+    let selector;
+    try {
+      selector = new own.Selector(text);
+    } catch {
       return { against: "is not a selector" };
     }
-    const end = timeout === null ? Infinity : performance.now() + timeout;
+    for (let drawn = false; ; drawn = await nextFrame()) {
+      if (mine !== round) {
+        return { against: "is not waited for any more" };
+      }
+      const result = await look(selector, drawn);
+      if (!result.lacks || performance.now() >= end) {
+        return result;
+      }
+    }
+  }
+
+  // Waits until the element is there and has what is `wanted`, and gives what `use` makes of it.
+  own.ready = (text, wanted, timeout, use) => {
     const rest = new Rest();
-    let drawn = false;
     const checks = {
-      visible: (element) => isVisible(element) || "is not visible",
-      enabled: (element) => isEnabled(element) || "is not enabled",
-      editable: (element) => isEditable(controlOf(element)) || "is not editable",
-      resting: (element) => rest.at(element, drawn) || "is not at rest",
+      // The body takes keys whether there is anything in it or not.
+      visible: (one) => one === document.body || own.isVisible(one) || "is not visible",
+      enabled: (one) => isEnabled(one) || "is not enabled",
+      editable: (one) => isEditable(own.controlOf(one)) || "is not editable",
+      resting: (one, drawn) => rest.at(one, drawn) || "is not at rest",
     };
-    for (let tries = 0; ; ) {
-      const element = document.querySelector(selector);
-      let lacks = element ? null : gone;
-      for (const want of element ? wanted : []) {
-        const found = checks[want](element);
+    let tries = 0;
+    return until(text, timeout, (selector, drawn) => {
+      const element = selector.first();
+      if (!element) {
+        return { lacks: gone };
+      }
+      for (const want of wanted) {
+        const found = checks[want](element, drawn);
         if (found !== true) {
-          lacks = found;
-          break;
+          return { lacks: found };
         }
       }
-      if (!lacks) {
-        const result = await use(element, tries++);
-        if (!result.lacks) {
-          return result;
-        }
-        lacks = result.lacks;
-      }
-      if (performance.now() >= end) {
-        return { lacks };
-      }
-      drawn = await nextFrame();
-    }
-  }
+      return use(element, tries++);
+    });
+  };
 
-  const textTypes = new Set(["", "text", "email", "number", "password", "search", "tel", "url"]);
-
-  // Selects what is in the element, so that what is typed next replaces it.
-  function focusAndSelect(element) {
-    element.focus();
-    if (element.isContentEditable) {
-      document.getSelection().selectAllChildren(element);
-    } else {
-      element.select();
-    }
-  }
-
-  function announce(element, ...types) {
-    for (const type of types) {
-      element.dispatchEvent(new Event(type, { bubbles: true, composed: true }));
-    }
-  }
-
-  function optionsFor(list, wanted) {
-    const found = [];
-    for (const want of wanted) {
-      const option = [...list.options].find((one, index) =>
-        typeof want === "object"
-          ? (want.value === undefined || one.value === want.value) &&
-            (want.label === undefined || one.label === want.label) &&
-            (want.index === undefined || index === want.index)
-          : one.value === want || one.label === want,
-      );
-      if (!option || option.disabled) {
-        return null;
-      }
-      found.push(option);
-    }
-    return list.multiple ? found : found.slice(0, 1);
-  }
-
-  globalThis.talvernElements = {
+  // What this world is asked for by name, each answer the `value`, what the element `lacks`, or what
+  // stands `against` it.
+  own.answers = {
     // The place to click at.
-    aim(selector, timeout) {
-      return ready(selector, ["visible", "enabled", "resting"], timeout, aim);
-    },
+    aim: (selector, timeout) =>
+      own.ready(selector, ["visible", "enabled", "resting"], timeout, aim),
 
-    // Readies the element for typing. Kinds of input that are not typed into are set here.
-    fill(selector, text, timeout) {
-      return ready(selector, ["visible", "enabled", "editable"], timeout, (element) => {
-        const control = controlOf(element);
-        const isInput = control.localName === "input";
-        const isText = control.localName === "textarea" || control.isContentEditable;
-        if (!isText && !(isInput && !["checkbox", "radio", "file"].includes(control.type))) {
-          return { against: `cannot be filled, it is a ${named(control)}` };
-        }
-        if (isInput && !textTypes.has(control.type)) {
-          control.focus();
-          control.value = text;
-          if (control.value !== text) {
-            return { against: `does not take "${text}"` };
-          }
-          announce(control, "input", "change");
-          return { value: "set" };
-        }
-        if (control.type === "number" && text !== "" && Number.isNaN(Number(text))) {
-          return { against: `does not take "${text}"` };
-        }
-        focusAndSelect(control);
-        return { value: "type" };
-      });
-    },
-
-    focus(selector, timeout) {
-      return ready(selector, [], timeout, (element) => {
-        element.focus();
-        return { value: true };
-      });
-    },
-
-    isChecked(selector, timeout) {
-      return ready(selector, [], timeout, (element) => {
-        const control = controlOf(element);
-        const role = control.getAttribute("role");
-        if (control.type === "checkbox" || control.type === "radio") {
-          return { value: { checked: control.checked } };
-        }
-        if (["checkbox", "radio", "switch"].includes(role)) {
-          return { value: { checked: control.getAttribute("aria-checked") === "true" } };
-        }
-        return { against: `cannot be checked, it is a ${named(control)}` };
-      });
-    },
-
-    select(selector, wanted, timeout) {
-      return ready(selector, ["visible", "enabled"], timeout, (element) => {
-        const list = controlOf(element);
-        if (list.localName !== "select") {
-          return { against: `has no options, it is a ${named(list)}` };
-        }
-        const options = optionsFor(list, wanted);
-        if (!options) {
-          return { lacks: "has no such option" };
-        }
-        list.focus();
-        for (const option of list.options) {
-          option.selected = options.includes(option);
-        }
-        announce(list, "input", "change");
-        return { value: options.map((option) => option.value) };
-      });
-    },
-
-    text(selector, timeout) {
-      return ready(selector, [], timeout, (element) => ({ value: element.textContent }));
-    },
-
-    attribute(selector, name, timeout) {
-      return ready(selector, [], timeout, (element) => ({ value: element.getAttribute(name) }));
-    },
+    // The place to move the mouse to, which may be over something that is disabled.
+    hover: (selector, timeout) => own.ready(selector, ["visible", "resting"], timeout, aim),
 
     // Waits until the element is "attached", "detached", "visible" or "hidden".
-    async state(selector, state, timeout) {
-      if (!isSelector(selector)) {
-        return { against: "is not a selector" };
-      }
-      const end = timeout === null ? Infinity : performance.now() + timeout;
-      const against = {
+    state(text, state, timeout) {
+      const lacks = {
         attached: (element) => !element && gone,
         detached: (element) => element && "is still there",
-        visible: (element) => (element ? !isVisible(element) && "is not visible" : gone),
-        hidden: (element) => element && isVisible(element) && "is still visible",
+        visible: (element) => (element ? !own.isVisible(element) && "is not visible" : gone),
+        hidden: (element) => element && own.isVisible(element) && "is still visible",
       };
-      for (;;) {
-        const lacks = against[state](document.querySelector(selector));
-        if (!lacks) {
-          return { value: true };
-        }
-        if (performance.now() >= end) {
-          return { lacks };
-        }
-        await nextFrame();
-      }
+      return until(text, timeout, (selector) => {
+        const lack = lacks[state](selector.first());
+        return lack ? { lacks: lack } : { value: true };
+      });
     },
 
     // Waits until the mouse moves over this document, which is where `selector` is.
-    mouse(selector, timeout) {
-      return new Promise((resolve) => {
+    mouse: (selector, timeout) =>
+      new Promise((resolve) => {
         const end = (answer) => {
           removeEventListener("mousemove", seen, true);
           resolve(answer);
@@ -319,12 +233,15 @@ function elementsInPage() {
         if (timeout !== null) {
           setTimeout(end, timeout, { against: "is not where the mouse reaches it" });
         }
-      });
-    },
+      }),
 
-    title() {
-      return { value: document.title };
-    },
+    // Gives the page's other tasks a turn: one that is to lead elsewhere has then begun to.
+    turn: () => new Promise((resolve) => setTimeout(resolve, 0, { value: true })),
+  };
+
+  // Nobody waits any more for what is waited for here.
+  own.stop = () => {
+    round = {};
   };
 }
 

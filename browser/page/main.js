@@ -37,8 +37,15 @@ class Program {
 
 Error.stackTraceLimit = 50;
 
+// What a page says can be put into this one's markup by a macro: nothing of it is to run here, where
+// the browser's protocol is at hand.
+const policy = document.createElement("meta");
+policy.httpEquiv = "Content-Security-Policy";
+policy.content = "default-src 'none'; script-src 'unsafe-eval'";
+document.head.append(policy);
+
 const program = new Program(globalThis.talvernProgram);
-const tree = new FrameTree(new Protocol(globalThis.talvernBrowser));
+const tabs = new Tabs(new Protocol(globalThis.talvernBrowser), program);
 delete globalThis.talvernProgram;
 
 const AsyncFunction = (async () => {}).constructor;
@@ -56,7 +63,7 @@ function ownNames(pairs) {
 let library = null;
 
 return {
-  attach: (targetId, macroTarget) => tree.attach(targetId, macroTarget),
+  attach: (targetId, macroTarget) => tabs.attach(targetId, macroTarget),
 
   // The page library has come, as one object.
   loaded(module) {
@@ -69,10 +76,10 @@ return {
   answered: (id, error, value) => program.answered(id, error, value),
 
   // Plays a macro to its end. Gives its pieces and, when it was stopped by an error, `error` with
-  // its message and line; `syntax` says that the line is still to be found, `gone` that the
+  // its message and line; `syntax` says that the line is still to be found, `gone` that the last
   // visible page was closed meanwhile.
   async play(source, variables, options, traces) {
-    const run = new Run(traces ? (text) => program.tell({ what: "trace", text }) : null);
+    const play = new Play(program, traces ? (text) => program.tell({ what: "trace", text }) : null);
     let macro;
     try {
       macro = new AsyncFunction(
@@ -82,17 +89,21 @@ return {
     } catch ({ message }) {
       return { pieces: [], error: { message, syntax: true } };
     }
-    library = new PageLibrary(run, tree, program);
+    library = new PageLibrary(play, tabs, program);
+    const page = new Page(play, tabs);
+    const extract = (...values) => play.extract(...values);
+    const { pieces } = play;
     try {
-      const page = new Page(run, tree, program);
-      const extract = (...values) => run.extract(...values);
       const puppeteer = () => library.objects();
       await macro(page, ownNames(variables), extract, ownNames(options), puppeteer);
-      return { pieces: run.pieces };
+      const error = play.forgotten();
+      return error ? { pieces, error } : { pieces };
     } catch (thrown) {
-      return { pieces: run.pieces, error: run.describe(thrown), gone: tree.gone };
+      return { pieces, error: play.describe(thrown), gone: tabs.used.gone };
     } finally {
-      run.end();
+      if (play.end()) {
+        tabs.stopWaiting();
+      }
       await library.end();
     }
   },

@@ -4,15 +4,17 @@ class LibraryTransport {
   onmessage = null;
   onclose = null;
 
+  #tabs;
   #protocol;
   #program;
   #sessions = new Set();
   #contexts = new Set();
 
-  constructor(protocol, program) {
-    this.#protocol = protocol;
+  constructor(tabs, program) {
+    this.#tabs = tabs;
+    this.#protocol = tabs.protocol;
     this.#program = program;
-    protocol.share((event) => this.#take(event));
+    this.#protocol.share((event) => this.#take(event));
   }
 
   send(text) {
@@ -47,7 +49,7 @@ class LibraryTransport {
     const undo = (method, params) => this.#protocol.call(method, params).catch(() => {});
     return Promise.all([
       undo("Target.setAutoAttach", { autoAttach: false, waitForDebuggerOnStart: false, flatten: true }),
-      undo("Target.setDiscoverTargets", { discover: false }),
+      this.#tabs.discover().catch(() => {}), // as it was
       ...[...this.#sessions].map((sessionId) => undo("Target.detachFromTarget", { sessionId })),
       ...[...this.#contexts].map((browserContextId) =>
         undo("Target.disposeBrowserContext", { browserContextId }),
@@ -71,21 +73,21 @@ class PageLibrary {
   // Loaded once for all plays of this page.
   static module = null;
 
-  #run;
-  #tree;
+  #play;
+  #tabs;
   #program;
   #transport = null;
   #objects = null;
 
-  constructor(run, tree, program) {
-    this.#run = run;
-    this.#tree = tree;
+  constructor(play, tabs, program) {
+    this.#play = play;
+    this.#tabs = tabs;
     this.#program = program;
   }
 
   // The library's objects for the visible page and its browser.
   objects() {
-    this.#objects ??= this.#run.step("puppeteer", [], undefined, () => this.#connect());
+    this.#objects ??= this.#play.step("puppeteer", [], {}, [], () => this.#connect());
     return this.#objects;
   }
 
@@ -106,16 +108,16 @@ class PageLibrary {
       await this.#program.ask({ what: "library" });
       noteLines(PageLibrary.module);
     }
-    PageLibrary.noteLine = () => this.#run.noteLine();
+    PageLibrary.noteLine = () => this.#play.noteLine();
     PageLibrary.dialogsAreTaken = () => this.#program.tell({ what: "dialogs", macro: true });
-    this.#transport = new LibraryTransport(this.#tree.protocol, this.#program);
+    this.#transport = new LibraryTransport(this.#tabs, this.#program);
     const browser = await PageLibrary.module.connect({
       transport: this.#transport,
       defaultViewport: null,
-      targetFilter: (target) => target._targetId !== this.#tree.macroTarget,
+      targetFilter: (target) => target._targetId !== this.#tabs.macroTarget,
     });
     const pages = await browser.pages();
-    const page = pages.find((candidate) => candidate.target()._targetId === this.#tree.target);
+    const page = pages.find((candidate) => candidate.target()._targetId === this.#tabs.used.targetId);
     return { page, browser };
   }
 }

@@ -61,12 +61,31 @@ std::string RealBrowser::Plays(AppClient& client, const std::string& macro, LONG
     return std::to_string(status) + "|" + client.Error() + "|" + client.Extract();
 }
 
-void RealBrowser::PlaysAll(const std::string& page, std::initializer_list<Case> cases)
+std::vector<RealBrowser::Case> RealBrowser::CasesOf(const std::string& file)
 {
+    std::ifstream text(MACROS_FOLDER "\\" + file, std::ios::binary);
+    std::vector<Case> cases;
+    Case one;
+    for (std::string line; std::getline(text, line);) {
+        if (line.rfind("//> ", 0) == 0) {
+            one = {line.substr(4), "", ""};
+        } else if (line.rfind("//= ", 0) == 0) {
+            one.says = line.substr(4);
+            cases.push_back(one);
+        } else if (line.rfind("//", 0) != 0) {
+            one.macro += (one.macro.empty() ? "" : "\n") + line;
+        }
+    }
+    return cases;
+}
+
+void RealBrowser::PlaysAll(const std::vector<Case>& cases)
+{
+    EXPECT_FALSE(cases.empty());
     for (const Case& one : cases) {
-        const std::string visit = "await page.goto(options.site + '/" + page + "'); ";
-        EXPECT_EQ(Plays(visit + "page.setDefaultTimeout(2000); " + one.macro), one.says)
-            << one.macro;
+        const std::string visit =
+            "await page.goto(options.site + '/" + one.page + "'); page.setDefaultTimeout(2000); ";
+        EXPECT_EQ(Plays((one.page == "-" ? "" : visit) + one.macro), one.says) << one.macro;
     }
 }
 

@@ -28,13 +28,18 @@ class RealBrowser : public testing::Test
     std::string Plays(const std::string& macro) { return Plays(app, macro); }
     std::string Plays(AppClient& client, const std::string& macro, LONG time = 60);
 
-    /// Plays each macro on a fresh copy of a page and compares what it says.
+    /// A macro, the page on which it is played, and what it says.
     struct Case
     {
-        const char* macro;
-        const char* says;
+        std::string page;  ///< below pages/; none, "-", for the page that is there
+        std::string macro;
+        std::string says;
     };
-    void PlaysAll(const std::string& page, std::initializer_list<Case> cases);
+
+    /// The cases of a file of the folder macros/: "//> PAGE", the macro, "//= WHAT IT SAYS". Other
+    /// comments are left out.
+    static std::vector<Case> CasesOf(const std::string& file);
+    void PlaysAll(const std::vector<Case>& cases);
 
     const std::string site = ServePages();
     AppClient app;

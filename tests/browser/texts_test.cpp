@@ -61,7 +61,7 @@ TEST_F(BrowserTexts, CrossUnchangedWhateverTheyHold)
 TEST_F(BrowserTexts, WhatAMacroThrowsComesWithItsLineAndTheExtractsUntilThen)
 {
     Begin();
-    const Case cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"extract('a');\nextract('b');\nthrow new Error('Stop');",
          "-100|Stop (line 3) (-100)|a[EXTRACT]b"},
         {"\n\nnull.x;", "-100|Cannot read properties of null (reading 'x') (line 3) (-100)|"},
@@ -78,8 +78,8 @@ TEST_F(BrowserTexts, WhatAMacroThrowsComesWithItsLineAndTheExtractsUntilThen)
         {"setTimeout(() => { throw new Error('nobody waits'); }); await page.title(); extract(1)",
          "1||1"},
     };
-    for (const Case& one : cases) {
-        EXPECT_EQ(Plays(one.macro), one.says) << one.macro;
+    for (const auto& [macro, says] : cases) {
+        EXPECT_EQ(Plays(macro), says) << macro;
     }
 }
 

@@ -1,0 +1,41 @@
+// A frame is found by its name, and only then by its address.
+//> frames.html
+const near = page.frame("near");
+await near.fill("#text", "in");
+await near.click("#go");
+extract(await near.getAttribute("#go", "data-kind"), await near.evaluate(() => text.value));
+await near.click("#send");
+extract(await near.textContent("#result"), await page.title());
+//= 1||clicked[EXTRACT]in[EXTRACT]You are here[EXTRACT]Frames
+//> frames.html
+const far = page.frame("**?far");
+await far.fill("#text", "in");
+await far.click("#go");
+await far.click("#go");
+extract(await far.getAttribute("#go", "data-kind"), await far.evaluate(() => [text.value, origin.includes("localhost")]));
+//= 1||clicked[EXTRACT]["in",true]
+//> frames.html
+for (const wanted of ["none", "near2", "second", "twin", "**/second.html?*", /second/]) {
+  await page.frame(wanted).textContent("p", { timeout: 50 }).catch(({ message }) => extract(message));
+}
+extract(await page.frame("**/second.html?near").textContent("#result"));
+//= 1||the frame "none" is not there[EXTRACT]the frame "near2" is not there[EXTRACT]the frame "second" is not there[EXTRACT]there are 2 frames "twin"[EXTRACT]there are 3 frames "**/second.html?*"[EXTRACT]there are 3 frames "/second/"[EXTRACT]You are here
+// What lies over a frame lies over what is in it.
+//> frames.html
+await page.evaluate(() => { over.hidden = false; });
+await page.frame("near").click("#go", { timeout: 200 });
+//= -100|#go is covered, or its frame is (line 2) (-100)|
+//> frames.html
+await page.evaluate(() => { over.hidden = false; setTimeout(() => { over.hidden = true; }, 300); });
+await page.frame("near").click("#go");
+extract(await page.frame("near").getAttribute("#go", "data-kind"));
+//= 1||clicked
+// The border of a frame is no part of it: a small target at its corner is met.
+//> frames.html
+const corner = page.frame("near");
+await corner.evaluate(() => { document.body.innerHTML = "<button id=dot style='position: fixed; left: 0; top: 0; width: 6px; height: 6px; padding: 0; border: 0'></button>"; });
+await corner.click("#dot");
+await corner.evaluate(() => { dot.onclick = () => { dot.title = "hit"; }; });
+await corner.click("#dot");
+extract(await corner.getAttribute("#dot", "title"));
+//= 1||hit
