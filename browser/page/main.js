@@ -101,9 +101,7 @@ return {
     } catch (thrown) {
       return { pieces, error: play.describe(thrown), gone: tabs.used.gone };
     } finally {
-      if (play.end()) {
-        tabs.stopWaiting();
-      }
+      await play.end(() => tabs.stopWaiting());
       await library.end();
     }
   },

@@ -208,7 +208,7 @@ class FrameOperations {
       return unpacked(await deadline.within(call, late));
     } catch (error) {
       if (deadline.isOver) {
-        tab.interruptBusy(frame.session, 100); // or nothing would run in this page any more
+        await tab.interruptBusy(frame.session, 100); // or nothing would run in this page any more
       }
       if (error instanceof DocumentGone) {
         throw new DocumentGone(`${name}: the page was left meanwhile (${error.message})`);
@@ -326,7 +326,7 @@ class FrameOperations {
       if (point) {
         return point;
       }
-      if (deadline.left === 0) {
+      if (deadline.isOver) {
         throw new Error(`${selector} is covered, or its frame is`);
       }
     }

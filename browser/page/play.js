@@ -51,10 +51,15 @@ class Play {
     return null;
   }
 
-  // Whether operations were running that have to be stopped in the pages, too.
-  end() {
+  // Ends whatever still runs, with `stop` for what waits inside the pages.
+  async end(stop) {
     this.#controller.abort(new Error("the macro has ended"));
-    return [...this.#operations].some(({ runs }) => runs);
+    const running = [...this.#operations].filter(({ runs }) => runs);
+    if (running.length > 0) {
+      stop();
+      const late = new Promise((resolve) => setTimeout(resolve, 1000));
+      await Promise.race([Promise.allSettled(running.map(({ promise }) => promise)), late]);
+    }
   }
 
   setDefaultTimeout(timeout) {

@@ -28,12 +28,16 @@ class Tab {
     return this.#protocol.call(method, params, session);
   }
 
-  // Ends the script that runs in the page when it does not let the page answer.
+  // Ends the script that runs in the page when it does not let the page answer. What is asked next
+  // has to wait for that: it would be ended with it.
   async interruptBusy(session = this.session, patience = 1000) {
-    const ping = this.#protocol.call("Runtime.evaluate", { expression: "0" }, session);
-    const late = new Promise((resolve) => setTimeout(resolve, patience, true));
-    if (await Promise.race([ping.catch(() => {}), late]) === true) {
-      this.#protocol.call("Runtime.terminateExecution", {}, session).catch(() => {});
+    const within = (time, method, params) => {
+      const call = this.#protocol.call(method, params, session);
+      const late = new Promise((resolve) => setTimeout(resolve, time, false));
+      return Promise.race([call.then(() => true, () => true), late]);
+    };
+    if (!(await within(patience, "Runtime.evaluate", { expression: "0" }))) {
+      await within(500, "Runtime.terminateExecution", {});
     }
   }
 

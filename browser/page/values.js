@@ -117,9 +117,10 @@ function sourceOf(work) {
 // A function of the page, as text, that calls the one with this source: with copies of what it is
 // given, and giving a copy of its result.
 function sentFunction(source) {
-  return `async function(...values) {
+  return `function(...values) {
     ${packed}
     ${unpacked}
-    return packed(await ${source}(...values.map(unpacked)));
+    const result = ${source}(...values.map(unpacked));
+    return typeof result?.then === "function" ? result.then(packed) : packed(result);
   }`;
 }
