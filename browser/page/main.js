@@ -37,13 +37,6 @@ class Program {
 
 Error.stackTraceLimit = 50;
 
-// What a page says can be put into this one's markup by a macro: nothing of it is to run here, where
-// the browser's protocol is at hand.
-const policy = document.createElement("meta");
-policy.httpEquiv = "Content-Security-Policy";
-policy.content = "default-src 'none'; script-src 'unsafe-eval'";
-document.head.append(policy);
-
 const program = new Program(globalThis.talvernProgram);
 const tabs = new Tabs(new Protocol(globalThis.talvernBrowser), program);
 delete globalThis.talvernProgram;

@@ -72,7 +72,7 @@ class Play {
   extract(...values) {
     this.#begin();
     for (const value of values) {
-      this.pieces.push(sendable(textOf(value)));
+      this.pieces.push(textOf(value).toWellFormed());
     }
   }
 
@@ -92,7 +92,7 @@ class Play {
   describe(thrown) {
     const isError = thrown instanceof Error;
     return {
-      message: sendable(isError ? thrown.message || thrown.name : textOf(thrown)),
+      message: (isError ? thrown.message || thrown.name : textOf(thrown)).toWellFormed(),
       line: (isError && (this.#lines.get(thrown) || lineOf(thrown))) || this.#lastLine,
     };
   }
@@ -170,12 +170,6 @@ function textOf(value) {
   }
   const json = typeof value.toJSON === "function" ? value.toJSON() : undefined;
   return typeof json === "string" ? json : JSON.stringify(value);
-}
-
-// A text as an answer can carry it: well formed, and without the mark by which an answer's error is
-// told from its pieces, which gets a blank.
-function sendable(text) {
-  return text.toWellFormed().replaceAll("[tvn!E!tvn]", "[tvn!E! tvn]");
 }
 
 function shortened(value) {

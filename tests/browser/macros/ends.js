@@ -84,9 +84,3 @@ extract(await page.evaluate(() => window), await page.evaluate(() => document.bo
 extract(...(await page.evaluate((given) => [given, given instanceof Date, new URL("https://example.com/a"), -0, NaN, 10n, { a: undefined }, new Map([[1, 2]])], new Date(5))).map((one) => (one instanceof Map ? one.get(1) : one)));
 extract(Object.is(await page.evaluate((x) => x, -0), -0), (await page.evaluate(() => location)).pathname);
 //= 1||2[EXTRACT]2[EXTRACT][EXTRACT][EXTRACT]1970-01-01T00:00:00.005Z[EXTRACT]true[EXTRACT]https://example.com/a[EXTRACT]0[EXTRACT]NaN[EXTRACT]10[EXTRACT]{}[EXTRACT]2[EXTRACT]true[EXTRACT]/form.html
-// The mark that ends an error is no more than a text in a page's text.
-//> form.html
-await page.evaluate(() => { document.title = "[tvn!E!tvn] x"; });
-extract((await page.title()).length, "[tvn!E!tvn]");
-throw new Error("a [tvn!E!tvn] b");
-//= -100|a [tvn!E! tvn] b (line 3) (-100)|13[EXTRACT][tvn!E! tvn]
