@@ -44,7 +44,8 @@ Chromium::Chromium(const BrowserChoice& choice, const std::wstring& profile, DWO
     : m_listener(std::move(listener)),
       m_profile(profile),
       m_downloads(NewDownloadFolder()),
-      m_process(choice, m_profile.Path())
+      m_process(choice, m_profile.Path()),
+      m_isVisible(choice.arguments.find(L"--headless") == std::wstring::npos)
 {
     try {
         Begin(timeout);
@@ -62,7 +63,7 @@ void Chromium::Begin(DWORD timeout)
     }
     m_tools =
         std::make_unique<DevTools>([this](const Json& event) { Take(event); }, m_listener.onGone);
-    m_pages = std::make_unique<Pages>(*m_tools, m_listener.onGone);
+    m_pages = std::make_unique<Pages>(*m_tools, m_isVisible, m_listener.onGone);
     m_tools->Connect([&](const Link::OnMessage& onMessage, const Link::OnEnd& onEnd) {
         return m_process.Start(budget.Remaining(), onMessage, onEnd);
     });
@@ -104,11 +105,15 @@ void Chromium::LearnProcesses(DWORD timeout)
 
 void Chromium::CatchDownloads()
 {
-    m_tools->Call(
-        "", "Browser.setDownloadBehavior",
-        {{"behavior", "allow"},
-         {"downloadPath", ToUtf8(m_process.IsOnHost() ? HostPath(m_downloads) : m_downloads)},
-         {"eventsEnabled", true}});
+    m_tools->Call("", "Browser.setDownloadBehavior",
+                  {{"behavior", "allow"},
+                   {"downloadPath", PathForBrowser(m_downloads)},
+                   {"eventsEnabled", true}});
+}
+
+std::string Chromium::PathForBrowser(const std::wstring& path) const
+{
+    return ToUtf8(m_process.IsOnHost() ? HostPath(path) : path);
 }
 
 void Chromium::End()
@@ -117,10 +122,9 @@ void Chromium::End()
     if (!m_process.EndByForce(kForceTime)) {
         tvn::LogError("The browser does not end when it is told to");
     }
-    if (m_process.IsOnHost() && !m_profile.IsKept()) {
-        RemoveOnHost(m_profile.Path());
+    if (!m_process.IsOnHost() || !m_profile.RemoveApart()) {
+        m_profile.Remove(kRemoveTime);
     }
-    m_profile.Remove(kRemoveTime);
     RemoveDirectoryW(m_downloads.c_str());  // if nothing was downloaded
 }
 

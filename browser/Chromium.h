@@ -51,6 +51,9 @@ class Chromium
     /// time only where there are some.
     static void EndAbandoned();
 
+    /// A path of this system as the browser knows it, in UTF-8.
+    std::string PathForBrowser(const std::wstring& path) const;
+
     DevTools& Tools() { return *m_tools; }
     Pages& OpenPages() { return *m_pages; }
 
@@ -66,6 +69,7 @@ class Chromium
     ProfileFolder m_profile;
     const std::wstring m_downloads;
     BrowserProcess m_process;
+    const bool m_isVisible;
     std::unique_ptr<Pages> m_pages;  // before the connection, whose thread uses it
     std::unique_ptr<DevTools> m_tools;
 };

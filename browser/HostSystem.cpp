@@ -21,17 +21,19 @@ GetUnixFileName UnixFileNames()
 }
 
 /// There is no handle of such a process, so nobody waits for it.
-void RunTool(const std::wstring& name, const std::wstring& arguments)
+bool RunTool(const std::wstring& name, const std::wstring& arguments)
 {
     std::wstring line = name + L" " + arguments;
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION started = {};
-    if (CreateProcessW((L"\\\\?\\unix\\bin\\" + name).c_str(), line.data(), nullptr, nullptr, FALSE,
-                       0, nullptr, nullptr, &startup, &started)) {
-        const tvn::Handle process(started.hProcess);
-        const tvn::Handle thread(started.hThread);
+    if (!CreateProcessW((L"\\\\?\\unix\\bin\\" + name).c_str(), line.data(), nullptr, nullptr,
+                        FALSE, 0, nullptr, nullptr, &startup, &started)) {
+        return false;
     }
+    const tvn::Handle process(started.hProcess);
+    const tvn::Handle thread(started.hThread);
+    return true;
 }
 
 }  // namespace
@@ -53,11 +55,9 @@ std::wstring HostPath(const std::wstring& path)
     return result;
 }
 
-void RemoveOnHost(const std::wstring& folder)
+bool RemoveOnHost(const std::wstring& folder)
 {
-    if (UnixFileNames() != nullptr) {
-        RunTool(L"rm", L"-rf \"" + HostPath(folder) + L"\"");
-    }
+    return UnixFileNames() != nullptr && RunTool(L"rm", L"-rf \"" + HostPath(folder) + L"\"");
 }
 
 void KillOnHost(const std::vector<unsigned long>& pids)

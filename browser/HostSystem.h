@@ -16,8 +16,9 @@ bool IsHostProgram(const std::wstring& program);
 std::wstring HostPath(const std::wstring& path);
 
 /// Removes a folder with what only the machine below can see: links that lead nowhere, which a
-/// browser leaves behind when it is ended by force. Nothing happens on Windows.
-void RemoveOnHost(const std::wstring& folder);
+/// browser leaves behind when it is ended by force. Does not wait for it. False where there is no
+/// such machine, as on Windows.
+bool RemoveOnHost(const std::wstring& folder);
 
 /// Ends processes of the machine below by force.
 void KillOnHost(const std::vector<unsigned long>& pids);

@@ -16,11 +16,20 @@ constexpr const char* kBrowserChannel = "talvernBrowser";
 constexpr const char* kProgramChannel = "talvernProgram";
 
 /// Before the protocol comes into the page: a text of a web page that a macro puts into its own
-/// document must not become code that could speak it, and must load nothing.
-constexpr const char* kPolicy =
-    "document.head.append(Object.assign(document.createElement('meta'), {"
-    "httpEquiv: 'Content-Security-Policy', "
-    "content: \"default-src 'none'; script-src 'unsafe-eval'\" })); 0";
+/// document must not become code that could speak it, and must load nothing. Frames are taken out
+/// of such a text because a frame that loads something in a page that is hidden ends the browser.
+constexpr const char* kPolicy = R"((() => {
+  const policy = "default-src 'none'; script-src 'unsafe-eval'; " +
+    "require-trusted-types-for 'script'; trusted-types default";
+  const meta = { httpEquiv: "Content-Security-Policy", content: policy };
+  document.head.append(Object.assign(document.createElement("meta"), meta));
+  const frame = /<(?=\/?(i?frame|object|embed|portal|fencedframe))/gi;
+  trustedTypes.createPolicy("default", {
+    createScript: (text) => text,
+    createHTML: (text) => text.replace(frame, "<no-"),
+  });
+  return 0;
+})())";
 
 Json CallOn(const std::string& library, const std::string& method, const Json& values)
 {

@@ -1,7 +1,10 @@
 #include "browser/MacroQuestions.h"
 
+#include <filesystem>
+
 #include "basicslib/Log.h"
 #include "browser/BrowserError.h"
+#include "browser/FileNames.h"
 #include "browser/Resources.h"
 #include "browser/Screenshot.h"
 #include "browser/Utf8.h"
@@ -21,7 +24,7 @@ void MacroQuestions::Take(const std::string& session, const std::string& text)
         return;
     }
     if (what == "dialogs") {
-        m_pages.LeaveDialogs(question.value("macro", false));
+        m_chromium.OpenPages().LeaveDialogs(question.value("macro", false));
         return;
     }
     m_workers.Run([=, this] {
@@ -41,12 +44,15 @@ Json MacroQuestions::Answer(const std::string& session, const Json& question)
 {
     const std::string what = question.value("what", "");
     if (what == "screenshot") {
-        return ToUtf8(SaveScreenshot(m_tools, m_pages.Visible().session,
+        return ToUtf8(SaveScreenshot(m_chromium.Tools(), m_chromium.OpenPages().Visible().session,
                                      FromUtf8(question.value("path", "")),
                                      question.value("fullPage", false)));
     }
     if (what == "use" && m_macroPage.Use(question.value("target", ""))) {
         return nullptr;
+    }
+    if (what == "files") {
+        return FilesForBrowser(question.value("paths", Json::array()));
     }
     if (what == "command") {
         return RunCommand(question.value("method", ""), question.value("params", Json::object()));
@@ -62,11 +68,25 @@ Json MacroQuestions::Answer(const std::string& session, const Json& question)
     throw BrowserError("This is not to be had: " + question.dump(-1, ' ', true));
 }
 
+Json MacroQuestions::FilesForBrowser(const Json& paths) const
+{
+    Json files = Json::array();
+    for (const Json& path : paths) {
+        const std::wstring file = FromUtf8(path.get<std::string>());
+        if (!std::filesystem::path(file).is_absolute() || !IsFile(file)) {
+            throw BrowserError("there is no file \"" + path.get<std::string>() +
+                               "\"; a whole path is needed");
+        }
+        files.push_back(m_chromium.PathForBrowser(file));
+    }
+    return files;
+}
+
 Json MacroQuestions::RunCommand(const std::string& method, const Json& parameters)
 {
     // The browser is not the macro's to end: its client ends it.
     const bool ends = method == "Browser.close" || method.starts_with("Browser.crash");
-    return (ends ? Json::object() : m_tools.Call("", method, parameters)).dump();
+    return (ends ? Json::object() : m_chromium.Tools().Call("", method, parameters)).dump();
 }
 
 }  // namespace browser

@@ -2,9 +2,9 @@
 
 #include <string>
 
+#include "browser/Chromium.h"
 #include "browser/DevTools.h"
 #include "browser/MacroPage.h"
-#include "browser/Pages.h"
 #include "browser/Workers.h"
 
 namespace browser
@@ -16,6 +16,7 @@ namespace browser
 /// - "trace": "text" is to be written to the debug output.
 /// - "screenshot": the visible page is to be drawn to "path", all of it if "fullPage". Gives the
 ///   file.
+/// - "files": gives "paths" as the browser knows them; each must be one of a file that is there.
 /// - "use": the page whose target is "target" is the visible one from now on. Gives nothing.
 /// - "library": the page library is to be loaded into the page. Gives nothing.
 /// - "dialogs": the dialogs of pages are left to the macro from now on if "macro", or else answered
@@ -27,8 +28,8 @@ class MacroQuestions
 {
   public:
     /// All of them must outlive this object.
-    MacroQuestions(DevTools& tools, Pages& pages, MacroPage& macroPage, Workers& workers)
-        : m_tools(tools), m_pages(pages), m_macroPage(macroPage), m_workers(workers)
+    MacroQuestions(Chromium& chromium, MacroPage& macroPage, Workers& workers)
+        : m_chromium(chromium), m_macroPage(macroPage), m_workers(workers)
     {}
 
     /// Takes what a page has sent over its binding: what is no question of the macros' page is
@@ -37,10 +38,10 @@ class MacroQuestions
 
   private:
     Json Answer(const std::string& session, const Json& question);
+    Json FilesForBrowser(const Json& paths) const;
     Json RunCommand(const std::string& method, const Json& parameters);
 
-    DevTools& m_tools;
-    Pages& m_pages;
+    Chromium& m_chromium;
     MacroPage& m_macroPage;
     Workers& m_workers;
 };

@@ -76,8 +76,7 @@ Chromium::Listener OwnBrowser::NewListener()
 
 void OwnBrowser::PrepareToPlay()
 {
-    m_questions = std::make_unique<MacroQuestions>(m_chromium->Tools(), m_chromium->OpenPages(),
-                                                   *m_macroPage, m_workers);
+    m_questions = std::make_unique<MacroQuestions>(*m_chromium, *m_macroPage, m_workers);
     m_canPlay = true;
     // The page of the macros takes a third of a start. Whoever attaches need not wait for it, and
     // the first play finds it open or opens it itself, and says what is wrong if it cannot.

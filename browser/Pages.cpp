@@ -19,8 +19,8 @@ Json PagesOnly()
 
 }  // namespace
 
-Pages::Pages(DevTools& tools, std::function<void()> onGone)
-    : m_tools(tools), m_onGone(std::move(onGone))
+Pages::Pages(DevTools& tools, bool isVisible, std::function<void()> onGone)
+    : m_tools(tools), m_isVisible(isVisible), m_onGone(std::move(onGone))
 {}
 
 void Pages::Find()
@@ -52,12 +52,22 @@ void Pages::Take(const std::string& method, const std::string& session, const Js
         Remove(parameters.value("sessionId", ""));
     } else if (method == "Page.javascriptDialogOpening" && !m_leavesDialogs) {
         AnswerDialog(session, parameters);
+    } else if (method == "Fetch.requestPaused") {
+        m_tools.Post(session, "Fetch.continueRequest", {{"requestId", parameters.at("requestId")}});
+    } else if (method == "Fetch.authRequired") {
+        // The site's own answer to a visitor without a password is shown.
+        m_tools.Post(session, "Fetch.continueWithAuth",
+                     {{"requestId", parameters.at("requestId")},
+                      {"authChallengeResponse", {{"response", "CancelAuth"}}}});
     }
 }
 
 void Pages::Add(const std::string& session, const Json& target)
 {
     m_tools.Post(session, "Page.enable");  // or dialogs would be shown to people
+    if (!m_leavesDialogs) {
+        CatchPasswords(session);
+    }
     m_tools.Post(session, "Runtime.runIfWaitingForDebugger");
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (target.value("browserContextId", "") != m_context) {
@@ -125,6 +135,30 @@ void Pages::CloseSince(unsigned int opened)
         if (page.number > opened && page.target != m_visible) {
             m_tools.Post("", "Target.closeTarget", {{"targetId", page.target}});
         }
+    }
+}
+
+void Pages::LeaveDialogs(bool leave)
+{
+    if (m_leavesDialogs.exchange(leave) == leave) {
+        return;
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (const Known& page : m_pages) {
+        if (leave) {
+            m_tools.Post(page.session, "Fetch.disable");
+        } else {
+            CatchPasswords(page.session);
+        }
+    }
+}
+
+/// All requests come by here for that, each for less than a millisecond, so it is not done where
+/// nobody would be asked.
+void Pages::CatchPasswords(const std::string& session)
+{
+    if (m_isVisible) {
+        m_tools.Post(session, "Fetch.enable", {{"handleAuthRequests", true}});
     }
 }
 

@@ -17,9 +17,10 @@ namespace browser
 class Pages
 {
   public:
-    /// `tools` must outlive this object. `onGone` is called on the connection's thread when the
+    /// `tools` must outlive this object. Only when people can see the pages, the browser would ask
+    /// them for passwords of sites. `onGone` is called on the connection's thread when the
     /// last page has been closed, by whomever.
-    Pages(DevTools& tools, std::function<void()> onGone);
+    Pages(DevTools& tools, bool isVisible, std::function<void()> onGone);
 
     /// Learns which pages there are. Throws BrowserError when there is none.
     void Find();
@@ -40,8 +41,9 @@ class Pages
     /// Makes the page with this target the visible one. False when there is no such page.
     bool Use(const std::string& target);
 
-    /// Leaves dialogs to the macro that plays, which answers them itself, until this is taken back.
-    void LeaveDialogs(bool leave) { m_leavesDialogs = leave; }
+    /// Leaves dialogs and passwords to the macro that plays, which answers them itself, until this
+    /// is taken back.
+    void LeaveDialogs(bool leave);
 
     /// How many pages have been opened until now.
     unsigned int Opened() const;
@@ -57,9 +59,11 @@ class Pages
 
     void Add(const std::string& session, const Json& target);
     void Remove(const std::string& session);
+    void CatchPasswords(const std::string& session);
     void AnswerDialog(const std::string& session, const Json& dialog);
 
     DevTools& m_tools;
+    const bool m_isVisible;
     const std::function<void()> m_onGone;
     mutable std::mutex m_mutex;
     std::vector<Known> m_pages;

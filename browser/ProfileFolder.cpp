@@ -1,6 +1,7 @@
 #include "browser/ProfileFolder.h"
 
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 #include "basicslib/ComString.h"
@@ -55,6 +56,18 @@ void RemoveTree(const fs::path& path)
     RemoveDirectoryW(path.c_str());
 }
 
+/// A page that prints would open a dialog that waits for somebody. A browser keeps what it finds
+/// here when it starts on a profile for the first time.
+void ForbidPrinting(const fs::path& profile)
+{
+    const fs::path file = profile / L"Default" / L"Preferences";
+    std::error_code error;
+    fs::create_directory(file.parent_path(), error);
+    if (!fs::exists(file, error)) {
+        std::ofstream(file.c_str()) << R"({"printing": {"enabled": false}})";
+    }
+}
+
 std::wstring FolderPath(const std::wstring& name)
 {
     if (name.empty()) {
@@ -77,6 +90,7 @@ ProfileFolder::ProfileFolder(const std::wstring& name)
       }())
 {
     if (m_mark.IsValid() && fs::is_directory(m_path)) {
+        ForbidPrinting(m_path);
         return;
     }
     throw BrowserError(m_isKept && fs::is_directory(m_path)
@@ -102,6 +116,12 @@ bool ProfileFolder::Remove(DWORD timeout)
         Sleep(m_isRemoved ? 0 : kPause);
     }
     return true;
+}
+
+bool ProfileFolder::RemoveApart()
+{
+    m_isRemoved = m_isRemoved || m_isKept || RemoveOnHost(m_path);
+    return m_isRemoved;
 }
 
 void ProfileFolder::RemoveAbandoned(const std::function<void(const std::wstring& path)>& endBrowser)

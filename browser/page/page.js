@@ -19,6 +19,9 @@ class Page extends FrameOperations {
       await this.#navigate(address, options, deadline, async (late) => {
         const call = tab.call(tab.session, "Page.navigate", { url: address });
         const answer = await deadline.within(call, late);
+        if (answer.isDownload) {
+          throw new Error(`goto ${address}: this is a download, no page`);
+        }
         if (answer.errorText) {
           await this.#crashOf(answer.errorText);
           throw new Error(`goto ${address}: ${answer.errorText}`);

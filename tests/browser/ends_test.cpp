@@ -1,6 +1,8 @@
 // Browsers that end, in every way, or never come up; what is left of them.
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "basicslib/StatusCode.h"
 #include "tests/browser/real_browser.h"
@@ -17,7 +19,7 @@ class BrowserEnds : public RealBrowser
     {
         EXPECT_TRUE(Eventually([] { return Running("talvern.exe").empty(); }));
         EXPECT_TRUE(Eventually([] { return BrowserProcesses().empty(); }));  // helpers follow it
-        EXPECT_THAT(ProfileFolders(), testing::IsEmpty());
+        EXPECT_TRUE(Eventually([] { return ProfileFolders().empty(); }));
     }
 };
 
@@ -76,7 +78,12 @@ TEST_F(BrowserEnds, AKeptProfileRemembersAndBelongsToOneInstanceAtATime)
         EXPECT_EQ(app.Exit(), sOk);
         ExpectNothingLeft();
     }
-    EXPECT_GT(std::filesystem::remove_all(UserFolder() + "\\Profiles\\the login"), 0U);
+    const std::filesystem::path kept = UserFolder() + "\\Profiles\\the login";
+    std::ifstream preferences(kept / "Default" / "Preferences");
+    EXPECT_THAT(std::string(std::istreambuf_iterator<char>(preferences), {}),
+                testing::HasSubstr(R"("printing":{"enabled":false})"));
+    preferences.close();
+    EXPECT_GT(std::filesystem::remove_all(kept), 0U);
 }
 
 TEST_F(BrowserEnds, WithoutABrowserTheAttachIsRefusedAndTheDebugOutputSaysWhatWasLookedFor)

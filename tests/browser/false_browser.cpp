@@ -100,27 +100,31 @@ class Browser
     void Take(const Json& command)
     {
         const std::string method = command.at("method");
-        const bool isPlay = command.dump().find("this.play(") != std::string::npos;
+        const bool plays = command.dump().find("this.play(") != std::string::npos;
         if (method == "Target.setAutoAttach") {
             Tell("Target.attachedToTarget",
                  {{"sessionId", "visible"}, {"targetInfo", {{"targetId", "page"}}}});
         }
+        if (method == "Fetch.enable") {
+            Tell("Fetch.requestPaused", {{"requestId", "one"}}, "visible");
+            Tell("Fetch.authRequired", {{"requestId", "two"}}, "visible");
+        }
         if (method == "Target.closeTarget" && m_fault == "--endless") {
             Tell("Target.detachedFromTarget", {{"sessionId", "session"}});
-        } else if (isPlay && m_fault == "--crashes") {
+        } else if (plays && m_fault == "--crashes") {
             Tell("Inspector.targetCrashed", Json::object(), "session");
-        } else if (isPlay && m_fault == "--endless") {
+        } else if (plays && m_fault == "--endless") {
             Tell("Target.attachedToTarget",
                  {{"sessionId", "popup"}, {"targetInfo", {{"targetId", "popup"}}}});
-        } else if (isPlay && m_fault == "--refuses") {
+        } else if (plays && m_fault == "--refuses") {
             Write(Json{{"id", command.at("id")}, {"error", {{"message", "not now"}}}}.dump());
         } else {
-            Write(Json{{"id", command.at("id")}, {"result", Result(command, isPlay)}}.dump());
+            Write(Json{{"id", command.at("id")}, {"result", Result(command, plays)}}.dump());
         }
     }
 
     /// The results of all commands in one: who asks takes what it looks for.
-    Json Result(const Json& command, bool isPlay)
+    Json Result(const Json& command, bool plays)
     {
         Json result = {{"product", m_fault == "--old" ? "Chrome/137.0.1" : "Chrome/138.0.1"},
                        {"targetInfos", Json::array()},
@@ -136,7 +140,7 @@ class Browser
             result = {{"result", Json::object()}, {"exceptionDetails", "torn"}};
         } else if (m_fault == "--closed") {
             result["result"]["value"]["gone"] = true;
-        } else if (isPlay && m_fault == "--long") {
+        } else if (plays && m_fault == "--long") {
             result["result"]["value"]["pieces"] = {std::string(std::size_t{17} << 20, 'x')};
         }
         return result;

@@ -140,6 +140,9 @@ TEST_F(FalseBrowser, IsChosenByTheFirstPlaceThatNamesOneAndTakesEverybodysArgume
                           " --remote-debugging-pipe --remote-debugging-io-pipes=\\d+,\\d+ "));
     EXPECT_THAT(line, testing::Not(testing::HasSubstr("-port")));
     EXPECT_THAT(line, testing::HasSubstr(" --do-not-de-elevate "));
+    // It is visible, so nobody must be asked for the passwords of sites.
+    EXPECT_THAT(heard, testing::ContainsRegex("continueRequest.+\"one\".+\"visible\""));
+    EXPECT_THAT(heard, testing::ContainsRegex("continueWithAuth.+CancelAuth.+\"two\""));
 }
 
 TEST_F(FalseBrowser, AnInstanceWhoseStarterGoesAwayEndsWithItsBrowser)
@@ -183,7 +186,7 @@ TEST_F(FalseBrowser, EndsWithAnInstanceThatIsEndedByForceAndTheNextClearsUpWitho
 
 TEST_F(FalseBrowser, APlayThatIsGivenUpOrWhoseClientDiesIsEndedWithAllThatItHasOpened)
 {
-    Choose("--endless");
+    Choose("--headless --endless");
     const auto running = Started("browser\\talvern.exe");
     {
         AppClient client;
@@ -196,6 +199,7 @@ TEST_F(FalseBrowser, APlayThatIsGivenUpOrWhoseClientDiesIsEndedWithAllThatItHasO
     EXPECT_TRUE(Eventually([] { return TimesHeard("\"Target.disposeBrowserContext\"") == 3; }));
     EXPECT_EQ(TimesHeard("\"Target.createBrowserContext\""), 3U);
     EXPECT_THAT(Heard(), testing::HasSubstr(R"({"targetId":"popup"})"));
+    EXPECT_THAT(Heard(), testing::Not(testing::HasSubstr("Fetch.")));
     EXPECT_THAT(Heard(), testing::Not(testing::HasSubstr(R"({"targetId":"page"})")));
 }
 

@@ -32,6 +32,9 @@ static std::string Answer(std::string path)
         Sleep(500);
         path = "/second.html";
     }
+    if (path == "/prices.csv") {
+        return Response("200 OK", "Content-Disposition: attachment\r\n", "Single;80");
+    }
     std::ifstream file(PAGES_FOLDER + path, std::ios::binary);
     std::ostringstream body;
     body << file.rdbuf();

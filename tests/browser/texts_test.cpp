@@ -111,6 +111,31 @@ TEST_F(BrowserTexts, TheDebugOutputHasEachStepOfAMacroAndWhatItWrites)
     EXPECT_EQ(app.Exit(), sOk);
 }
 
+TEST_F(BrowserTexts, WhatASiteOffersToDownloadGoesBelowOutputAndIsNoPage)
+{
+    const std::filesystem::path downloads = BuildFolder() + "\\browser\\Output\\Downloads";
+    std::filesystem::remove_all(downloads);
+    Begin();
+    EXPECT_EQ(Plays("await page.goto(options.site + '/second.html');\n"
+                    "await page.goto(options.site + '/prices.csv')"),
+              "-100|goto " + site + "/prices.csv: this is a download, no page (line 2) (-100)|");
+    EXPECT_EQ(Plays("extract(page.url() === options.site + '/second.html')"), "1||true");
+    std::string content;
+    EXPECT_TRUE(Eventually([&] {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(downloads)) {
+            if (entry.path().filename() == "prices.csv") {
+                std::ifstream(entry.path()) >> content;
+            }
+        }
+        return content == "Single;80";
+    }));
+    EXPECT_EQ(app.Exit(), sOk);
+    std::filesystem::remove_all(downloads);
+    Begin();
+    EXPECT_EQ(app.Exit(), sOk);
+    EXPECT_TRUE(std::filesystem::is_empty(downloads)) << "there was nothing to download";
+}
+
 TEST_F(BrowserTexts, AMacroIsPlayedByItsNameOutOfTheFolderMacrosOnly)
 {
     const std::filesystem::path folder = BuildFolder() + "\\browser\\Macros";
