@@ -2,6 +2,7 @@
 
 #include <wrl/client.h>
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -85,7 +86,8 @@ void CApp::RecordUnexpected(int line) noexcept
     char text[512];
     const auto shown = FormatText(text, sizeof text, kUnexpectedText, line, __FILE__);
     try {
-        m_lastError.assign(shown.begin(), shown.end());
+        m_lastError.resize(shown.size());
+        std::copy(shown.begin(), shown.end(), m_lastError.begin());
     } catch (const std::bad_alloc&) {
         m_lastError.clear();
     }
@@ -150,7 +152,26 @@ HRESULT CApp::tvnGetInterfaceVersion(LONG* version)
 
 HRESULT CApp::tvnPlay(BSTR inText, LONG timeout, ::Status* status)
 {
-    return RunMethod(status, [&] { return Play(inText, timeout); });
+    return RunMethod(status, [&]() -> int {
+        LogProtocol("[C] CApp::tvnPlay(command = %S)", inText);
+        if (!m_attached) {
+            return sNotStarted;
+        }
+        const TimeBudget budget(Milliseconds(timeout));
+        MakePlayArgument(ToView(inText), m_pendingArgs);
+        LastPlay play;
+        int result = RunCommand(budget.Remaining(), kCommandPlay, m_pendingArgs, play.m_reply);
+        LogProtocol("[C] %d = CApp::tvnPlay", result);
+        m_pendingArgs = std::wstring();
+        result = result == kMacroPlayed ? sOk : result;
+
+        std::wstring error;
+        ParseReply(play.m_reply.text, result, error, play.m_lastExtract);
+        SplitExtracts(play.m_lastExtract, kExtractSeparator, play.m_extracts, true);
+        m_lastError = std::move(error);
+        m_lastPlay = std::move(play);
+        return result;
+    });
 }
 
 HRESULT CApp::tvnDisplay(BSTR text, LONG timeout, ::Status* status)
@@ -164,29 +185,33 @@ HRESULT CApp::tvnDisplay(BSTR text, LONG timeout, ::Status* status)
 
 HRESULT CApp::tvnExit(LONG timeout, ::Status* status)
 {
-    return RunMethod(status, [&] { return Exit(timeout); });
-}
+    return RunMethod(status, [&]() -> int {
+        if (!m_attached) {
+            return sNotStarted;
+        }
+        const TimeBudget budget(Milliseconds(timeout));
 
-int CApp::Play(BSTR inText, LONG timeout)
-{
-    LogProtocol("[C] CApp::tvnPlay(command = %S)", inText);
-    if (!m_attached) {
-        return sNotStarted;
-    }
-    const TimeBudget budget(Milliseconds(timeout));
-    MakePlayArgument(ToView(inText), m_pendingArgs);
-    LastPlay play;
-    int status = RunCommand(budget.Remaining(), kCommandPlay, m_pendingArgs, play.m_reply);
-    LogProtocol("[C] %d = CApp::tvnPlay", status);
-    m_pendingArgs = std::wstring();
-    status = status == kMacroPlayed ? sOk : status;
+        // However this method ends, the object is then detached from the instance that it was
+        // called for. A nested call may have attached it to another one by then.
+        const ScopeExit cleanup([this, client = m_client] {
+            if (m_client == client) {
+                Cleanup();
+            }
+        });
 
-    std::wstring error;
-    ParseReply(play.m_reply.text, status, error, play.m_lastExtract);
-    SplitExtracts(play.m_lastExtract, kExtractSeparator, play.m_extracts, true);
-    m_lastError = std::move(error);
-    m_lastPlay = std::move(play);
-    return status;
+        // The browser to end is the one of this moment, too.
+        const boost::shared_ptr<IProcess> process = m_process;
+        const BrowserKind browserKind = m_options.browserKind;
+
+        CommandReply reply;
+        const int answer = RunCommand(budget.Remaining() / 3, kCommandEnd, {}, reply);
+        if (browserKind == Firefox) {
+            return answer;
+        }
+        return process->WaitForExit(budget.Remaining() / 2) == sOk
+                   ? sOk
+                   : process->Terminate(budget.Remaining());
+    });
 }
 
 int CApp::RunCommand(DWORD timeoutMs, const wchar_t* command, std::wstring_view argument,
@@ -199,35 +224,6 @@ int CApp::RunCommand(DWORD timeoutMs, const wchar_t* command, std::wstring_view 
     }
     reply = client->Execute(timeoutMs, command, argument);
     return reply.status;
-}
-
-int CApp::Exit(LONG timeout)
-{
-    if (!m_attached) {
-        return sNotStarted;
-    }
-    const TimeBudget budget(Milliseconds(timeout));
-
-    // However this method ends, the object is then detached from the instance that it was called
-    // for. A nested call may have done so before, and attached the object to another one.
-    const ScopeExit cleanup([this, client = m_client] {
-        if (m_client == client) {
-            Cleanup();
-        }
-    });
-
-    // The browser to end is the one of this moment, too.
-    const boost::shared_ptr<IProcess> process = m_process;
-    const BrowserKind browserKind = m_options.browserKind;
-
-    CommandReply reply;
-    const int answer = RunCommand(budget.Remaining() / 3, kCommandEnd, {}, reply);
-    if (browserKind == Firefox) {
-        return answer;
-    }
-    return process->WaitForExit(budget.Remaining() / 2) == sOk
-               ? sOk
-               : process->Terminate(budget.Remaining());
 }
 
 }  // namespace tvn

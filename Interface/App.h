@@ -70,8 +70,6 @@ class CApp : public comserver::DispatchObject<IApp>
     static DWORD Milliseconds(LONG seconds) { return static_cast<DWORD>(seconds) * 1000U; }
 
     // The attached instance. Time-outs in milliseconds, INFINITE for none.
-    int Play(BSTR inText, LONG timeout);
-    int Exit(LONG timeout);
     int RunCommand(DWORD timeoutMs, const wchar_t* command, std::wstring_view argument,
                    CommandReply& reply) const;
 

@@ -3,11 +3,27 @@
 #include <oaidl.h>
 #include <wrl/client.h>
 
-#include "comserver/CallArguments.h"
+#include <algorithm>
+#include <cstring>
+
 #include "comserver/Module.h"
 
 namespace comserver
 {
+
+/// An argument, or what it refers to when that is a left-out argument: so languages pass an
+/// optional parameter of their own on, which the type information takes for a value that does not
+/// convert.
+inline VARIANT FollowLeftOut(const VARIANT& argument) noexcept
+{
+    VARIANT referred = argument;
+    if (V_VT(&argument) == (VT_VARIANT | VT_BYREF) && V_VARIANTREF(&argument) != nullptr) {
+        // Byte by byte, since hosts keep their variables where it suits them.
+        std::memcpy(&referred, V_VARIANTREF(&argument), sizeof referred);
+    }
+    const bool leftOut = V_VT(&referred) == VT_ERROR && V_ERROR(&referred) == DISP_E_PARAMNOTFOUND;
+    return leftOut ? referred : argument;
+}
 
 /// The base of a class with the dual interface `DualInterface`: `IDispatch` served from the
 /// module's embedded type library, the place in the module's count, and a critical section for the
@@ -59,12 +75,22 @@ class DispatchObject : public DualInterface
         if (!IsEqualIID(iid, IID_NULL)) {
             return DISP_E_UNKNOWNINTERFACE;
         }
+        constexpr UINT kMostArguments = 16;  // more than any method has parameters
+
+        VARIANT values[kMostArguments];
+        DISPPARAMS followed = {};
+        if (parameters != nullptr && parameters->cArgs <= kMostArguments) {
+            followed = *parameters;
+            followed.rgvarg = values;
+            std::transform(parameters->rgvarg, parameters->rgvarg + parameters->cArgs, values,
+                           &FollowLeftOut);
+            parameters = &followed;
+        }
         Microsoft::WRL::ComPtr<ITypeInfo> typeInfo;
         const HRESULT result = m_module.GetTypeInfo(typeInfo.GetAddressOf());
-        CallArguments arguments(parameters);
         return FAILED(result) ? result
                               : typeInfo->Invoke(static_cast<DualInterface*>(this), id, flags,
-                                                 arguments.Get(), value, exception, wrongArgument);
+                                                 parameters, value, exception, wrongArgument);
     }
 
   protected:
