@@ -3,8 +3,8 @@
 '
 '     cscript //nologo attach.vbs [MACRO]
 '
-' tools/demo --attach starts two, and has each tell its command line: that of a new one has two
-' identifiers.
+' With the stand-ins of the source tree, the macro "!commandline" shows which is which: the command line
+' of a new one has two identifiers.
 
 Option Explicit
 

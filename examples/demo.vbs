@@ -1,4 +1,4 @@
-' Plays one macro and prints every answer. Ends with exit code 1 when one is no success.
+' Plays one macro and prints every answer. Ends with exit code 1 when one is not 1.
 '
 '     cscript //nologo demo.vbs [COMMAND LINE OF tvnInit]
 

@@ -2,9 +2,9 @@
 '
 '     cscript //nologo list_with_retry.vbs LIST.txt LOG.txt [MACRO [SECONDS]]
 '
-' The macro, "Hotel Search" unless another is named, is given the line in the variable "city". A macro that stopped with an error is played
-' again in the same browser; after every other failure a new browser is taken. The exit code is the
-' number of lines that failed in the end.
+' The macro, "Hotel Search" unless another is named, finds the line in the variable "city". One that
+' stopped with an error is played again in the same browser; after any other failure a new browser is
+' started. The exit code is the number of lines that failed in the end.
 
 Option Explicit
 

@@ -1,6 +1,6 @@
 Attribute VB_Name = "TalvernPlay"
 ' One whole cycle in VBA: starts a browser, gives values to variables, plays a macro, prints what it
-' extracted, and closes the browser. A step that fails is told in words. The function answers 0, or
+' extracted, and closes the browser. A step that fails is explained. The function answers 0, or
 ' the number of steps that failed. Office must be the 64-bit one; import this file in its editor and
 ' add the reference "Talvern Scripting Interface" (Tools, References).
 '
@@ -38,7 +38,7 @@ Closing:
     PlayMacro = failures
 End Function
 
-' Prints the Status of a method; one that is no success is told in words and counted.
+' Prints the Status of a method; any other than 1 is explained and counted.
 Private Function Succeeded(method As String, status As Long) As Boolean
     Debug.Print method & ": " & status
     Succeeded = (status = sOk)

@@ -1,5 +1,5 @@
 // One whole cycle in C#: starts a browser, gives values to variables, plays a macro, prints what it
-// extracted, and closes the browser. A step that fails is told in words, and the program then ends
+// extracted, and closes the browser. A step that fails is explained, and the program then ends
 // with exit code 1. It must run as a 64-bit process. The compiler that every Windows has builds it:
 //
 //     %WINDIR%\Microsoft.NET\Framework64\v4.0.30319\csc.exe /platform:x64 play.cs
@@ -57,7 +57,7 @@ static class Program
         }
     }
 
-    // Prints the Status of a method; one that is no success is told in words and remembered.
+    // Prints the Status of a method; any other than 1 is explained and remembered.
     static bool Succeeded(string method, int status)
     {
         Console.WriteLine(method + ": " + status);

@@ -1,5 +1,5 @@
 // One whole cycle in JScript: starts a browser, gives values to variables, plays a macro, prints
-// what it extracted, and closes the browser. A step that fails is told in words, and the script then
+// what it extracted, and closes the browser. A step that fails is explained, and the script then
 // ends with exit code 1.
 //
 //     cscript //nologo play.js [MACRO [COMMAND LINE OF tvnInit [SECONDS]]]
@@ -39,7 +39,7 @@ function argument(index, fallback) {
     return WScript.Arguments.length > index ? WScript.Arguments.Item(index) : fallback;
 }
 
-// Prints the Status of a method; one that is no success is told in words and remembered.
+// Prints the Status of a method; any other than 1 is explained and remembered.
 function succeeded(method, status) {
     WScript.Echo(method + ": " + status);
     if (status == 1) {

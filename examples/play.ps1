@@ -1,5 +1,5 @@
 # One whole cycle in PowerShell: starts a browser, gives values to variables, plays a macro, prints
-# what it extracted, and closes the browser. A step that fails is told in words, and the script then
+# what it extracted, and closes the browser. A step that fails is explained, and the script then
 # ends with exit code 1. The PowerShell must be a 64-bit one.
 #
 #     powershell -ExecutionPolicy Bypass -File play.ps1 [MACRO]
@@ -50,7 +50,7 @@ function Get-StatusHelp([string] $method, [int] $status) {
     "cause: $cause`nremedy: $remedy"
 }
 
-# Prints the Status of a method; one that is no success is told in words and remembered.
+# Prints the Status of a method; any other than 1 is explained and remembered.
 function Test-Status([string] $method, [int] $status) {
     Write-Host "${method}: $status"
     if ($status -eq 1) { return $true }

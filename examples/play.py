@@ -1,5 +1,5 @@
 """One whole cycle in Python: starts a browser, gives values to variables, plays a macro, prints what
-it extracted, and closes the browser. A step that fails is told in words, and the program then ends
+it extracted, and closes the browser. A step that fails is explained, and the program then ends
 with exit code 1. Python and its package pywin32 must be the 64-bit ones.
 
     python play.py [MACRO]
@@ -44,7 +44,7 @@ def status_help(method, status):
 
 
 def succeeded(app, method, status):
-    """Prints the Status of a method; one that is no success is told in words."""
+    """Prints the Status of a method; any other than 1 is explained."""
     print(f"{method}: {status}")
     if status == 1:
         return True

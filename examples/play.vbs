@@ -1,5 +1,5 @@
 ' One whole cycle in VBScript: starts a browser, gives values to variables, plays a macro, prints
-' what it extracted, and closes the browser. A step that fails is told in words, and the script then
+' what it extracted, and closes the browser. A step that fails is explained, and the script then
 ' ends with exit code 1.
 '
 '     cscript //nologo play.vbs [MACRO [COMMAND LINE OF tvnInit [SECONDS]]]
@@ -44,7 +44,7 @@ Function Argument(index, default)
     If WScript.Arguments.Count > index Then Argument = WScript.Arguments(index)
 End Function
 
-' Prints the Status of a method; one that is no success is told in words and remembered.
+' Prints the Status of a method; any other than 1 is explained and remembered.
 Function Succeeded(method, status)
     WScript.Echo method & ": " & status
     Succeeded = (status = 1)

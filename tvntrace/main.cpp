@@ -93,8 +93,9 @@ std::wstring RawEnd(const std::wstring& line, const std::vector<std::string>& ar
 void AddOptions(CLI::App& app, Options& options)
 {
     const auto setLevel = [&](const std::string& name) {
-        const auto found = std::find_if(kLevels.begin(), kLevels.end(),
-                                        [&](const LevelForm& form) { return form.name == name; });
+        const auto* const found =
+            std::find_if(kLevels.begin(), kLevels.end(),
+                         [&](const LevelForm& form) { return form.name == name; });
         options.level = static_cast<Level>(found - kLevels.begin());
     };
     const auto compile = [&](const std::string& pattern) -> std::string {
@@ -151,7 +152,7 @@ void Print(const Options& options, const LinePrinter& printer, DebugBuffer& buff
         if (line->level != Level::Other) {
             origins.insert(line->pid);
         }
-        if (!options.Shows(*line) || (!all && origins.count(line->pid) == 0)) {
+        if (!options.Shows(*line) || (!all && !origins.contains(line->pid))) {
             continue;
         }
         if (options.explain) {

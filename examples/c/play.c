@@ -1,5 +1,5 @@
 /* One whole cycle in C, early bound: starts a browser, gives values to variables, plays a macro,
-   prints what it extracted, and closes the browser. A step that fails is told in words, and the
+   prints what it extracted, and closes the browser. A step that fails is explained, and the
    program then ends with exit code 1.
 
        play [MACRO [COMMAND LINE OF tvnInit [SECONDS]]]
@@ -89,7 +89,7 @@ static void PrintText(const char* label, const wchar_t* text)
     printf("\n");
 }
 
-/* Prints the Status of a method; one that is no success is told in words. */
+/* Prints the Status of a method; any other than 1 is explained. */
 static int Succeeded(IApp* app, const char* method, HRESULT result, Status status)
 {
     BSTR error = NULL;
