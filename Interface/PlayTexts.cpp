@@ -98,12 +98,11 @@ std::wstring EncodeArg(std::wstring_view text)
 
 void AppendVariable(std::wstring& arguments, std::wstring_view name, std::wstring_view value)
 {
-    std::wstring variable(1, L' ');
-    if (!name.starts_with(L'-')) {
-        variable += kVariablePrefix;
-    }
-    variable.append(name).append(1, L' ').append(EncodeArg(value));
-    arguments += variable;
+    const std::wstring encoded = EncodeArg(value);
+    const std::wstring_view prefix = name.starts_with(L'-') ? std::wstring_view() : kVariablePrefix;
+    // All the room at first, so that nothing fails half-way.
+    arguments.reserve(arguments.size() + prefix.size() + name.size() + encoded.size() + 2);
+    arguments.append(1, L' ').append(prefix).append(name).append(1, L' ').append(encoded);
 }
 
 void MakePlayArgument(std::wstring_view macro, std::wstring& variables)

@@ -5,8 +5,6 @@
 #include <cstring>
 #include <string_view>
 
-#include "basicslib/Handle.h"
-
 namespace tvn
 {
 
