@@ -5,18 +5,27 @@
 #include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
 #include <new>
+#include <type_traits>
 
 namespace tvn
 {
 
 /// The owner of one Win32 handle, shared through boost::shared_ptr and never copied. Immutable, so
 /// it may be used from several threads. An empty pointer to a Handle and a Handle with an invalid
-/// value both mean that there is no handle.
+/// value both mean that there is no handle. One that does not leave the operation that opened it is
+/// a local Handle there.
 class Handle
 {
   public:
     /// Takes ownership of `h`, which may be invalid.
     explicit Handle(HANDLE h) noexcept : m_h(h) {}
+
+    /// Takes ownership of what `open` returns, which may be invalid. boost::make_shared calls it
+    /// when there is memory for the owner: a handle that is opened in this way is closed in any
+    /// case.
+    template <class Open, class = std::enable_if_t<std::is_invocable_r_v<HANDLE, Open>>>
+    explicit Handle(const Open& open) : m_h(open())
+    {}
 
     /// Closes the handle if it is valid.
     ~Handle()

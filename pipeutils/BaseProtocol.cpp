@@ -20,12 +20,6 @@ namespace
 /// A length field up to this one is believed before anybody has looked at what the pipe holds.
 constexpr DWORD kBelievedLength = 0x8000;
 
-void LogWrite(DWORD count, DWORD written) noexcept
-{
-    LogDebug("[BaseProtocol::WritePipe] cbBuf = %x, cbWritten = %x ",
-             static_cast<unsigned int>(count), static_cast<unsigned int>(written));
-}
-
 bool IsSignalled(HANDLE event) noexcept
 {
     return Handle::IsValid(event) && WaitForSingleObject(event, 0) == WAIT_OBJECT_0;
@@ -35,15 +29,6 @@ void LogRead(bool success, DWORD count, DWORD read) noexcept
 {
     LogDebug("[BaseProtocol::ReadPipe] fSuccess = %x, cbBuf = %x, cbBytesRead = %x",
              success ? 1U : 0U, static_cast<unsigned int>(count), static_cast<unsigned int>(read));
-}
-
-/// The end of every write: its line in the log, and the failure that it was.
-void FinishWrite(DWORD count, const PipeOperation::Outcome& outcome)
-{
-    LogWrite(count, outcome.bytes);
-    if (!outcome.success || outcome.bytes != count) {
-        throw WritePipeError(outcome.error, __FILE__, __LINE__);
-    }
 }
 
 }  // namespace
@@ -77,51 +62,21 @@ void BaseProtocol::WriteMessage(Serializer& message, DWORD timeout)
     WritePipe(message.GetBuffer().get(), message.GetSize(), timeout);
 }
 
-void BaseProtocol::StartMessage(Serializer& message)
+void BaseProtocol::FinishWrite(DWORD count, const PipeOperation::Outcome& outcome)
 {
-    TVN_ASSERT(!m_write.IsPending());
-    message.Serialize();
-    const DWORD count = message.GetSize();
-    m_bytesUnderWay = message.GetBuffer();
-    const PipeOperation::Outcome outcome = m_write.Write(m_bytesUnderWay.get(), count);
-    if (m_write.IsPending()) {
-        m_bytesToTrace = count;
-        return;
+    LogWrite(count, outcome.bytes);
+    if (!outcome.success || outcome.bytes != count) {
+        throw WritePipeError(outcome.error, __FILE__, __LINE__);
     }
-    m_bytesUnderWay.reset();
-    FinishWrite(count, outcome);
 }
 
-bool BaseProtocol::AwaitWrite(DWORD timeout)
+void BaseProtocol::LogWrite(DWORD count, DWORD written) noexcept
 {
-    // With the time spent, what is already there is still dropped, but not without end.
-    constexpr unsigned int kDropsAfterTime = 64;
-
-    const TimeBudget budget(timeout);
-    unsigned int dropsAfterTime = 0;
-    try {
-        while (m_write.IsPending() && !m_write.HasEnded()) {
-            const DWORD left = budget.Remaining();
-            if (left == 0 && ++dropsAfterTime > kDropsAfterTime) {
-                return false;
-            }
-            if (AwaitArrival(left, m_write.GetEvent())) {
-                DropMessage(budget);
-            }
-            if (m_isDropping) {
-                return false;  // so much that the time was over before
-            }
-        }
-    } catch (const ReadPipeTimeout&) {
-        return false;
-    }
-    TraceWrite();
-    return true;
+    LogDebug("[BaseProtocol::WritePipe] cbBuf = %x, cbWritten = %x ",
+             static_cast<unsigned int>(count), static_cast<unsigned int>(written));
 }
 
-/// Takes the message that has arrived, or what is left of it, out of the pipe without a place for
-/// it. When the time is over, the reads to come begin with what is then still left.
-void BaseProtocol::DropMessage(const TimeBudget& budget)
+bool BaseProtocol::DropMessage(const TimeBudget& budget)
 {
     unsigned char piece[0x10000];
     DWORD dropped = 0;
@@ -132,26 +87,9 @@ void BaseProtocol::DropMessage(const TimeBudget& budget)
         dropped += outcome.bytes;
     } while (m_isDropping && budget.Remaining() != 0);
     LogRead(outcome.success || m_isDropping, sizeof piece, dropped);
+    return !m_isDropping;
 }
 
-void BaseProtocol::TraceWrite() noexcept
-{
-    if (!m_write.IsPending()) {
-        return;
-    }
-    DWORD written = 0;
-    if (m_write.HasEnded()) {
-        written = m_write.Take().bytes;
-        m_bytesUnderWay.reset();
-    }
-    if (m_bytesToTrace != 0) {
-        LogWrite(m_bytesToTrace, written);
-        m_bytesToTrace = 0;
-    }
-}
-
-/// Waits for a message, and no longer than until `further`, an optional event, is signalled. False
-/// when no message is there to be read: also one of no bytes, which is read with that.
 bool BaseProtocol::AwaitArrival(DWORD timeout, HANDLE further)
 {
     // The arrival of a message is awaited with a read of no bytes, so that a time-out can cancel it
@@ -215,24 +153,33 @@ BaseProtocol::ReadResult BaseProtocol::ReadPipe(void* buffer, DWORD count, DWORD
     if (count == 0) {
         return {};
     }
+    AwaitMessage(timeout);
+    return ReadArrived(buffer, count);
+}
+
+void BaseProtocol::AwaitMessage(DWORD timeout)
+{
     if (m_isDropping) {
         const TimeBudget budget(timeout);
-        DropMessage(budget);
-        if (m_isDropping) {
+        if (!DropMessage(budget)) {
             throw ReadPipeTimeout(WAIT_TIMEOUT, __FILE__, __LINE__);
         }
         timeout = budget.Remaining();
     }
     AwaitArrival(timeout);
-    TraceWrite();  // who answers has read; its line belongs before those of the answer
-    return ReadArrived(buffer, count);
 }
 
 DWORD BaseProtocol::ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeout)
 {
     size = 0;
     buffer.reset();
-    const ReadResult length = ReadPipe(&size, sizeof size, timeout);
+    AwaitMessage(timeout);
+    return ReadArrivedMessage(size, buffer);
+}
+
+DWORD BaseProtocol::ReadArrivedMessage(DWORD& size, MessageBuffer& buffer)
+{
+    const ReadResult length = ReadArrived(&size, sizeof size);
     if (length.bytes != sizeof size) {
         throw ReadPipeError(ERROR_INVALID_DATA, __FILE__, __LINE__);
     }
@@ -255,7 +202,7 @@ DWORD BaseProtocol::ReadFields(DWORD size, MessageBuffer& buffer)
                            ? size
                            : static_cast<DWORD>(std::min<std::size_t>(
                                  size, std::size_t{BytesLeft()} + kLengthFieldSize));
-    buffer = TakeRoom(room);
+    buffer = m_buffers.Take(room);
     const ReadResult fields = room == 0 ? ReadResult{0, true} : ReadArrived(buffer.get(), room);
     if (!fields.moreData) {
         return fields.bytes;
@@ -265,32 +212,6 @@ DWORD BaseProtocol::ReadFields(DWORD size, MessageBuffer& buffer)
     std::memcpy(whole.get(), buffer.get(), fields.bytes);
     buffer = whole;
     return fields.bytes + ReadArrived(whole.get() + fields.bytes, rest).bytes;
-}
-
-/// Room that an earlier message has left, or new one. Fresh memory costs a third of what its bytes
-/// cost on their way through the pipe. It takes two: the last message may still be in use while the
-/// next one is read. Room for much more than is asked for is given back.
-MessageBuffer BaseProtocol::TakeRoom(DWORD size)
-{
-    constexpr DWORD kSmallSpare = 0x10000;
-
-    Room* left = nullptr;
-    for (Room& room : m_rooms) {
-        if (room.size > size && room.size - size > std::max(size, kSmallSpare)) {
-            room = {};
-        }
-        if (room.buffer.use_count() <= 1 && (left == nullptr || room.size >= size)) {
-            left = &room;
-        }
-    }
-    if (left == nullptr) {
-        return NewMessageBuffer(size);
-    }
-    if (!left->buffer || left->size < size) {
-        *left = {};  // before the new one, so that both are never there
-        *left = {NewMessageBuffer(size), size};
-    }
-    return left->buffer;
 }
 
 void BaseProtocol::ReadMessage(boost::shared_ptr<Deserializer>& message, DWORD timeout)

@@ -6,6 +6,7 @@
 
 #include "basicslib/TimeBudget.h"
 #include "pipeutils/Deserializer.h"
+#include "pipeutils/KeptBuffers.h"
 #include "pipeutils/MessageBuffer.h"
 #include "pipeutils/PipeOperation.h"
 #include "pipeutils/Serializer.h"
@@ -19,8 +20,7 @@ namespace tvn
 ///
 /// Used by one thread at a time. Every wait dispatches that thread's window messages and comes back
 /// within its time-out, in milliseconds (INFINITE: no limit). Failures are thrown as exceptions of
-/// the PipeException family; the pipe stays open. Nothing stays pending but a write of
-/// `StartMessage`.
+/// the PipeException family; the pipe stays open, and nothing stays pending.
 class BaseProtocol
 {
   public:
@@ -28,7 +28,6 @@ class BaseProtocol
     /// signalled, a waiting operation ends.
     BaseProtocol(HANDLE hPipe, HANDLE hInterrupt) noexcept;
 
-    /// Cancels a write that is still under way. Callable on any thread.
     virtual ~BaseProtocol() = default;
 
     BaseProtocol(const BaseProtocol&) = delete;
@@ -40,21 +39,6 @@ class BaseProtocol
 
     /// Lays out `message` and writes it.
     void WriteMessage(Serializer& message, DWORD timeout);
-
-    /// Lays out `message` and starts to write it, without a wait. What the pipe cannot take at once
-    /// stays under way, as long as it takes or this object lives, and its bytes with it; nothing
-    /// else may be written until `AwaitWrite` has given true. Throws WritePipeError when the write
-    /// fails at once or is short.
-    void StartMessage(Serializer& message);
-
-    /// Waits for the end of a write that is under way, whatever becomes of it. Messages that come
-    /// meanwhile are dropped: the other side may be waiting for somebody to take one before it
-    /// reads. False when the write has not ended in time. Throws as ReadPipe does, but for a
-    /// time-out.
-    bool AwaitWrite(DWORD timeout);
-
-    /// Traces how far a write under way has come, once. Throws nothing.
-    void TraceWrite() noexcept;
 
     /// What one read of a message gave.
     struct ReadResult
@@ -77,28 +61,37 @@ class BaseProtocol
     /// The same, with the fields wrapped for reading.
     void ReadMessage(boost::shared_ptr<Deserializer>& message, DWORD timeout);
 
-  private:
-    struct Room
-    {
-        MessageBuffer buffer;
-        DWORD size = 0;
-    };
+  protected:
+    /// The end of every write: its line in the log, and WritePipeError when it failed or is short.
+    static void FinishWrite(DWORD count, const PipeOperation::Outcome& outcome);
 
+    /// The line alone.
+    static void LogWrite(DWORD count, DWORD written) noexcept;
+
+    /// Waits for a message, and no longer than until `further`, an optional event, is signalled.
+    /// False when no message is there to be read: also one of no bytes, which is read with that.
+    /// Throws as ReadPipe does.
     bool AwaitArrival(DWORD timeout, HANDLE further = nullptr);
-    void DropMessage(const TimeBudget& budget);
+
+    /// Takes the message that has arrived, or what is left of it, out of the pipe without a place
+    /// for it. False when the time was over before: later reads begin with what is left.
+    bool DropMessage(const TimeBudget& budget);
+
+    /// The two halves of ReadMessage.
+    void AwaitMessage(DWORD timeout);
+    DWORD ReadArrivedMessage(DWORD& size, MessageBuffer& buffer);
+
+  private:
     PipeOperation::Outcome ReadPiece(void* buffer, DWORD count);
     ReadResult ReadArrived(void* buffer, DWORD count);
     DWORD ReadFields(DWORD size, MessageBuffer& buffer);
-    MessageBuffer TakeRoom(DWORD size);
     DWORD BytesLeft() const;
 
     HANDLE m_hPipe;
     HANDLE m_hInterrupt;
+    KeptBuffers m_buffers;
+    bool m_isDropping = false;  // the rest of a message is still to be taken out
     PipeOperation m_read;
-    bool m_isDropping = false;      // the rest of a message is still to be taken out
-    Room m_rooms[2];                // of earlier messages
-    MessageBuffer m_bytesUnderWay;  // outlives the write
-    DWORD m_bytesToTrace = 0;       // of a write under way that has no line in the log yet
     PipeOperation m_write;
 };
 

@@ -37,25 +37,21 @@ CommandReply CommandClient::Execute(DWORD timeout, const wchar_t* command,
     if (!Connect(budget.Remaining())) {
         return {};
     }
-    // (Laid out before any wait: messages that are dispatched may change what `arguments` shows.)
-    Serializer message = CommandsProtocol::NewCommand(m_requestId + 1, command, arguments);
+    CommandReply reply;
     try {
-        if (!m_protocol->AwaitWrite(budget.Remaining())) {
-            return NoReply(sTimeout, command);
-        }
-        ++m_requestId;
         try {
-            m_protocol->StartMessage(message);
+            if (!m_protocol->SendCommand(m_requestId + 1, command, arguments, budget.Remaining())) {
+                return NoReply(sTimeout, command);
+            }
         } catch (const WritePipeError&) {
             NoReply(sFail, command);  // the read decides: it knows whether the instance is gone
         }
-        CommandReply reply = m_protocol->ReceiveReply(m_requestId, budget);
-        m_protocol->TraceWrite();
+        m_protocol->ReceiveReply(++m_requestId, reply, budget.Remaining());
         return reply;
-    } catch (const PipeException& exception) {
-        m_protocol->TraceWrite();
-        const bool late = dynamic_cast<const ReadPipeTimeout*>(&exception) != nullptr;
-        return NoReply(late ? sTimeout : sFail, command);
+    } catch (const ReadPipeTimeout&) {
+        return NoReply(sTimeout, command);
+    } catch (const PipeException&) {
+        return NoReply(sFail, command);
     }
 }
 

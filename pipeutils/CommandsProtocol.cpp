@@ -1,49 +1,114 @@
 #include "pipeutils/CommandsProtocol.h"
 
+#include <utility>
+
 #include "basicslib/Exceptions.h"
+#include "basicslib/ScopeExit.h"
+#include "basicslib/TimeBudget.h"
 
 namespace tvn
 {
-
-Serializer CommandsProtocol::NewCommand(unsigned int id, std::wstring_view command,
-                                        std::wstring_view arguments)
+namespace
 {
-    Serializer message(sizeof id + Serializer::TextSize(command.size()) +
-                       Serializer::TextSize(arguments.size()));
+
+/// What is left of the time in which message after message is taken out of a pipe. What is already
+/// there when it is spent is still taken, but not without end: an instance that sends stale replies
+/// as fast as they are read must not hold the caller. ReadPipeTimeout is thrown then.
+DWORD TimeForNext(const TimeBudget& budget, unsigned int& takenBehindTime)
+{
+    constexpr unsigned int kMostBehindTime = 64;
+
+    const DWORD left = budget.Remaining();
+    if (left == 0 && ++takenBehindTime > kMostBehindTime) {
+        throw ReadPipeTimeout(WAIT_TIMEOUT, __FILE__, __LINE__);
+    }
+    return left;
+}
+
+}  // namespace
+
+bool CommandsProtocol::SendCommand(unsigned int id, std::wstring_view command,
+                                   std::wstring_view arguments, DWORD timeout)
+{
+    // Before any wait: messages that are dispatched may change what `arguments` shows.
+    Serializer message;
     message.AddUInt(id);
     message.AddText(command);
     message.AddText(arguments);
-    return message;
+    message.Serialize();
+    if (!AwaitCommand(timeout)) {
+        return false;
+    }
+    m_bytes = message.GetBuffer();
+    const DWORD size = message.GetSize();
+    const PipeOperation::Outcome outcome = m_command.Write(m_bytes.get(), size);
+    if (m_command.IsPending()) {
+        m_untraced = size;
+        return true;
+    }
+    m_bytes.reset();
+    FinishWrite(size, outcome);
+    return true;
 }
 
-unsigned int CommandsProtocol::ReadReply(CommandReply& reply, DWORD timeout)
+/// False when the command under way has not been written in time.
+bool CommandsProtocol::AwaitCommand(DWORD timeout)
 {
+    const TimeBudget budget(timeout);
+    unsigned int behindTime = 0;
+    try {
+        while (m_command.IsPending() && !m_command.HasEnded()) {
+            const DWORD left = TimeForNext(budget, behindTime);
+            if (AwaitArrival(left, m_command.GetEvent()) && !DropMessage(budget)) {
+                return false;
+            }
+        }
+    } catch (const ReadPipeTimeout&) {
+        return false;
+    }
+    CollectCommand();
+    return true;
+}
+
+/// Traces how far the command under way has been written, once, and lets its bytes go when it has
+/// been to the end.
+void CommandsProtocol::CollectCommand() noexcept
+{
+    if (!m_command.IsPending()) {
+        return;
+    }
+    DWORD written = 0;
+    if (m_command.HasEnded()) {
+        written = m_command.Take().bytes;
+        m_bytes.reset();
+    }
+    if (m_untraced != 0) {
+        LogWrite(std::exchange(m_untraced, 0), written);
+    }
+}
+
+void CommandsProtocol::ReadReply(unsigned int& id, CommandReply& reply, DWORD timeout)
+{
+    reply = {};
+    AwaitMessage(timeout);
+    CollectCommand();  // who answers has read; its line belongs before those of the answer
     DWORD size = 0;
-    const DWORD received = ReadMessage(size, reply.message, timeout);
+    const DWORD received = ReadArrivedMessage(size, reply.message);
     Deserializer fields(received + kLengthFieldSize, reply.message);
-    unsigned int id = 0;
     fields.ReadUInt(id);
     fields.ReadInt(reply.status);
     reply.text = fields.ReadText();
-    return id;
 }
 
-CommandReply CommandsProtocol::ReceiveReply(unsigned int expectedId, const TimeBudget& budget)
+void CommandsProtocol::ReceiveReply(unsigned int expectedId, CommandReply& reply, DWORD timeout)
 {
-    // With the time spent, replies that are already in the pipe are still taken, but not without
-    // end: an instance that sends stale ones as fast as they are read must not hold the caller.
-    constexpr unsigned int kReadsAfterTime = 64;
-
-    for (unsigned int readsAfterTime = 0;;) {
-        const DWORD left = budget.Remaining();
-        if (left == 0 && ++readsAfterTime > kReadsAfterTime) {
-            throw ReadPipeTimeout(WAIT_TIMEOUT, __FILE__, __LINE__);
-        }
-        CommandReply reply;
-        if (ReadReply(reply, left) == expectedId) {
-            return reply;
-        }
-    }
+    const ScopeExit collect([this] { CollectCommand(); });
+    const TimeBudget budget(timeout);
+    unsigned int behindTime = 0;
+    unsigned int id = 0;
+    do {
+        ReadReply(id, reply, TimeForNext(budget, behindTime));
+    } while (id != expectedId);
 }
 
 void CommandsProtocol::ReceiveCommand(unsigned int& id, ComString& command, ComString& arguments,
@@ -59,7 +124,7 @@ void CommandsProtocol::ReceiveCommand(unsigned int& id, ComString& command, ComS
 void CommandsProtocol::SendReply(unsigned int id, int status, std::wstring_view reply,
                                  DWORD timeout)
 {
-    Serializer message(sizeof id + sizeof status + Serializer::TextSize(reply.size()));
+    Serializer message;
     message.AddUInt(id);
     message.AddInt(status);
     message.AddText(reply);

@@ -1,12 +1,14 @@
 #include "pipeutils/Deserializer.h"
 
+#include <algorithm>
+
 #include "basicslib/Exceptions.h"
 
 namespace tvn
 {
 
 Deserializer::Deserializer(std::uint32_t size, const MessageBuffer& buffer)
-    : m_end(size < kLengthFieldSize ? 0 : size - kLengthFieldSize), m_buffer(buffer)
+    : m_size(std::max(size, kLengthFieldSize)), m_buffer(buffer)
 {}
 
 void Deserializer::ReadString(ComString& text)

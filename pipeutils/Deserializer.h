@@ -32,13 +32,13 @@ class Deserializer
     std::wstring_view ReadText();
 
     /// Bytes that are left to be read.
-    std::uint32_t GetLeft() const noexcept { return m_end - m_pos; }
+    std::uint32_t GetLeft() const noexcept { return m_size - kLengthFieldSize - m_pos; }
 
   private:
     /// The next `count` bytes, which are then behind the position.
     const unsigned char* Take(std::uint32_t count);
 
-    std::uint32_t m_end;
+    std::uint32_t m_size;  // at least that of the length field
     MessageBuffer m_buffer;
     std::uint32_t m_pos = 0;
 };

@@ -8,28 +8,31 @@
 namespace tvn
 {
 
-Overlapped::Overlapped(HANDLE h) : m_tid(GetCurrentThreadId()), m_block(std::make_unique<Block>())
+Overlapped::Block::Block(HANDLE h)
+    : m_hFile(HandleToDuplicate(h).Duplicate()),
+      m_event(CreateEventA(nullptr, TRUE, FALSE, nullptr))
 {
-    m_block->file.emplace(HandleToDuplicate(h).Duplicate());
-    m_block->event.emplace(CreateEventA(nullptr, TRUE, FALSE, nullptr));
-    if (!m_block->event->IsValid()) {
+    if (!m_event.IsValid()) {
         throw Win32Exception(GetLastError(), __FILE__, __LINE__);
     }
-    m_block->ov.hEvent = m_block->event->Get();
+    m_ov.hEvent = m_event.Get();
 }
+
+Overlapped::Overlapped(HANDLE h) : m_tid(GetCurrentThreadId()), m_block(std::make_unique<Block>(h))
+{}
 
 Overlapped::~Overlapped()
 {
     try {
         CheckThread();
-        if (m_block->file->IsValid()) {
-            CancelIo(m_block->file->Get());
+        if (m_block->m_hFile.IsValid()) {
+            CancelIo(m_block->m_hFile.Get());
         }
         if (m_pending) {
             // The cancellation is a request: until it has come through, the system may still write
             // to the block and to the buffer of the operation.
             DWORD transferred = 0;
-            GetOverlappedResult(m_block->file->Get(), &m_block->ov, &transferred, TRUE);
+            GetOverlappedResult(m_block->m_hFile.Get(), &m_block->m_ov, &transferred, TRUE);
         }
     } catch (const BaseException& exception) {
         static_cast<void>(m_block.release());  // better a leak than memory written to when freed
@@ -48,7 +51,7 @@ void Overlapped::CheckThread() const
 OVERLAPPED* Overlapped::GetOverlapped()
 {
     CheckThread();
-    return &m_block->ov;
+    return &m_block->m_ov;
 }
 
 void Overlapped::SetPending()
@@ -60,7 +63,7 @@ void Overlapped::SetPending()
 bool Overlapped::Wait(DWORD timeout, HANDLE hInterrupt)
 {
     CheckThread();
-    if (!WaitForEvent(m_block->ov.hEvent, timeout, hInterrupt)) {
+    if (!WaitForEvent(m_block->m_ov.hEvent, timeout, hInterrupt)) {
         return false;
     }
     m_pending = false;  // the block may be used for a further call, which may fail at once

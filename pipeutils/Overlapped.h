@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <memory>
-#include <optional>
 
 #include "basicslib/Handle.h"
 
@@ -49,9 +48,11 @@ class Overlapped
   private:
     struct Block
     {
-        OVERLAPPED ov = {};
-        std::optional<Handle> file;
-        std::optional<Handle> event;
+        explicit Block(HANDLE h);
+
+        const Handle m_hFile;
+        const Handle m_event;
+        OVERLAPPED m_ov = {};
     };
 
     DWORD m_tid;

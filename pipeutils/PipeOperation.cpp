@@ -6,30 +6,51 @@
 namespace tvn
 {
 
+PipeOperation::~PipeOperation()
+{
+    Cancel();
+    if (m_event != nullptr) {
+        CloseHandle(m_event);
+    }
+}
+
 PipeOperation::Outcome PipeOperation::Read(void* buffer, DWORD count)
 {
-    OVERLAPPED* const block = NewBlock();
-    DWORD bytes = 0;
-    const BOOL success = ReadFile(m_hPipe, buffer, count, &bytes, block);
-    return Started(success, GetLastError(), bytes);
+    return Start([&](DWORD* bytes) { return ReadFile(m_hPipe, buffer, count, bytes, &m_ov); });
 }
 
 PipeOperation::Outcome PipeOperation::Write(const void* buffer, DWORD count)
 {
-    OVERLAPPED* const block = NewBlock();
-    DWORD bytes = 0;
-    const BOOL success = WriteFile(m_hPipe, buffer, count, &bytes, block);
-    return Started(success, GetLastError(), bytes);
+    return Start([&](DWORD* bytes) { return WriteFile(m_hPipe, buffer, count, bytes, &m_ov); });
+}
+
+template <class Call>
+PipeOperation::Outcome PipeOperation::Start(Call call)
+{
+    TVN_ASSERT(!m_pending);
+    if (m_event == nullptr) {
+        m_event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+        if (m_event == nullptr) {
+            throw Win32Exception(GetLastError(), __FILE__, __LINE__);
+        }
+    }
+    m_ov = {};
+    m_ov.hEvent = m_event;
+    Outcome outcome;
+    outcome.success = call(&outcome.bytes) != FALSE;
+    outcome.error = outcome.success ? ERROR_SUCCESS : GetLastError();
+    m_pending = outcome.error == ERROR_IO_PENDING;
+    return outcome;
 }
 
 bool PipeOperation::Wait(DWORD timeout, HANDLE hInterrupt, HANDLE further)
 {
-    return WaitForEvent(m_event->Get(), timeout, hInterrupt, further);
+    return WaitForEvent(m_event, timeout, hInterrupt, further);
 }
 
 bool PipeOperation::HasEnded() const noexcept
 {
-    return WaitForSingleObject(m_event->Get(), 0) == WAIT_OBJECT_0;
+    return WaitForSingleObject(m_event, 0) == WAIT_OBJECT_0;
 }
 
 PipeOperation::Outcome PipeOperation::Take() noexcept
@@ -50,27 +71,6 @@ PipeOperation::Outcome PipeOperation::Cancel() noexcept
     }
     CancelIoEx(m_hPipe, &m_ov);
     return Take();
-}
-
-OVERLAPPED* PipeOperation::NewBlock()
-{
-    TVN_ASSERT(!m_pending);
-    if (!m_event) {
-        HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-        if (!Handle::IsValid(event)) {
-            throw Win32Exception(GetLastError(), __FILE__, __LINE__);
-        }
-        m_event.emplace(event);
-    }
-    m_ov = {};
-    m_ov.hEvent = m_event->Get();
-    return &m_ov;
-}
-
-PipeOperation::Outcome PipeOperation::Started(BOOL success, DWORD error, DWORD bytes) noexcept
-{
-    m_pending = !success && error == ERROR_IO_PENDING;
-    return {success != FALSE, success ? ERROR_SUCCESS : error, bytes};
 }
 
 }  // namespace tvn

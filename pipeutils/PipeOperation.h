@@ -2,10 +2,6 @@
 
 #include <windows.h>
 
-#include <optional>
-
-#include "basicslib/Handle.h"
-
 namespace tvn
 {
 
@@ -19,7 +15,7 @@ class PipeOperation
     explicit PipeOperation(HANDLE hPipe) noexcept : m_hPipe(hPipe) {}
 
     /// Cancels what is pending, as `Cancel` does.
-    ~PipeOperation() { Cancel(); }
+    ~PipeOperation();
 
     PipeOperation(const PipeOperation&) = delete;
     PipeOperation& operator=(const PipeOperation&) = delete;
@@ -45,7 +41,7 @@ class PipeOperation
     bool Wait(DWORD timeout, HANDLE hInterrupt, HANDLE further = nullptr);
 
     /// The event of the operation, borrowed; signalled when a pending one has ended.
-    HANDLE GetEvent() const noexcept { return m_event->Get(); }
+    HANDLE GetEvent() const noexcept { return m_event; }
 
     /// Whether an operation was pending when it was started, and its outcome is still to be taken.
     bool IsPending() const noexcept { return m_pending; }
@@ -61,11 +57,11 @@ class PipeOperation
     Outcome Cancel() noexcept;
 
   private:
-    OVERLAPPED* NewBlock();
-    Outcome Started(BOOL success, DWORD error, DWORD bytes) noexcept;
+    template <class Call>
+    Outcome Start(Call call);
 
     HANDLE m_hPipe;
-    std::optional<Handle> m_event;
+    HANDLE m_event = nullptr;  // made by the first operation, closed with this object
     OVERLAPPED m_ov = {};
     bool m_pending = false;
 };

@@ -42,7 +42,7 @@ HANDLE PipeServerBase::CreatePipe(const char* name, const PipeEndOptions& option
     return pipe;
 }
 
-bool PipeServerBase::ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlapped>& overlapped,
+BOOL PipeServerBase::ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlapped>& overlapped,
                                  DWORD& error)
 {
     error = 0;
@@ -50,30 +50,32 @@ bool PipeServerBase::ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlappe
     const BOOL connected = ConnectNamedPipe(hPipe, overlapped->GetOverlapped());
     error = GetLastError();
     if (connected) {
-        return false;  // not what an overlapped connect does
+        return FALSE;  // not what an overlapped connect does
     }
     if (error == ERROR_PIPE_CONNECTED) {
         // The client came before the connect was started, which then has nothing to signal.
         SetEvent(overlapped->GetOverlapped()->hEvent);
-        return true;
+        return TRUE;
     }
     if (error == ERROR_IO_PENDING) {
         overlapped->SetPending();
-        return true;
+        return TRUE;
     }
     LogDebug("[PipeServerBase::ConnectPipe ConnectNamedPipe] FAILED (%08X)",
              static_cast<unsigned int>(error));
-    return false;
+    return FALSE;
 }
 
-bool PipeServerBase::ConnectPipe(HANDLE hPipe, DWORD timeout, HANDLE hInterrupt, DWORD& error)
+BOOL PipeServerBase::ConnectPipe(HANDLE hPipe, DWORD timeout, HANDLE hInterrupt, DWORD& error)
 {
     try {
         const auto overlapped = boost::make_shared<Overlapped>(hPipe);
-        return ConnectPipe(hPipe, overlapped, error) && overlapped->Wait(timeout, hInterrupt);
+        return ConnectPipe(hPipe, overlapped, error) && overlapped->Wait(timeout, hInterrupt)
+                   ? TRUE
+                   : FALSE;
     } catch (const Win32Exception& exception) {
         error = exception.GetError();
-        return false;
+        return FALSE;
     }
 }
 

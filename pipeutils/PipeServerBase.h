@@ -33,16 +33,16 @@ class PipeServerBase
     /// The same with the options that it stands for, and without a line in the log.
     static HANDLE CreatePipe(const char* name, const PipeEndOptions& options, DWORD& error);
 
-    /// Starts waiting for a client on `hPipe` with a block made for it. True when a client is there
-    /// already or the connect is pending: the block's event is, or will be, signalled. False on
+    /// Starts waiting for a client on `hPipe` with a block made for it. TRUE when a client is there
+    /// already or the connect is pending: the block's event is, or will be, signalled. FALSE on
     /// failure, with its code in `error`. Throws AssertException on a foreign thread.
-    static bool ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlapped>& overlapped,
+    static BOOL ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlapped>& overlapped,
                             DWORD& error);
 
     /// Waits up to `timeout` milliseconds (INFINITE: no limit) for a client; `hInterrupt`,
-    /// optional, is an event that ends the wait. True once a client is connected, false on
+    /// optional, is an event that ends the wait. TRUE once a client is connected, FALSE on
     /// time-out, interrupt or failure; `error` is the code of a failure.
-    static bool ConnectPipe(HANDLE hPipe, DWORD timeout, HANDLE hInterrupt, DWORD& error);
+    static BOOL ConnectPipe(HANDLE hPipe, DWORD timeout, HANDLE hInterrupt, DWORD& error);
 };
 
 }  // namespace tvn

@@ -17,11 +17,12 @@ RemotePipeClient::RemotePipeClient(const ComString& pipeName)
 boost::shared_ptr<Handle> RemotePipeClient::OpenPipe(const char* name)
 {
     LogDebug("[RemotePipeClient::OpenPipe] %s", name);
-    HANDLE opened = CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                                FILE_FLAG_OVERLAPPED, nullptr);
-    const DWORD error = GetLastError();
-    boost::shared_ptr<Handle> pipe = ShareHandle(opened);
+    auto pipe = boost::make_shared<Handle>([name] {
+        return CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_OVERLAPPED, nullptr);
+    });
     if (!pipe->IsValid()) {
+        const DWORD error = GetLastError();
         LogDebug("[RemotePipeClient::OpenPipe] CreateFile failed with code 0x%08X",
                  static_cast<unsigned int>(error));
         throw PipeException(error, __FILE__, __LINE__);

@@ -1,64 +1,65 @@
 #include "pipeutils/Serializer.h"
 
-#include <algorithm>
+#include <boost/make_shared.hpp>
 #include <cstring>
 #include <limits>
-#include <utility>
 
 namespace tvn
 {
-
-void Serializer::AddUInt(unsigned int value)
+namespace
 {
-    std::memcpy(NewRoom(sizeof value), &value, sizeof value);
-    m_used += sizeof value;
+
+/// The length field and the counts of texts could not tell more.
+std::uint32_t CheckedSize(std::size_t bytes)
+{
+    if (bytes > std::numeric_limits<std::uint32_t>::max()) {
+        _com_issue_error(E_OUTOFMEMORY);
+    }
+    return static_cast<std::uint32_t>(bytes);
 }
+
+}  // namespace
 
 void Serializer::AddString(const ComString& text)
 {
     const auto* characters = static_cast<const wchar_t*>(text);
-    AddBytes(characters, SysStringByteLen(const_cast<BSTR>(characters)));
+    Add({etString, SysStringByteLen(const_cast<BSTR>(characters)), text, characters});
 }
 
-void Serializer::AddBytes(const void* bytes, std::size_t count)
+void Serializer::AddText(std::wstring_view text)
 {
-    unsigned char* const room = NewRoom(kLengthFieldSize + count);
-    const auto length = static_cast<std::uint32_t>(count);
-    std::memcpy(room, &length, sizeof length);  // little-endian, as the platform is
-    if (count != 0) {
-        std::memcpy(room + sizeof length, bytes, count);
+    Add({etString, CheckedSize(text.size() * sizeof text[0]), {}, text.data()});
+}
+
+void Serializer::Add(const SerializerEntry& entry)
+{
+    if (m_entries.empty()) {
+        m_entries.reserve(8);  // what nearly all messages have fits
     }
-    m_used += sizeof length + count;
+    m_entries.push_back(boost::make_shared<SerializerEntry>(entry));
 }
 
 void Serializer::Serialize()
 {
-    NewRoom(0);
-    m_size = static_cast<std::uint32_t>(m_used);
-    std::memcpy(m_draft.get(), &m_size, sizeof m_size);
-    m_buffer = std::move(m_draft);
-    m_capacity = 0;
-    m_used = kLengthFieldSize;
-}
-
-/// The place of the next `count` bytes.
-unsigned char* Serializer::NewRoom(std::size_t count)
-{
-    if (count > std::numeric_limits<std::uint32_t>::max() - m_used) {
-        _com_issue_error(E_OUTOFMEMORY);  // the length field could not tell it
+    std::size_t size = kLengthFieldSize;
+    for (const auto& entry : m_entries) {
+        size += sizeof entry->m_value + (entry->m_type == etString ? entry->m_value : 0);
     }
-    const std::size_t needed = m_used + count;
-    if (needed > m_capacity) {
-        constexpr std::size_t kSmallMessage = 128;
-        const std::size_t capacity = std::max({needed, 2 * m_capacity, kSmallMessage});
-        const MessageBuffer larger = NewMessageBuffer(capacity);
-        if (m_draft) {
-            std::memcpy(larger.get(), m_draft.get(), m_used);
+    m_size = CheckedSize(size);
+    m_buffer = NewMessageBuffer(size);
+    unsigned char* at = m_buffer.get();
+    const auto put = [&at](const void* bytes, std::size_t count) {
+        if (count != 0) {
+            std::memcpy(at, bytes, count);  // little-endian, as the platform is
+            at += count;
         }
-        m_draft = larger;
-        m_capacity = capacity;
+    };
+    put(&m_size, sizeof m_size);
+    for (const auto& entry : m_entries) {
+        put(&entry->m_value, sizeof entry->m_value);
+        put(entry->m_text, entry->m_type == etString ? entry->m_value : 0);
     }
-    return m_draft.get() + m_used;
+    m_entries.clear();
 }
 
 }  // namespace tvn

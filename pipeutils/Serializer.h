@@ -1,13 +1,27 @@
 #pragma once
 
+#include <boost/shared_ptr.hpp>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "basicslib/ComString.h"
 #include "pipeutils/MessageBuffer.h"
 
 namespace tvn
 {
+
+/// The kind of a field. Only the writer knows it; it is not in the message.
+enum EntryType : std::uint32_t { etInteger = 1, etString = 2 };
+
+/// A field that waits for its message to be laid out.
+struct SerializerEntry
+{
+    EntryType m_type;
+    std::uint32_t m_value;  ///< the number; of a text, how many bytes it has
+    ComString m_string;     ///< shares a text that is a COM string
+    const void* m_text;     ///< the bytes of the text, which this or the caller holds
+};
 
 /// Lays out one message: its total length N as four little-endian bytes that count themselves, then
 /// the fields back to back in the order in which they are added. A number takes four bytes; a text
@@ -16,25 +30,21 @@ namespace tvn
 class Serializer
 {
   public:
-    /// Bytes that a text of this length takes.
-    static constexpr std::size_t TextSize(std::size_t characters) noexcept
-    {
-        return kLengthFieldSize + characters * sizeof(wchar_t);
-    }
+    Serializer() = default;
+    Serializer(const Serializer&) = delete;
+    Serializer& operator=(const Serializer&) = delete;
 
-    Serializer() noexcept = default;
-
-    /// Makes room for fields of this many bytes in all, so that the message takes one allocation.
-    explicit Serializer(std::size_t fieldBytes) { NewRoom(fieldBytes); }
-
-    void AddUInt(unsigned int value);
+    void AddUInt(unsigned int value) { Add({etInteger, value, {}, nullptr}); }
     void AddInt(int value) { AddUInt(static_cast<unsigned int>(value)); }
 
-    /// A null string is written like an empty one.
+    /// Shares the text. A null string is written like an empty one.
     void AddString(const ComString& text);
-    void AddText(std::wstring_view text) { AddBytes(text.data(), text.size() * sizeof text[0]); }
 
-    /// Completes the message of the fields added so far, and begins a new one.
+    /// The characters must stay as they are until `Serialize` has copied them.
+    void AddText(std::wstring_view text);
+
+    /// Completes the message of the fields added so far, in one block of memory, and begins a new
+    /// one.
     void Serialize();
 
     /// The completed message, shared; empty before `Serialize`.
@@ -44,14 +54,11 @@ class Serializer
     std::uint32_t GetSize() const { return m_size; }
 
   private:
-    void AddBytes(const void* bytes, std::size_t count);
-    unsigned char* NewRoom(std::size_t count);
+    void Add(const SerializerEntry& entry);
 
     MessageBuffer m_buffer;
     std::uint32_t m_size = 0;
-    MessageBuffer m_draft;
-    std::size_t m_capacity = 0;
-    std::size_t m_used = kLengthFieldSize;
+    std::vector<boost::shared_ptr<SerializerEntry>> m_entries;
 };
 
 }  // namespace tvn

@@ -23,12 +23,12 @@ SimplePipeServer::~SimplePipeServer()
 
 void SimplePipeServer::Create(const char* name, bool allowAllToAccessPipe)
 {
-    if (m_created) {
+    if (m_hPipe) {
         throw InvalidOperationException();
     }
-    m_created = true;
     DWORD error = 0;
-    m_hPipe = ShareHandle(CreatePipe(name, allowAllToAccessPipe, error));
+    m_hPipe =
+        boost::make_shared<Handle>([&] { return CreatePipe(name, allowAllToAccessPipe, error); });
     if (!m_hPipe->IsValid()) {
         throw Win32Exception(error, __FILE__, __LINE__);
     }

@@ -24,7 +24,7 @@ class SimplePipeServer : public PipeServerBase
     SimplePipeServer& operator=(const SimplePipeServer&) = delete;
 
     /// Makes the pipe `name` and starts listening; with `allowAllToAccessPipe` any account may
-    /// connect. Throws Win32Exception; the object can then only be destroyed. Once it was called,
+    /// connect. Throws Win32Exception; the object can then only be destroyed. While it has a pipe,
     /// it throws InvalidOperationException and changes nothing.
     void Create(const char* name, bool allowAllToAccessPipe);
 
@@ -36,7 +36,6 @@ class SimplePipeServer : public PipeServerBase
 
   private:
     boost::shared_ptr<Handle> m_hPipe;  // empty before `Create` and after the hand-over
-    bool m_created = false;
     boost::shared_ptr<Overlapped> m_overlapped;
 };
 

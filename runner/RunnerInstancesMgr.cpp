@@ -18,7 +18,7 @@ int RunnerInstancesMgr::GetInstancesByName(std::vector<boost::shared_ptr<Instanc
     const auto request = boost::make_shared<MsgGetInstancesByName>();
     request->processName = processName;
     boost::shared_ptr<MsgGetInstancesByNameComplete> reply;
-    const int result = Ask(request, timeoutMs, reply);
+    const int result = Ask(request, {.time = timeoutMs}, reply);
     if (result == sOk) {
         for (std::size_t index = 0; index < reply->pids.size(); ++index) {
             const auto process =

@@ -4,54 +4,41 @@
 
 #include <boost/shared_ptr.hpp>
 
-#include "basicslib/Exceptions.h"
-#include "basicslib/TimeBudget.h"
-#include "pipeutils/PipeNames.h"
-#include "pipeutils/RemotePipeClient.h"
+#include "basicslib/StatusCode.h"
 #include "runner/RunnerMessages.h"
 
 namespace tvn
 {
 
-/// The result of a request that failed with `failure`: `sTimeout` when the service did not take the
-/// request in time, otherwise `result`.
-int ResultOfFailure(const PipeException& failure, int result) noexcept;
+/// What becomes of a request when all ends of the service's pipe are busy.
+enum BusyPipe { bpFails, bpIsTriedAgain };
 
-/// A connection to the runner service for one request. It is opened in one attempt by `Exchange`,
-/// unless `OpenPipe` has been called before, and closed with the object. Failures are thrown as
-/// exceptions of the PipeException family.
-class RunnerRequest : public RemotePipeClient
+/// How long a request may take, and what its failures result in.
+struct RequestTerms
 {
-  public:
-    RunnerRequest() : RemotePipeClient(RunnerPipeName()) {}
-
-    /// Sends `request`. Returns the answer, or an empty pointer when the answer is not of the type
-    /// that belongs to the request. Both together take up to `timeoutMs` milliseconds (INFINITE: no
-    /// limit); when the request is taken at once, the answer gets all of them.
-    template <class Reply>
-    boost::shared_ptr<Reply> Exchange(const boost::shared_ptr<BaseMsg>& request, DWORD timeoutMs)
-    {
-        const boost::shared_ptr<BaseMsg> reply = ExchangeAny(request, timeoutMs);
-        return reply->GetType() == request->GetType() + 1 ? boost::static_pointer_cast<Reply>(reply)
-                                                          : boost::shared_ptr<Reply>();
-    }
-
-  private:
-    boost::shared_ptr<BaseMsg> ExchangeAny(const boost::shared_ptr<BaseMsg>& request,
-                                           DWORD timeoutMs);
+    DWORD time;          ///< milliseconds for all of it, INFINITE for no limit
+    DWORD openTime = 0;  ///< how many of these attempts to open the pipe may take; 0: one attempt
+    BusyPipe busyPipe = bpFails;  ///< tried again at once, until the time is over: `sTimeout`
+    int lateAnswer = sFail;       ///< the result when the answer does not come in time
+    int failure = sFail;          ///< the result of any other failure
 };
 
-/// Exchanges `request` for `reply` on a connection of its own. Returns the answer's result, or what
-/// the failure of the exchange results in.
-template <class Reply>
-int Ask(const boost::shared_ptr<BaseMsg>& request, DWORD timeoutMs, boost::shared_ptr<Reply>& reply)
+/// Sends `request` to the runner service over a connection of its own, which is closed with the
+/// answer. Returns the answer's result; `sTimeout` when the service does not take the request in
+/// time; `sFail` when the answer is not of the type that belongs to the request; or what `terms`
+/// say. `answer` is then empty. Throws only what is not a pipe failure.
+int AskRunner(const boost::shared_ptr<BaseMsg>& request, const RequestTerms& terms,
+              boost::shared_ptr<BaseMsg>& answer);
+
+/// The same with the answer as an object of its own class.
+template <class Answer>
+int Ask(const boost::shared_ptr<BaseMsg>& request, const RequestTerms& terms,
+        boost::shared_ptr<Answer>& answer)
 {
-    try {
-        reply = RunnerRequest().Exchange<Reply>(request, timeoutMs);
-        return reply ? reply->result : sFail;
-    } catch (const PipeException& exception) {
-        return ResultOfFailure(exception, sFail);
-    }
+    boost::shared_ptr<BaseMsg> any;
+    const int result = AskRunner(request, terms, any);
+    answer = boost::static_pointer_cast<Answer>(any);
+    return result;
 }
 
 }  // namespace tvn

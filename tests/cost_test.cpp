@@ -15,8 +15,8 @@ namespace tvn::tests
 TEST(Costs, APlayCostsNoMoreThanItDid)
 {
     std::istringstream words(
-        "GetLastError 6 GetOverlappedResult 1 GetTickCount 8 MsgWaitForMultipleObjectsEx 1 "
-        "OutputDebugStringA 5 ReadFile 3 SysStringLen 1 WideCharToMultiByte 1 WriteFile 1 new 4");
+        "GetLastError 4 GetOverlappedResult 1 GetTickCount 10 MsgWaitForMultipleObjectsEx 1 "
+        "OutputDebugStringA 5 ReadFile 3 SysStringLen 1 WideCharToMultiByte 1 WriteFile 1 new 8");
     std::map<std::string, unsigned int> most;
     for (std::string what; words >> what;) {
         words >> most[what];

@@ -3,7 +3,7 @@
 #include <boost/weak_ptr.hpp>
 
 #include "basicslib/Exceptions.h"
-#include "pipeutils/BaseProtocol.h"
+#include "pipeutils/CommandsProtocol.h"
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
@@ -200,15 +200,13 @@ TEST_F(Framing, AWriteThatIsAwaitedWithoutAnyTimeDropsWhatIsThereButNotWithoutEn
 {
     ScriptedPeer flooding("\\\\.\\pipe\\TalvernTestFlood", {}, 0x4000);
     const auto end = flooding.Client();
-    BaseProtocol writer(end->Get(), nullptr);
-    Serializer message;
-    message.AddText(std::wstring(0x4000, L'x'));
-    writer.StartMessage(message);
+    CommandsProtocol writer(end->Get(), nullptr);
+    EXPECT_TRUE(writer.SendCommand(1, L"L", std::wstring(0x4000, L'x'), 0));
     constexpr DWORD kSent = 200;
     for (DWORD number = 0; number < kSent; ++number) {
         flooding.Send(Words({8, number}));
     }
-    EXPECT_FALSE(writer.AwaitWrite(0));
+    EXPECT_FALSE(writer.SendCommand(2, L"N", {}, 0));
     DWORD next[2] = {};
     EXPECT_EQ(writer.ReadPipe(next, sizeof next, 0).bytes, 8U) << "some are left";
     EXPECT_GT(next[1], 0U) << "and some are not";

@@ -109,10 +109,11 @@ class Client
     std::string Asks(const wchar_t* command, const wchar_t* argument)
     {
         try {
-            auto message = CommandsProtocol::NewCommand(7, command, argument);
-            m_protocol.WriteMessage(message, 5000);
+            EXPECT_TRUE(m_protocol.SendCommand(7, command, argument, 5000));
+            unsigned int id = 0;
             CommandReply reply;
-            EXPECT_EQ(m_protocol.ReadReply(reply, 5000), 7U);
+            m_protocol.ReadReply(id, reply, 5000);
+            EXPECT_EQ(id, 7U);
             return std::to_string(reply.status) + " " + Narrow(ToComString(reply.text));
         } catch (const PipeException&) {
             return "gone";

@@ -91,11 +91,9 @@ TEST(Wire, CommandsRepliesAndCallbacksHaveTheirBytes)
     ScriptedPeer peer;
     const auto pipe = peer.Client();
     CommandsProtocol client(pipe->Get(), nullptr);
-    Serializer play = CommandsProtocol::NewCommand(1, L"PLAY", L"xy");
-    client.WriteMessage(play, 1000);
+    EXPECT_TRUE(client.SendCommand(1, L"PLAY", L"xy", 1000));
     EXPECT_EQ(peer.Receive(), Words({28, 1, 8, 0x004C0050, 0x00590041, 4, 0x00790078}));
-    Serializer bare = CommandsProtocol::NewCommand(2, L"ab", {});
-    client.WriteMessage(bare, 1000);
+    EXPECT_TRUE(client.SendCommand(2, L"ab", {}, 1000));
     EXPECT_EQ(peer.Receive(), Message(2, "ab", ""));
     unsigned int id = 0;
     ComString name;

@@ -10,6 +10,7 @@
 #include "process/Instance.h"
 #include "process/InstancesMgr.h"
 #include "tests/browser/real_browser.h"
+#include "tests/messages.h"
 #include "tests/moments.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
@@ -38,11 +39,18 @@ TEST_F(BrowserClients, TheNextPlayStopsOneThatWasGivenUpAndADisplayGoesBesideIt)
 /// The status with which a command is answered.
 static int Asked(CommandsProtocol& protocol, const wchar_t* command, const wchar_t* argument)
 {
-    auto message = CommandsProtocol::NewCommand(1, command, argument);
-    protocol.WriteMessage(message, 5000);
     CommandReply reply;
-    protocol.ReadReply(reply, 60000);
+    protocol.SendCommand(1, command, argument, 5000);
+    protocol.ReceiveReply(1, reply, 60000);
     return reply.status;
+}
+
+/// Waits until a command is written, and drops no reply meanwhile.
+static void Sends(CommandsProtocol& protocol, unsigned int id, std::string_view command,
+                  const std::string& argument)
+{
+    const Bytes bytes = Message(id, command, argument);
+    protocol.WritePipe(bytes.data(), static_cast<DWORD>(bytes.size()), 5000);
 }
 
 TEST_F(BrowserClients, AClientThatDiesInMidPlayLeavesAFreeBrowserThatHasStopped)
@@ -60,35 +68,32 @@ TEST_F(BrowserClients, AClientThatDiesInMidPlayLeavesAFreeBrowserThatHasStopped)
         EXPECT_EQ(Asked(protocol, kCommandPlay, L""), sFail) << "nobody has attached";
         ASSERT_EQ(Asked(protocol, kCommandAttachIfFree, L""), sOk);
         // A play that waits for its turn gives way to the next, as the one that it waits for.
-        for (const auto& [id, waiting] : {std::pair(3U, L" -macro for(;;)await[SP]page.title() "),
-                                          {4U, L" -macro for(;;)await[SP]page.title() "},
-                                          {5U, L" -macro extract(5) "}}) {
-            auto message = CommandsProtocol::NewCommand(id, kCommandPlay, waiting);
-            protocol.WriteMessage(message, 5000);
+        for (const auto& [id, waiting] : {std::pair(3U, " -macro for(;;)await[SP]page.title() "),
+                                          {4U, " -macro for(;;)await[SP]page.title() "},
+                                          {5U, " -macro extract(5) "}}) {
+            Sends(protocol, id, "PLAY", waiting);
             Sleep(id == 3 ? 1000 : 0);  // the first one has begun
         }
         std::map<unsigned int, int> statuses;
         for (CommandReply reply; statuses.size() < 3;) {
-            const unsigned int id = protocol.ReadReply(reply, 10000);
+            unsigned int id = 0;
+            protocol.ReadReply(id, reply, 10000);
             statuses[id] = reply.status;
         }
         EXPECT_THAT(statuses,
                     testing::ElementsAre(testing::Pair(3U, sNotCompleted),
                                          testing::Pair(4U, sNotCompleted), testing::Pair(5U, sOk)));
         // A long command is still being written when the next one comes.
-        const std::wstring length = std::to_wstring(8 << 20);
-        const std::wstring text(8 << 20, L'x');
-        auto longPlay = CommandsProtocol::NewCommand(
-            8, kCommandPlay,
-            (L" -macro extract('" + text + L"'.length==" + length + L") ").c_str());
-        protocol.WriteMessage(longPlay, 5000);
+        const std::string text(8 << 20, 'x');
+        Sends(protocol, 8, "PLAY",
+              " -macro extract('" + text + "'.length==" + std::to_string(text.size()) + ") ");
         for (int round = 0; round < 20; ++round) {
-            auto message = CommandsProtocol::NewCommand(9, kCommandDisplay, L"text");
-            protocol.WriteMessage(message, 5000);
+            Sends(protocol, 9, "appSendText", "text");
         }
         for (int round = 0; round < 21; ++round) {
+            unsigned int id = 0;
             CommandReply reply;
-            protocol.ReadReply(reply, 10000);
+            protocol.ReadReply(id, reply, 10000);
             EXPECT_EQ(reply.status, sOk);
         }
         std::string macro = "await page.goto('" + site +
@@ -96,8 +101,7 @@ TEST_F(BrowserClients, AClientThatDiesInMidPlayLeavesAFreeBrowserThatHasStopped)
                             "}); for (;;) await page.evaluate(() => { ++n; })";
         ReplaceAll(macro, " ", "[SP]");
         const std::string argument = " -macro " + macro + " ";
-        auto play = CommandsProtocol::NewCommand(6, kCommandPlay, ToView(ToComString(argument)));
-        protocol.WriteMessage(play, 5000);
+        Sends(protocol, 6, "PLAY", argument);
         Sleep(1500);
     }
     ASSERT_EQ(app.Init("", false, 20), sOk);

@@ -1,0 +1,31 @@
+#include "pipeutils/KeptBuffers.h"
+
+#include <algorithm>
+
+namespace tvn
+{
+
+MessageBuffer KeptBuffers::Take(DWORD size)
+{
+    constexpr DWORD kSmallSpare = 0x10000;
+
+    Kept* left = nullptr;
+    for (Kept& kept : m_kept) {
+        if (kept.size > size && kept.size - size > std::max(size, kSmallSpare)) {
+            kept = {};  // much more than is asked for is given back
+        }
+        if (kept.buffer.use_count() <= 1 && (left == nullptr || kept.size >= size)) {
+            left = &kept;
+        }
+    }
+    if (left == nullptr) {
+        return NewMessageBuffer(size);
+    }
+    if (!left->buffer || left->size < size) {
+        *left = {};  // before the new one, so that both are never there
+        *left = {NewMessageBuffer(size), size};
+    }
+    return left->buffer;
+}
+
+}  // namespace tvn
