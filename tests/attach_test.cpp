@@ -185,6 +185,9 @@ TEST_F(Attach, EachKindOfBrowserGetsItsCommandLineToTheLetter)
         {"", own + " " + ids},
         {"   ", own + "    " + ids},
         {"\\\"-fx", own + " \\\"-fx" + ids},
+        {"\"-ie -fx\" /ie -iex", own + " \"-ie -fx\" /ie -iex" + ids},
+        {"\"-ie", page + "?authorizeAll=false" + url},
+        {"-fxVersion -ie -authorizeAll x", own + " -fxVersion -ie -authorizeAll x" + ids},
         {"-x \"open", own + " -x \"open" + ids},
         {longest.c_str(), own + " " + longest + ids},
         {5L, own + ids},  // a number is no command line
@@ -211,6 +214,9 @@ TEST_F(Attach, AFirefoxIsLeftToEndByItself)
     EXPECT_EQ(app.Init("-fx"), sOk);
     EXPECT_EQ(app.Exit(20), sOk);
     EXPECT_EQ(Running("firefox.exe").size(), 1U);
+    ASSERT_EQ(app.Init("-ie"), sOk);
+    EXPECT_EQ(app.Exit(2), sOk);
+    EXPECT_TRUE(Running("iexplore.exe").empty()) << "every other one is awaited, and then ended";
     ASSERT_EQ(app.Init("-fx"), sOk);
     EXPECT_EQ(app.Play("!hang", 0), sTimeout);
     EXPECT_EQ(app.Exit(1), sTimeout) << "the status of the command";

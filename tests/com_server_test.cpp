@@ -18,6 +18,7 @@
 #include "tests/replaced_imports.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
+#include "tests/type_library.h"
 
 namespace tvn::tests
 {
@@ -213,42 +214,26 @@ TEST_F(ComServer, AnObjectCanBeAPartOfAnother)
 
 // ---- the type library, as the platform's own loader reads it
 
-/// Name and help string of a type of a library, or of a member of a type.
-template <class Source>
-static std::string Named(Source& source, long index)
+static std::string Described(const std::pair<std::string, std::string>& named)
 {
-    BSTR name = nullptr;
-    BSTR help = nullptr;
-    source.GetDocumentation(index, &name, &help, nullptr, nullptr);
-    return Narrow(ComString(name, false)) + " '" + Narrow(ComString(help, false)) + "'";
+    return named.first + " '" + named.second + "'";
 }
 
 /// One method written out as its definition would be.
-static std::string Described(ITypeInfo& info, UINT index)
+static std::string Described(const Method& method)
 {
-    FUNCDESC* function = nullptr;
-    info.GetFuncDesc(index, &function);
-    BSTR names[8] = {};
-    UINT count = 0;
-    info.GetNames(function->memid, names, 8, &count);
     std::ostringstream text;
-    text << function->memid << " " << Named(info, function->memid) << " "
-         << function->elemdescFunc.tdesc.vt << " (";
-    for (SHORT at = 0; at < function->cParams; ++at) {
-        const TYPEDESC& type = function->lprgelemdescParam[at].tdesc;
-        const PARAMDESC& parameter = function->lprgelemdescParam[at].paramdesc;
-        text << (at == 0 ? "" : ", ") << Narrow(names[at + 1]) << ":" << type.vt;
-        if (type.vt == VT_PTR) {
-            text << ">" << type.lptdesc->vt;
+    text << method.id << " " << method.name << " '" << method.help << "' " << method.result << " ";
+    for (const Method::Parameter& each : method.parameters) {
+        text << (&each == method.parameters.data() ? "(" : ", ") << each.name << ":" << each.type;
+        if (each.type == VT_PTR) {
+            text << ">" << each.pointed;
         }
-        text << "/" << parameter.wParamFlags;
-        if ((parameter.wParamFlags & PARAMFLAG_FHASDEFAULT) != 0) {
-            const VARIANT& value = parameter.pparamdescex->varDefaultValue;
-            text << "=" << V_VT(&value) << ":"
-                 << (V_VT(&value) == VT_BOOL ? V_BOOL(&value) : V_I4(&value));
+        text << "/" << each.flags;
+        if ((each.flags & PARAMFLAG_FHASDEFAULT) != 0) {
+            text << "=" << each.defaultType << ":" << each.byDefault;
         }
     }
-    info.ReleaseFuncDesc(function);
     return text.str() + ")";
 }
 
@@ -264,7 +249,7 @@ TEST_F(ComServer, TheEmbeddedTypeLibraryHoldsTheWholeInterface)
     EXPECT_EQ(attributes->wMinorVerNum, 0);
     EXPECT_EQ(Guid(attributes->guid), Guid(LIBID_Talvern));
     library->ReleaseTLibAttr(attributes);
-    EXPECT_EQ(Named(*library.Get(), -1), "Talvern 'Talvern Scripting Interface'");
+    EXPECT_EQ(Described(Named(*library.Get(), -1)), "Talvern 'Talvern Scripting Interface'");
 
     ComPtr<ITypeInfo> dispatch;
     ComPtr<ITypeInfo> info;
@@ -276,15 +261,15 @@ TEST_F(ComServer, TheEmbeddedTypeLibraryHoldsTheWholeInterface)
     info->GetTypeAttr(&type);
     EXPECT_EQ(type->wTypeFlags, TYPEFLAG_FDUAL | TYPEFLAG_FOLEAUTOMATION | TYPEFLAG_FDISPATCHABLE);
     std::vector<std::string> methods;
-    for (UINT index = 0; index < type->cFuncs; ++index) {
-        methods.push_back(Described(*info.Get(), index));
+    for (const Method& method : MethodsOf(*info.Get())) {
+        methods.push_back(Described(method));
     }
     info->ReleaseTypeAttr(type);
     const auto implemented = [&reference](ITypeInfo& of) {
         ComPtr<ITypeInfo> base;
         of.GetRefTypeOfImplType(0, &reference);
         of.GetRefTypeInfo(reference, base.GetAddressOf());
-        return Named(*base.Get(), -1);
+        return Described(Named(*base.Get(), -1));
     };
     EXPECT_THAT(implemented(*info.Get()), testing::StartsWith("IDispatch "));
     ComPtr<ITypeInfo> coclass;
@@ -317,13 +302,14 @@ TEST_F(ComServer, TheEmbeddedTypeLibraryHoldsTheWholeInterface)
         each->GetTypeAttr(&type);
         // (The compiler makes the enumeration's own name up.)
         const auto at = static_cast<long>(index);
-        std::string text = std::to_string(type->typekind) +
-                           (type->typekind == TKIND_ENUM ? "" : " " + Named(*library.Get(), at)) +
-                           (type->wTypeFlags & TYPEFLAG_FCANCREATE ? " creatable" : "");
+        std::string text =
+            std::to_string(type->typekind) +
+            (type->typekind == TKIND_ENUM ? "" : " " + Described(Named(*library.Get(), at))) +
+            (type->wTypeFlags & TYPEFLAG_FCANCREATE ? " creatable" : "");
         for (UINT number = 0; number < type->cVars; ++number) {
             VARDESC* member = nullptr;
             each->GetVarDesc(number, &member);
-            text += " " + Named(*each.Get(), member->memid) + "=" +
+            text += " " + Described(Named(*each.Get(), member->memid)) + "=" +
                     std::to_string(V_I4(member->lpvarValue));
             each->ReleaseVarDesc(member);
         }
@@ -388,6 +374,11 @@ TEST_F(ComServer, RegistrationWritesOneCopyAndUnregistrationTakesItBack)
 TEST_F(ComServer, AnyImportThatFailsIsTheResultOfARegistration)
 {
     g_module.Init(m_dll.get());  // the linked product
+    static HKEY classes;
+    const auto overriding = TVN_REPLACE_IMPORT(RegOverridePredefKey, [](HKEY key, HKEY other) {
+        classes = other;
+        return TVN_REAL_IMPORT(RegOverridePredefKey)(key, other);
+    });
     HRESULT result = S_OK;
     {
         ImportWatch first;  // in this process, so that what is made once is made now
@@ -405,6 +396,7 @@ TEST_F(ComServer, AnyImportThatFailsIsTheResultOfARegistration)
             failure.what == "QueryPathOfRegTypeLib" || failure.what == "RegCloseKey";
         EXPECT_TRUE(SUCCEEDED(result) == harmless || failure.what == "RegOverridePredefKey")
             << failure.what;
+        EXPECT_TRUE(classes == nullptr || failure.what == "RegOverridePredefKey") << failure.what;
     };
     for (const Fails how : {Fails::kOnce, Fails::kFromHereOn}) {
         FailEach(
@@ -413,6 +405,7 @@ TEST_F(ComServer, AnyImportThatFailsIsTheResultOfARegistration)
             how, before, [&] { result = g_module.UnregisterServer(); }, failed);
     }
     before();
+    EXPECT_EQ(classes, nullptr) << "HKEY_CLASSES_ROOT is as it was";
 }
 
 TEST_F(ComServer, ARegistrationThatFailsHalfWayGivesTheReason)
@@ -423,9 +416,6 @@ TEST_F(ComServer, ARegistrationThatFailsHalfWayGivesTheReason)
     GetModuleFileNameW(reinterpret_cast<HINSTANCE>(4), unknown, 8);
     EXPECT_EQ(g_module.RegisterServer(), HRESULT_FROM_WIN32(GetLastError()));
     g_module.Init(m_dll.get());
-    g_imports.failRegistryValue = L"Both";
-    EXPECT_EQ(g_module.RegisterServer(), HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
-    g_imports.failRegistryValue.clear();
     ASSERT_EQ(g_module.RegisterServer(), S_OK);
     for (const char* script : {"", "HKCU { }", "HKCR {", "HKCR { a = s 'x }", "HKCR { a = x 'y' }",
                                "HKCR { a { val b } }", "HKCR { } more"}) {

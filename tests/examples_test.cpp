@@ -20,7 +20,6 @@
 #include "process/InstancesMgr.h"
 #include "tests/app_client.h"
 #include "tests/byte_peer.h"
-#include "tests/examples_test.h"
 #include "tests/moments.h"
 #include "tests/pipe_accounts.h"
 #include "tests/surroundings.h"
@@ -34,38 +33,9 @@ namespace
 using testing::HasSubstr;
 using testing::StartsWith;
 
-/// What a program prints, behind its exit code and a bar.
-std::string Ran(std::string commandLine)
-{
-    constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE;  // with what it leaves behind
-    const std::string printed =
-        BuildFolder() + "\\example-" + std::to_string(GetCurrentThreadId()) + ".txt";
-    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    PROCESS_INFORMATION started = {};
-    DWORD exitCode = 12345;
-    {
-        const Handle file(CreateFileA(printed.c_str(), GENERIC_WRITE, kShared, &inherited,
-                                      CREATE_ALWAYS, 0, nullptr));
-        startup.hStdOutput = startup.hStdError = file.Get();
-        EXPECT_TRUE(CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                   nullptr, &startup, &started))
-            << commandLine;
-        const Handle process(started.hProcess);
-        const Handle thread(started.hThread);
-        EXPECT_EQ(WaitForSingleObject(process.Get(), 60000), WAIT_OBJECT_0) << commandLine;
-        GetExitCodeProcess(process.Get(), &exitCode);
-    }
-    std::string text = Contents(printed);
-    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
-    return std::to_string(exitCode) + "|" + text;
-}
-
 std::string Script(const std::string& name)
 {
-    return "cscript.exe //nologo \"" + kExamples + name + "\" ";
+    return "cscript.exe //nologo \"" + Examples() + name + "\" ";
 }
 
 const std::string kPlayed =
@@ -78,7 +48,7 @@ TEST(Examples, EveryLanguagePrintsTheSameAndTellsEachStatusInTheWordsOfTheRefere
     const std::string reference = Contents(TreeFolder() + "\\docs\\scripting-reference.md");
     std::string others;
     for (const char* name : {"play.bas", "play.ps1", "play.py", "play.cs"}) {
-        others += Contents(kExamples + name) + '\f';
+        others += Contents(Examples() + name) + '\f';
     }
     const std::string programs[] = {Script("play.vbs"), Script("play.js"),
                                     BuildFolder() + "\\examples\\play.exe ",
@@ -211,7 +181,7 @@ TEST(Examples, EveryScriptInTheDocumentsRunsToItsEnd)
     std::size_t count = 0;
     for (const char* name : {"README.md", "docs\\scripting-reference.md", "docs\\cheat-sheet.md",
                              "docs\\macros.md", "docs\\first-macro.md"}) {
-        const std::string text = Contents(kExamples + "..\\" + name);
+        const std::string text = Contents(Examples() + "..\\" + name);
         const std::string opening = "```vbs\n";
         for (std::size_t at = 0; (at = text.find(opening, at)) != std::string::npos; ++count) {
             at += opening.size();

@@ -2,7 +2,6 @@
 // library of the DLL: those in languages that cannot be run here too.
 
 #include <gtest/gtest.h>
-#include <wrl/client.h>
 
 #include <algorithm>
 #include <map>
@@ -11,77 +10,45 @@
 #include <string>
 #include <vector>
 
-#include "Interface.h"
-#include "basicslib/ComString.h"
-#include "tests/examples_test.h"
 #include "tests/surroundings.h"
-#include "tests/texts.h"
+#include "tests/type_library.h"
 
 namespace tvn::tests
 {
 namespace
 {
 
-/// One method of the type library.
-struct Method
+bool IsOptional(const Method::Parameter& parameter)
 {
-    struct Parameter
-    {
-        std::string name;
-        VARTYPE type;
-        bool optional;
-        std::string shown;  ///< as a signature shows it, with its default
-    };
-    std::vector<Parameter> parameters;
+    return (parameter.flags & PARAMFLAG_FOPT) != 0;
+}
 
-    std::string Signature(const std::string& name) const
-    {
-        std::string text;
-        for (const Parameter& parameter : parameters) {
-            text += (text.empty() ? "" : ", ") + parameter.shown;
+/// As the reference shows a method.
+std::string Signature(const Method& method)
+{
+    std::string text;
+    for (const Method::Parameter& each : method.parameters) {
+        std::string byDefault = " = " + std::to_string(each.byDefault);
+        if (each.defaultType == VT_BOOL) {
+            byDefault = each.byDefault != 0 ? " = True" : " = False";
+        } else if (each.defaultType == VT_EMPTY) {
+            byDefault.clear();
         }
-        return name + "(" + text + ")";
+        text += (text.empty() ? "" : ", ") +
+                (IsOptional(each) ? "[" + each.name + byDefault + "]" : each.name);
     }
-};
+    return method.name + "(" + text + ")";
+}
 
+/// By their names, without their results.
 std::map<std::string, Method> ReadTypeLibrary()
 {
-    Microsoft::WRL::ComPtr<ITypeLib> library;
-    Microsoft::WRL::ComPtr<ITypeInfo> info;
-    const _bstr_t dll((BuildFolder() + "\\talvern.dll").c_str());
-    EXPECT_EQ(LoadTypeLibEx(dll, REGKIND_NONE, library.GetAddressOf()), S_OK);
-    EXPECT_EQ(library->GetTypeInfoOfGuid(IID_IApp, info.GetAddressOf()), S_OK);
     std::map<std::string, Method> methods;
-    FUNCDESC* function = nullptr;
-    for (UINT index = 0; info->GetFuncDesc(index, &function) == S_OK; ++index) {
-        BSTR names[10] = {};
-        UINT count = 0;
-        EXPECT_EQ(info->GetNames(function->memid, names, 10, &count), S_OK);
-        Method method;
-        for (UINT at = 1; at < count; ++at) {
-            const ELEMDESC& element = function->lprgelemdescParam[at - 1];
-            Method::Parameter parameter = {Narrow(ComString(names[at], true)), element.tdesc.vt,
-                                           (element.paramdesc.wParamFlags & PARAMFLAG_FOPT) != 0,
-                                           ""};
-            if ((element.paramdesc.wParamFlags & PARAMFLAG_FRETVAL) != 0) {
-                continue;
-            }
-            std::string byDefault;
-            if ((element.paramdesc.wParamFlags & PARAMFLAG_FHASDEFAULT) != 0) {
-                const VARIANT& value = element.paramdesc.pparamdescex->varDefaultValue;
-                byDefault = V_VT(&value) == VT_BOOL ? V_BOOL(&value) ? " = True" : " = False"
-                                                    : " = " + std::to_string(V_I4(&value));
-            }
-            parameter.shown =
-                parameter.optional ? "[" + parameter.name + byDefault + "]" : parameter.name;
-            method.parameters.push_back(parameter);
-        }
-        const std::string name = Narrow(ComString(names[0], true));
-        if (name.starts_with("tvn")) {
-            methods[name] = method;
-        }
-        std::for_each(names, names + count, SysFreeString);
-        info->ReleaseFuncDesc(function);
+    for (Method& method : MethodsOfTheDll()) {
+        std::erase_if(method.parameters, [](const Method::Parameter& each) {
+            return (each.flags & PARAMFLAG_FRETVAL) != 0;
+        });
+        methods[method.name] = method;
     }
     return methods;
 }
@@ -150,7 +117,7 @@ void CheckCall(const Method& method, const std::vector<std::string>& arguments,
             << where << ": " << arguments[index];
     }
     for (const auto& parameter : method.parameters) {
-        EXPECT_TRUE(parameter.optional || given.count(parameter.name) == 1)
+        EXPECT_TRUE(IsOptional(parameter) || given.count(parameter.name) == 1)
             << where << ": " << parameter.name;
     }
 }
@@ -168,7 +135,7 @@ TEST(Examples, CallOnlyWhatTheTypeLibraryHas)
           "play.js", "table_to_csv.vbs", "list_with_retry.vbs", "two_browsers.vbs", "demo.vbs",
           "attach.vbs", "hotels.vbs", "..\\README.md", "..\\docs\\first-macro.md",
           "..\\docs\\macros.md", "..\\docs\\scripting-reference.md", "..\\docs\\cheat-sheet.md"}) {
-        const std::string text = Contents(kExamples + name);
+        const std::string text = Contents(Examples() + name);
         for (std::sregex_iterator at(text.begin(), text.end(), mentioned), end; at != end; ++at) {
             const auto method = methods.find((*at)[2]);
             ASSERT_NE(method, methods.end()) << name << ": " << at->str();
@@ -182,7 +149,7 @@ TEST(Examples, CallOnlyWhatTheTypeLibraryHas)
                 signature.resize(signature.find(')') + 1);
                 const std::string shown =
                     std::regex_replace(signature, std::regex("\\s+(///)?\\s*"), " ");
-                EXPECT_EQ(shown, method->second.Signature(method->first)) << name;
+                EXPECT_EQ(shown, Signature(method->second)) << name;
             }
         }
     }

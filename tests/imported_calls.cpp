@@ -65,8 +65,8 @@ constexpr bool IsMemory(std::string_view name)
 /// Whoever closes or cancels has nobody left to try it again: it is done, and may report a failure.
 constexpr bool GivesBack(std::string_view name)
 {
-    return IsOneOf(name, {"CancelIo", "CancelIoEx", "CloseHandle", "RegCloseKey", "RpcStringFreeW",
-                          "RegOverridePredefKey"});
+    return IsOneOf(name,
+                   {"CancelIo", "CancelIoEx", "CloseHandle", "RegCloseKey", "RpcStringFreeW"});
 }
 
 /// Whether a call can fail in this way so that its caller sees it.

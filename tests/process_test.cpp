@@ -25,10 +25,12 @@ TEST(Processes, AStartedProcessIsAwaitedAndEnded)
     EXPECT_EQ(process.GetPid(), 0U);
     EXPECT_EQ(process.WaitForExit(INFINITE), sFail);
     EXPECT_EQ(process.Terminate(INFINITE), sFail);
-    Process invalid(boost::make_shared<Handle>(INVALID_HANDLE_VALUE), 5);
-    EXPECT_EQ(invalid.GetPid(), 0U);
-    EXPECT_EQ(invalid.WaitForExit(0), sFail);
-    EXPECT_EQ(invalid.Terminate(0), sFail);
+    for (auto* const none : {INVALID_HANDLE_VALUE, static_cast<HANDLE>(nullptr)}) {
+        Process invalid(boost::make_shared<Handle>(none), 5);
+        EXPECT_EQ(invalid.GetPid(), 0U);
+        EXPECT_EQ(invalid.WaitForExit(0), sFail);
+        EXPECT_EQ(invalid.Terminate(0), sFail);
+    }
     const std::string path = StandinFolder() + "\\iexplore.exe";
     ASSERT_EQ(process.Start(path.c_str(), L"-free", kNone, L"D", L"P", INFINITE), sOk);
     EXPECT_TRUE(g_imports.logon.empty()) << "domain and password alone ask for no logon";
@@ -79,14 +81,6 @@ TEST(Processes, ProcessesAreListedByNameInAnyLetterCase)
     EXPECT_EQ(process.GetProcessesByName(L"none.exe", list, 0), sOk);
     EXPECT_TRUE(list.empty());
     EXPECT_EQ(process.GetPid(), 0U) << "the object's own process has no part in it";
-}
-
-TEST(Processes, AnObjectWithoutAProcessHasNoneInAnyOperation)
-{
-    Process process(nullptr, 4711);
-    EXPECT_EQ(process.GetPid(), 0U);
-    EXPECT_EQ(process.WaitForExit(INFINITE), sFail);
-    EXPECT_EQ(process.Terminate(INFINITE), sFail);
 }
 
 TEST(Processes, AProcessHasTheNameBehindTheLastSeparatorOfEitherKind)

@@ -43,15 +43,6 @@ static const ReplacedImport g_replaced[] = {
                            return EndWithCounts(process) ||
                                   TVN_REAL_IMPORT(TerminateProcess)(process, code);
                        }),
-    TVN_REPLACE_IMPORT(
-        RegSetValueExW,
-        [](HKEY key, LPCWSTR name, DWORD zero, DWORD type, const BYTE* data,
-           DWORD size) -> LSTATUS {
-            const std::wstring& fails = g_imports.failRegistryValue;
-            const bool failing = !fails.empty() && fails == reinterpret_cast<const wchar_t*>(data);
-            return failing ? ERROR_ACCESS_DENIED
-                           : TVN_REAL_IMPORT(RegSetValueExW)(key, name, zero, type, data, size);
-        }),
     TVN_REPLACE_IMPORT(CreateNamedPipeA,
                        [](LPCSTR name, DWORD openMode, DWORD pipeMode, DWORD count, DWORD out,
                           DWORD in, DWORD time, SECURITY_ATTRIBUTES* security) {

@@ -12,12 +12,11 @@ namespace tvn::tests
 /// statically linked product as well. They pass every call on unless a test sets something here.
 struct ReplacedImports
 {
-    DWORD tickOffset = 0;            ///< added to GetTickCount
-    bool failCreateEvent = false;    ///< with ERROR_NO_SYSTEM_RESOURCES
-    std::wstring failRegistryValue;  ///< RegSetValueExW fails for this value: ERROR_ACCESS_DENIED
-    std::string newPipe;             ///< the arguments of the last CreateNamedPipeA but its name
-    bool logonSucceeds = false;      ///< CreateProcessWithLogonW gives a process with the id 4711
-    std::wstring logon;              ///< its last arguments, divided by bars
+    DWORD tickOffset = 0;          ///< added to GetTickCount
+    bool failCreateEvent = false;  ///< with ERROR_NO_SYSTEM_RESOURCES
+    std::string newPipe;           ///< the arguments of the last CreateNamedPipeA but its name
+    bool logonSucceeds = false;    ///< CreateProcessWithLogonW gives a process with the id 4711
+    std::wstring logon;            ///< its last arguments, divided by bars
 };
 
 extern ReplacedImports g_imports;

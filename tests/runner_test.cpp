@@ -50,24 +50,6 @@ static Results AllResults(DWORD timeout)
     return results;
 }
 
-/// A service that gives each of these requests the same reply, if it is not empty. A type of 0 in
-/// it stands for the one that the request's own reply has.
-static Script AlwaysReplies(const Bytes& reply, bool closes = false)
-{
-    Script script = {
-        {kStart}, {Asks(3, "")}, {Asks(7, "p")}, {AsksForExit("", testing::_)}, {Asks(9, "p")}};
-    Bytes types = {2, 4, 8, 6, 10};
-    for (std::size_t index = 0; index < script.size(); ++index) {
-        script[index].closes = closes;
-        if (!reply.empty()) {
-            script[index].replies = {reply};
-            unsigned char& type = script[index].replies[0][4];
-            type = type == 0 ? types[index] : type;
-        }
-    }
-    return script;
-}
-
 TEST(RunnerFailures, StartAwaitsAnAbsentServiceAndTerminateABusyOne)
 {
     EXPECT_THAT(AllResults(200), ElementsAre(-6, -1, -1, -1, -1));
@@ -96,26 +78,6 @@ TEST(RunnerFailures, ARequestThatIsNotTakenInTimeIsATimeout)
     EXPECT_EQ(process.GetProcessesByName(longName, processes, 300), sTimeout);
     EXPECT_EQ(process.WaitForExit(300), sTimeout);
     EXPECT_EQ(RunnerInstancesMgr().GetInstancesByName(instances, longName, 300), sTimeout);
-}
-
-TEST(RunnerFailures, EveryKindOfBadAnswerHasItsResult)
-{
-    const std::tuple<const char*, Bytes, Results> cases[] = {
-        {"silent", {}, {-6, -1, -1, -3, -1}},
-        {"unknown type", Words({16, 11, 0, 1}), {-6, -1, -1, -1, -1}},
-        {"another type", Words({52, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}), {-1, -1, -1, -1, -1}},
-        {"too few fields", Words({12, 0, 0}), {-6, -1, -1, -1, -1}},
-        {"more records claimed", Words({24, 0, 0, 1, 0x7FFFFFFF, 0}), {1, 1, -1, 1, -1}},
-        {"negative count", Words({24, 0, 0, 1, 0xFFFFFFFF, 0}), {1, 1, 1, 1, 1}},
-        {"its own code", Words({32, 0, 0, 0xFFFFFFF9, 1, 0, 0, 0}), {-7, -7, -7, -7, -7}},
-    };
-    for (const auto& [name, reply, results] : cases) {
-        SCOPED_TRACE(name);
-        const ScriptedPeer service(kPipe, AlwaysReplies(reply));
-        EXPECT_EQ(AllResults(reply.empty() ? 200 : 2000), results);
-    }
-    const ScriptedPeer service(kPipe, AlwaysReplies({}, true));
-    EXPECT_THAT(AllResults(2000), ElementsAre(-6, -1, -1, -1, -1)) << "closes";
 }
 
 TEST(RunnerFailures, AFailedStartKeepsTheKeyAndTheIdOfItsReply)

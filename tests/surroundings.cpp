@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <boost/make_shared.hpp>
+#include <fstream>
+#include <iterator>
 
 #include "basicslib/Handle.h"
 #include "basicslib/StatusCode.h"
@@ -63,6 +65,42 @@ boost::shared_ptr<IProcess> Started(const std::string& program, const std::strin
     return {process.get(), [process](IProcess*) {
                 End(*process);
             }};
+}
+
+std::string Contents(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file.is_open()) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string Ran(const std::string& commandLine)
+{
+    // Through a file, which what the program leaves behind may keep open.
+    constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    const std::string printed =
+        BuildFolder() + "\\printed-" + std::to_string(GetCurrentThreadId()) + ".txt";
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    PROCESS_INFORMATION started = {};
+    DWORD exitCode = 12345;
+    {
+        const Handle file(CreateFileA(printed.c_str(), GENERIC_WRITE, kShared, &inherited,
+                                      CREATE_ALWAYS, 0, nullptr));
+        startup.hStdOutput = startup.hStdError = file.Get();
+        EXPECT_TRUE(CreateProcessA(nullptr, std::string(commandLine).data(), nullptr, nullptr, TRUE,
+                                   0, nullptr, nullptr, &startup, &started))
+            << commandLine;
+        const Handle process(started.hProcess);
+        const Handle thread(started.hThread);
+        EXPECT_EQ(WaitForSingleObject(process.Get(), 60000), WAIT_OBJECT_0) << commandLine;
+        GetExitCodeProcess(process.Get(), &exitCode);
+    }
+    std::string text = Contents(printed);
+    std::erase(text, '\r');
+    return std::to_string(exitCode) + "|" + text;
 }
 
 boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program)

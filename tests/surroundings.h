@@ -26,8 +26,21 @@ std::string TreeFolder();
 std::string BuildFolder();
 std::string StandinFolder();
 
+/// The examples, with a separator behind them.
+inline std::string Examples()
+{
+    return TreeFolder() + "\\examples\\";
+}
+
 /// Starts a program of the build folder, which is ended with the last pointer to it.
 boost::shared_ptr<IProcess> Started(const std::string& program, const std::string& arguments = "");
+
+/// What a program prints, behind its exit code and a bar, with "\n" at the ends of lines. It gets
+/// the command line as it is.
+std::string Ran(const std::string& commandLine);
+
+/// All that a file holds.
+std::string Contents(const std::string& path);
 
 /// Starts one as an instance whose starter goes away while it reports itself.
 boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program);

@@ -28,10 +28,11 @@ std::string InBuildFolder(const char* name)
     return BuildFolder() + "\\" + name;
 }
 
-std::string Content(const std::string& path)
+std::string Text(const std::string& path)
 {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::string text = Contents(path);
+    std::erase(text, '\r');
+    return text;
 }
 
 std::string WithoutTimesAndProcesses(const std::string& lines)
@@ -41,7 +42,7 @@ std::string WithoutTimesAndProcesses(const std::string& lines)
 
 std::string Steps(const std::string& path)
 {
-    return WithoutTimesAndProcesses(Content(path));
+    return WithoutTimesAndProcesses(Text(path));
 }
 
 /// The exit code of the viewer, started with `arguments` through a shell, and what it prints.
@@ -52,7 +53,7 @@ std::pair<int, std::string> Trace(const std::string& arguments)
                                 arguments + " > \"" + printed + "\" 2>&1\"";
     // NOLINTNEXTLINE(cert-env33-c): the command line is this program's own
     const int exitCode = std::system(command.c_str());
-    return {exitCode, Content(printed)};
+    return {exitCode, Text(printed)};
 }
 
 /// A viewer that reads the shared buffer, and is asked to end as by Ctrl+C.
@@ -167,33 +168,6 @@ TEST(TraceViewer, ShowsTheLinesOfAllProcessesThatItIsAskedFor)
         OutputDebugStringA("four");
         EXPECT_EQ(viewer.End(), lines) << arguments;
     }
-}
-
-TEST(TraceViewer, ColoursTheLinesOnAConsole)
-{
-    FreeConsole();
-    ASSERT_TRUE(AllocConsole());
-    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-    const Handle console(CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE,
-                                     FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING,
-                                     0, nullptr));
-    const Viewer viewer("--level other", console.Get());
-    LogDebug("one");
-    LogProtocol("two");
-    LogError("three");
-    OutputDebugStringA("four");
-    viewer.AskToEnd();
-    EXPECT_EQ(viewer.ExitCode(), 0U);
-    constexpr DWORD kCells = 400;
-    wchar_t cells[kCells] = {};
-    DWORD count = 0;
-    EXPECT_TRUE(ReadConsoleOutputCharacterW(console.Get(), cells, kCells, {0, 0}, &count));
-    FreeConsole();
-    // The consoles of Wine show the orders for colours as they are.
-    const std::string shown = WithoutTimesAndProcesses(std::string(cells, cells + count));
-    EXPECT_EQ(std::regex_replace(shown, std::regex(" {9,}"), "\n"),
-              "\x1B[90mdebug    one\x1B[0m\n\x1B[96mprotocol two\x1B[0m\n"
-              "\x1B[91merror    three\x1B[0m\nother    four\n");
 }
 
 TEST(TraceViewer, LosesNoLineWhenItIsAskedToEndAndEndsWhenNobodyReads)

@@ -28,21 +28,6 @@ static Bytes LaidOut(Serializer& serializer)
     return {buffer.get(), buffer.get() + serializer.GetSize()};
 }
 
-/// A reader over the fields of `message`, which end where the next page cannot be read. `size` is
-/// the length that the message claims, 0 for its own.
-static Deserializer Guarded(const Bytes& message, std::uint32_t size = 0)
-{
-    constexpr std::size_t kPage = 0x1000;
-    auto* pages = static_cast<unsigned char*>(
-        VirtualAlloc(nullptr, 2 * kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
-    DWORD old = 0;
-    VirtualProtect(pages + kPage, kPage, PAGE_NOACCESS, &old);
-    unsigned char* fields = pages + kPage - (message.size() - 4);
-    std::copy(message.begin() + 4, message.end(), fields);
-    return {size == 0 ? static_cast<std::uint32_t>(message.size()) : size,
-            MessageBuffer(fields, [pages](void*) { VirtualFree(pages, 0, MEM_RELEASE); })};
-}
-
 TEST(Wire, FieldsLieBackToBackBehindTheLength)
 {
     Serializer serializer;
@@ -55,35 +40,6 @@ TEST(Wire, FieldsLieBackToBackBehindTheLength)
     serializer.AddString(L"");
     EXPECT_EQ(LaidOut(serializer), Words({28, 0xFFFFFFFF, 4, 0x00620061, 0xFFFFFFFF, 0, 0}));
     EXPECT_EQ(LaidOut(serializer), Words({4})) << "the fields are used up";
-}
-
-TEST(Wire, AFieldOfAnyLengthIsReadButNotPastTheEnd)
-{
-    Serializer serializer;
-    serializer.AddInt(-5);
-    serializer.AddString({SysAllocStringByteLen("xyz", 3), false});
-    serializer.AddString(ComString());
-    serializer.AddUInt(0x80000000);
-    Deserializer reader = Guarded(LaidOut(serializer));
-    int number = 0;
-    unsigned int last = 0;
-    ComString odd;
-    ComString text = L"replaced";
-    reader.ReadInt(number);
-    reader.ReadString(odd);
-    reader.ReadString(text);
-    reader.ReadUInt(last);
-    EXPECT_EQ(number, -5);
-    EXPECT_EQ(SysStringByteLen(odd), 3U);
-    EXPECT_EQ(text.length(), 0U);
-    EXPECT_EQ(last, 0x80000000);
-    EXPECT_THROW(reader.ReadUInt(last), ReadPipeError);
-    for (const std::uint32_t tooSmall : {1U, 3U, 4U, 7U}) {
-        EXPECT_THROW(Guarded(Words({0, 1}), tooSmall).ReadUInt(last), ReadPipeError);
-    }
-    for (const Bytes& longer : {Words({0, 0xFFFFFFFF}), Words({0, 5, 0})}) {
-        EXPECT_THROW(Guarded(longer).ReadString(text), ReadPipeError);
-    }
 }
 
 TEST(Wire, CommandsRepliesAndCallbacksHaveTheirBytes)
@@ -205,15 +161,6 @@ TEST(RunnerWire, EveryMessageHasItsBytesAndIsReadBackAsItself)
         ASSERT_EQ(read->GetType(), message->GetType());
         client.WriteMsg(read, nullptr, 1000);
         EXPECT_EQ(peer.Receive(), bytes) << "a message read and written again";
-
-        Bytes cut(bytes.begin(), bytes.end() - 4);
-        cut[0] = static_cast<unsigned char>(cut.size());
-        peer.Send(cut);
-        EXPECT_THROW(client.ReadMsg(read, 1000), ReadPipeError) << "too few fields";
-    }
-    for (const std::uint32_t unknown : {0U, 11U}) {
-        peer.Send(Words({12, unknown, 1}));
-        EXPECT_THROW(client.ReadMsg(read, 1000), ReadPipeError);
     }
     EXPECT_EQ(static_cast<MsgStartComplete&>(*client.CreateMsg(2)).result, -1);
     EXPECT_EQ(client.CreateMsg(4)->msgId, 0U);

@@ -1,0 +1,43 @@
+// The methods of the object as the type library in the DLL has them.
+#pragma once
+
+#include <windows.h>
+
+#include <oaidl.h>
+
+#include <string>
+#include <vector>
+
+namespace tvn::tests
+{
+
+struct Method
+{
+    struct Parameter
+    {
+        std::string name;
+        VARTYPE type;
+        VARTYPE pointed;  ///< of what a pointer points to
+        USHORT flags;     ///< PARAMFLAG_...
+        VARTYPE defaultType;
+        LONG byDefault;  ///< with PARAMFLAG_FHASDEFAULT
+    };
+
+    MEMBERID id;
+    std::string name;
+    std::string help;
+    VARTYPE result;
+    std::vector<Parameter> parameters;
+};
+
+/// Name and help string of a type of a library, or of a member of a type.
+template <class Source>
+std::pair<std::string, std::string> Named(Source& source, long index);
+
+/// Those of an interface, without what it inherits.
+std::vector<Method> MethodsOf(ITypeInfo& info);
+
+/// The same of IApp in the DLL that was built.
+std::vector<Method> MethodsOfTheDll();
+
+}  // namespace tvn::tests
