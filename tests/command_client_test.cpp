@@ -67,20 +67,6 @@ TEST_F(Commands, AFailureOfTheOtherSideIsAStatus)
     EXPECT_EQ(log.Count(kFailed), 4) << "the write and the read fail each";
 }
 
-TEST_F(Commands, AReplyIsReadWhateverItsLengthFieldSaysAndMissingAFieldItIsAFailure)
-{
-    const std::pair<std::uint32_t, int> lengths[] = {{12, 5}, {20, 6}, {0, 7}, {0xFFFFFFFF, 8}};
-    std::uint32_t id = 0;
-    for (const auto& [length, status] : lengths) {
-        ++id;
-        const Bytes odd = Words({length, id, static_cast<std::uint32_t>(status), 4, 0x00620061});
-        EXPECT_EQ(Run(5000, {{std::nullopt, {odd}}}), status) << length;
-        EXPECT_EQ(reply.text, L"ab");
-    }
-    EXPECT_EQ(Run(5000, {{std::nullopt, {Words({16, 5, 1})}}}), sFail);
-    EXPECT_EQ(reply.text, L"");
-}
-
 TEST_F(Commands, AnyImportThatFailsIsAStatusOrAnExceptionAndLeavesNoHandleOpen)
 {
     int status = 0;
