@@ -5,7 +5,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/imported_calls.h"
+#include <functional>
+
+#include "tests/resources.h"
 
 namespace tvn::tests
 {
@@ -94,33 +96,34 @@ TEST(PlayTexts, ExtractsAreCutAtEverySeparatorWhereverItLies)
     }
 }
 
-TEST(PlayTexts, WhatTakesFourTimesAsMuchTakesNoMoreBlocksInProportion)
+TEST(PlayTexts, TextsFourTimesAsLongTakeFourTimesTheMemoryAndNotSixteen)
 {
-    const auto blocks = [](const auto& work) {
-        const ImportWatch watch;
-        work();
-        return watch.Calls()["new"];
+    const auto variables = [](std::size_t count) {
+        std::wstring argument;
+        for (; count > 0; --count) {
+            AppendVariable(argument, L"variable", L"a value");
+        }
+        MakePlayArgument(L"macro", argument);
     };
-    const auto variables = [&](int count) {
-        return blocks([count] {
-            std::wstring argument;
-            for (int number = 0; number < count; ++number) {
-                AppendVariable(argument, L"variable", L"a value");
-            }
-            MakePlayArgument(L"macro", argument);
-        });
+    const auto macro = [](std::size_t count) {
+        EncodeArg(std::wstring(10 * count, L' '));
     };
-    EXPECT_LE(variables(4000), 4 * variables(1000)) << "one for each encoded value";
-    const std::wstring text(40000, L' ');
-    EXPECT_EQ(blocks([&] { EncodeArg(text); }), 1U);
-    std::wstring reply;
-    for (int number = 0; number < 4000; ++number) {
-        reply += L"[EXTRACT]piece";
+    const auto pieces = [](std::size_t count) {
+        std::wstring reply;
+        for (; count > 0; --count) {
+            reply += L"[EXTRACT]piece";
+        }
+        Split(reply);
+    };
+    const std::function<void(std::size_t)> works[] = {variables, macro, pieces};
+    for (const auto& work : works) {
+        const auto bytes = [&](std::size_t count) {
+            g_allocatedBytes = 0;
+            work(count);
+            return g_allocatedBytes;
+        };
+        EXPECT_LT(bytes(4000), 6 * bytes(1000)) << &work - works;
     }
-    const auto pieces = [&](std::size_t part) {
-        return blocks([&] { Split(std::wstring_view(reply).substr(0, reply.size() / part)); });
-    };
-    EXPECT_LE(pieces(1), pieces(4) + 4);
 }
 
 }  // namespace tvn::tests

@@ -20,6 +20,7 @@ namespace tvn::tests
 {
 
 std::size_t g_largestAllocation = 0;
+std::size_t g_allocatedBytes = 0;
 
 namespace
 {
@@ -94,6 +95,7 @@ void* operator new(std::size_t size)
 {
     using tvn::tests::g_largestAllocation;
     g_largestAllocation = std::max(g_largestAllocation, size);
+    tvn::tests::g_allocatedBytes += size;
     void* memory = nullptr;
     if (!tvn::tests::BlockFails(size)) {
         memory = tvn::tests::g_guarding ? tvn::tests::g_pages.Allocate(size)

@@ -10,8 +10,9 @@ namespace tvn::tests
 /// these whenever two threads meet at one of its locks. (ImportWatch counts those of a thread.)
 std::ptrdiff_t CountHandles();
 
-/// The most bytes asked for at once since a test last set this to 0.
+/// The most bytes asked for at once, and all that were asked for, since a test last set these to 0.
 extern std::size_t g_largestAllocation;
+extern std::size_t g_allocatedBytes;
 
 /// While one lives, memory that is freed can no longer be touched, and is not given out again: who
 /// touches it ends the program, with a line that says so. Slow, and good for some million blocks.
