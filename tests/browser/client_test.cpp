@@ -83,14 +83,13 @@ TEST_F(BrowserClients, AClientThatDiesInMidPlayLeavesAFreeBrowserThatHasStopped)
         EXPECT_THAT(statuses,
                     testing::ElementsAre(testing::Pair(3U, sNotCompleted),
                                          testing::Pair(4U, sNotCompleted), testing::Pair(5U, sOk)));
-        // A long command is still being written when the next one comes.
-        const std::string text(8 << 20, 'x');
-        Sends(protocol, 8, "PLAY",
-              " -macro extract('" + text + "'.length==" + std::to_string(text.size()) + ") ");
-        for (int round = 0; round < 20; ++round) {
-            Sends(protocol, 9, "appSendText", "text");
+        // Several long commands to the browser wait for one another.
+        constexpr int kTexts = 6;
+        const std::string text(std::size_t{1} << 20, 'x');
+        for (int round = 0; round < kTexts; ++round) {
+            Sends(protocol, 7, "appSendText", text);
         }
-        for (int round = 0; round < 21; ++round) {
+        for (int round = 0; round < kTexts; ++round) {
             unsigned int id = 0;
             CommandReply reply;
             protocol.ReadReply(id, reply, 10000);
