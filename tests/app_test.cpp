@@ -14,7 +14,6 @@
 namespace tvn::tests
 {
 
-using testing::ElementsAre;
 using testing::MatchesRegex;
 
 /// Whatever a test does, the object works afterwards, and every handle is closed.

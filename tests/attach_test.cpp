@@ -164,6 +164,7 @@ TEST_F(Attach, TheTraceOfAStartNeedsNoMemory)
         ImportWatch shortOfMemory;
         watch = &shortOfMemory;
         status = app.Init("-a", true, 5);
+        watch = nullptr;
     }
     EXPECT_EQ(status, sFail);
     EXPECT_TRUE(traced);
