@@ -1,5 +1,6 @@
 #include "browser/BrowserProcess.h"
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <utility>
@@ -139,12 +140,7 @@ std::string BrowserProcess::DescribeFailure(const std::string& reason) const
 bool BrowserProcess::HasEnded() const
 {
     if (m_isOnHost) {
-        for (const unsigned long pid : m_hostPids) {
-            if (RunsOnHost(pid)) {
-                return false;
-            }
-        }
-        return true;
+        return std::ranges::none_of(m_hostPids, RunsOnHost);
     }
     JOBOBJECT_BASIC_ACCOUNTING_INFORMATION job = {};
     return QueryInformationJobObject(m_job.Get(), JobObjectBasicAccountingInformation, &job,

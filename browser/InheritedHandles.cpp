@@ -20,7 +20,7 @@ InheritedHandles::InheritedHandles(HANDLE input, HANDLE output, std::vector<HAND
     SIZE_T size = 0;
     InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
     m_memory = std::make_unique<char[]>(size);
-    const auto list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
+    auto* const list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
     if (!InitializeProcThreadAttributeList(list, 1, 0, &size)) {
         throw BrowserError("No process can be started (error " + std::to_string(GetLastError()) +
                            ").");

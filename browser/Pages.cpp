@@ -107,7 +107,7 @@ Pages::Page Pages::Visible() const
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (const Known& page : m_pages) {
         if (page.target == m_visible) {
-            return page;
+            return {page.target, page.session};
         }
     }
     return {};
