@@ -13,8 +13,8 @@ build=$root/build
 # Boost, GoogleTest and nlohmann's JSON are headers or sources that are compiled for Windows here.
 build_packages=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 mingw-w64-tools
     libwine libwine-dev wine64 wine libboost-dev libcli11-dev nlohmann-json3-dev googletest python3)
-# What the own browser drives.
-browser_packages=(chromium)
+# What the own browser drives, and what runs its JavaScript in tests.
+browser_packages=(chromium nodejs)
 # What compiles the examples that Wine cannot run.
 example_packages=(mono-mcs)
 lint_packages=(clang clang-format clang-tidy shellcheck codespell)

@@ -39,6 +39,7 @@ Error.stackTraceLimit = 50;
 
 const program = new Program(globalThis.talvernProgram);
 const tabs = new Tabs(new Protocol(globalThis.talvernBrowser), program);
+const downloads = new Downloads();
 delete globalThis.talvernProgram;
 
 const AsyncFunction = (async () => {}).constructor;
@@ -64,7 +65,10 @@ return {
   },
 
   // An event of the browser itself.
-  heard: (method, params) => library?.heard(method, params),
+  heard(method, params) {
+    downloads.heard(method, params);
+    library?.heard(method, params);
+  },
 
   answered: (id, error, value) => program.answered(id, error, value),
 
@@ -83,7 +87,7 @@ return {
       return { pieces: [], error: { message, syntax: true } };
     }
     library = new PageLibrary(play, tabs, program);
-    const page = new Page(play, tabs);
+    const page = new Page(play, tabs, downloads);
     const extract = (...values) => play.extract(...values);
     const { pieces } = play;
     try {
@@ -95,6 +99,7 @@ return {
       return { pieces, error: play.describe(thrown), gone: tabs.used.gone };
     } finally {
       await play.end(() => tabs.stopWaiting());
+      tabs.answerDialogs(null);
       await library.end();
     }
   },

@@ -1,29 +1,25 @@
-// How long a page may be busy with what an operation has set off before that is taken for its own.
-const longestTurn = 1500;
-
 // The operations on one frame, the top one of the driven page as a rule. Each waits, within its
 // time-out, for what it needs, and says in its error what did not come true.
 class FrameOperations {
   #play;
-  #where;
+  #access;
 
-  // `play` is the one that the operations belong to; `where(deadline)` gives the frame, once it is
-  // there, and its tab.
+  // `play` is the one that the operations belong to; for `where` see FrameAccess.
   constructor(play, where) {
     this.#play = play;
-    this.#where = where;
+    this.#access = new FrameAccess(where);
   }
 
   click(selector, options = {}) {
     return this.#step("click", [selector], options, ["button", "clickCount"], (deadline) =>
-      this.#clickAt(selector, options, deadline),
+      this.#access.clickAt(selector, options, deadline),
     );
   }
 
   hover(selector, options = {}) {
     return this.#step("hover", [selector], options, [], (deadline) =>
-      this.#leading(deadline, async ({ tab }) => {
-        const point = await this.#aim("hover", selector, deadline);
+      this.#access.leading(deadline, async ({ tab }) => {
+        const point = await this.#access.aim("hover", selector, deadline);
         await new Input(tab, deadline).move(point);
       }),
     );
@@ -31,9 +27,9 @@ class FrameOperations {
 
   fill(selector, value, options = {}) {
     return this.#step("fill", [selector, value], options, [], (deadline) =>
-      this.#leading(deadline, async ({ tab }) => {
+      this.#access.leading(deadline, async ({ tab }) => {
         const text = String(value);
-        if ((await this.#ask("fill", selector, [text], deadline)) === "set") {
+        if ((await this.#access.ask("fill", selector, [text], deadline)) === "set") {
           return;
         }
         const input = new Input(tab, deadline);
@@ -44,8 +40,8 @@ class FrameOperations {
 
   type(selector, text, options = {}) {
     return this.#step("type", [selector, text], options, [], (deadline) =>
-      this.#leading(deadline, async ({ tab }) => {
-        await this.#ask("focus", selector, [], deadline);
+      this.#access.leading(deadline, async ({ tab }) => {
+        await this.#access.ask("focus", selector, [], deadline);
         await new Input(tab, deadline).type(String(text));
       }),
     );
@@ -53,9 +49,9 @@ class FrameOperations {
 
   press(selector, key, options = {}) {
     return this.#step("press", [selector, key], options, [], (deadline) =>
-      this.#leading(deadline, async ({ tab }) => {
+      this.#access.leading(deadline, async ({ tab }) => {
         const events = keyEvents(String(key));
-        await this.#ask("focus", selector, [], deadline);
+        await this.#access.ask("focus", selector, [], deadline);
         await new Input(tab, deadline).press(events);
       }),
     );
@@ -66,30 +62,30 @@ class FrameOperations {
       value !== null && typeof value === "object" ? value : String(value),
     );
     return this.#step("selectOption", [selector, values], options, [], (deadline) =>
-      this.#leading(deadline, () => this.#ask("select", selector, [wanted], deadline)),
+      this.#access.leading(deadline, () => this.#access.ask("select", selector, [wanted], deadline)),
     );
   }
 
   check(selector, options = {}) {
     return this.#step("check", [selector], options, [], (deadline) =>
-      this.#setChecked(selector, true, deadline),
+      this.#access.setChecked(selector, true, deadline),
     );
   }
 
   uncheck(selector, options = {}) {
     return this.#step("uncheck", [selector], options, [], (deadline) =>
-      this.#setChecked(selector, false, deadline),
+      this.#access.setChecked(selector, false, deadline),
     );
   }
 
   setInputFiles(selector, files, options = {}) {
     const names = (Array.isArray(files) ? files : [files]).map(String);
     return this.#step("setInputFiles", [selector, files], options, [], (deadline) =>
-      this.#leading(deadline, async ({ tab, frame }) => {
+      this.#access.leading(deadline, async ({ tab, frame }) => {
         const late = () => "setInputFiles: the files cannot be given";
         const question = this.#play.program.ask({ what: "files", paths: names });
         const paths = await deadline.within(question, late);
-        await this.#ask("fileField", selector, [names.length], deadline);
+        await this.#access.ask("fileField", selector, [names.length], deadline);
         const world = await tab.world(frame, ownWorld, deadline);
         const objectId = await deadline.within(tab.chosenIn(frame, world), late);
         const params = { files: paths, objectId };
@@ -129,17 +125,17 @@ class FrameOperations {
 
   getAttribute(selector, name, options = {}) {
     return this.#step("getAttribute", [selector, name], options, [], (deadline) =>
-      this.#ask("attribute", selector, [String(name)], deadline),
+      this.#access.ask("attribute", selector, [String(name)], deadline),
     );
   }
 
   title() {
-    return this.#step("title", [], {}, [], (deadline) => this.#ask("title", null, [], deadline));
+    return this.#step("title", [], {}, [], (deadline) => this.#access.ask("title", null, [], deadline));
   }
 
   content() {
     return this.#step("content", [], {}, [], (deadline) =>
-      this.#ask("content", null, [], deadline),
+      this.#access.ask("content", null, [], deadline),
     );
   }
 
@@ -149,7 +145,7 @@ class FrameOperations {
       if (!["attached", "detached", "visible", "hidden"].includes(state)) {
         throw new Error(`waitForSelector knows no state "${state}"`);
       }
-      await this.#ask("state", selector, [state], deadline);
+      await this.#access.ask("state", selector, [state], deadline);
     });
   }
 
@@ -158,7 +154,7 @@ class FrameOperations {
       if (more.length > 0) {
         throw new Error("evaluate takes one argument; give it an object or an array of several");
       }
-      return this.#leading(deadline, () => this.#evaluate("evaluate", work, argument, deadline));
+      return this.#access.leading(deadline, () => this.#access.evaluate("evaluate", work, argument, deadline));
     });
   }
 
@@ -167,7 +163,7 @@ class FrameOperations {
     return this.#step("waitForFunction", [work], options, [], async (deadline) => {
       for (;;) {
         try {
-          const value = await this.#evaluate("waitForFunction", work, argument, deadline);
+          const value = await this.#access.evaluate("waitForFunction", work, argument, deadline);
           if (value) {
             return value;
           }
@@ -181,8 +177,6 @@ class FrameOperations {
     });
   }
 
-  // ---- how the operations do it
-
   // Runs one operation of the play: not after the play's end, within its time, and with the line of
   // the macro on its error.
   #step(name, values, options, known, work) {
@@ -191,175 +185,8 @@ class FrameOperations {
 
   #read(name, question, selector, options) {
     return this.#step(name, [selector], options, [], (deadline) =>
-      this.#ask(question, selector, [], deadline),
+      this.#access.ask(question, selector, [], deadline),
     );
-  }
-
-  async #evaluate(name, work, argument, deadline) {
-    const late = () => `${name}: the page does not answer`;
-    const { tab, frame } = await this.#where(deadline);
-    const world = await tab.world(frame, "", deadline);
-    const values = argument === undefined ? [] : [packed(argument)];
-    const call =
-      typeof work === "function"
-        ? tab.callIn(frame, world, sentFunction(sourceOf(work)), values)
-        : tab.evaluateIn(frame, world, String(work));
-    try {
-      return unpacked(await deadline.within(call, late));
-    } catch (error) {
-      if (deadline.isOver) {
-        await tab.interruptBusy(frame.session, 100); // or nothing would run in this page any more
-      }
-      if (error instanceof DocumentGone) {
-        throw new DocumentGone(`${name}: the page was left meanwhile (${error.message})`);
-      }
-      throw error;
-    }
-  }
-
-  // Has the frame's own world answer, in the document that comes when one is left meanwhile.
-  async #ask(question, selector, values, deadline) {
-    const subject = selector === null ? [] : [String(selector)];
-    const late = () => [...subject, "gets no answer from the page"].join(" ");
-    for (;;) {
-      const { tab, frame } = await this.#where(deadline);
-      const world = await tab.world(frame, ownWorld, deadline);
-      const asked = [...subject, ...values, deadline.left];
-      const declaration = `function(...values) {
-        return talvernElements.answers.${question}(...values);
-      }`;
-      try {
-        const call = tab.callIn(frame, world, declaration, asked);
-        const answer = await deadline.within(call, late, Deadline.grace);
-        if (answer.lacks || answer.against) {
-          throw new Error(`${selector} ${answer.lacks ?? answer.against}`);
-        }
-        return answer.value;
-      } catch (error) {
-        if (!(error instanceof DocumentGone)) {
-          throw error;
-        }
-        await deadline.pause(5, late);
-      }
-    }
-  }
-
-  // Does something that may lead to another page, which the next operation is meant for: when it is
-  // done, a document that it has asked for is there and parsed.
-  async #leading(deadline, act) {
-    const place = await this.#where(deadline);
-    const { tab, frame } = place;
-    const before = new Map([tab.top, frame].map((one) => [one, one.document]));
-    const result = await act(place);
-    const late = () => "the page that was asked for does not come";
-    if (!tab.gone && !tab.crashed) {
-      await this.#turn(place, deadline);
-    }
-    if (tab.gone) {
-      return result; // what was done has closed it
-    }
-    await tab.until(
-      () =>
-        [...before].every(
-          ([one, document]) =>
-            !one.navigating && (one.document === document || one.hasReached("DOMContentLoaded")),
-        ),
-      deadline,
-      late,
-    );
-    return result;
-  }
-
-  // One turn of the page's tasks. A navigation is a task that was posted; after the turn it has
-  // begun, and its event has come in front of the answer. A page that is too busy to answer is met
-  // by the next operation.
-  async #turn({ tab, frame }, deadline) {
-    const world = frame.worlds.get(ownWorld);
-    if (!world) {
-      return; // the document has been left already
-    }
-    const turn = "function() { return talvernElements.answers.turn(); }";
-    const call = tab.callIn(frame, world, turn, []).catch(() => {}); // it has gone meanwhile
-    const tooLong = new Promise((resolve) => setTimeout(resolve, longestTurn));
-    await deadline.within(Promise.race([call, tooLong]), () => "the page does not answer");
-  }
-
-  #clickAt(selector, options, deadline) {
-    const { button = "left", clickCount = 1 } = options;
-    if (!Object.hasOwn(mouseButtons, button)) {
-      throw new Error(`click knows no button "${button}"`);
-    }
-    if (!Number.isInteger(clickCount) || clickCount < 1) {
-      throw new Error(`click: ${clickCount} is no number of clicks`);
-    }
-    return this.#leading(deadline, async ({ tab }) => {
-      const point = await this.#aim("aim", selector, deadline);
-      await this.#reach(selector, point, deadline);
-      await new Input(tab, deadline).click(point, { button, clickCount });
-    });
-  }
-
-  // A frame from another site draws by itself. Until the browser knows where it lies, what is
-  // clicked there goes to the page around it: the mouse is moved until the frame has seen it.
-  async #reach(selector, { x, y }, deadline) {
-    const { tab, frame } = await this.#where(deadline);
-    if (frame.session === tab.session) {
-      return;
-    }
-    const input = new Input(tab, deadline);
-    let seen = false;
-    const arrival = this.#ask("mouse", selector, [], deadline).then(() => (seen = true));
-    for (let shift = 1; !seen; shift = 1 - shift) {
-      const pause = new Promise((resolve) => setTimeout(resolve, 20));
-      await Promise.all([input.move({ x: x + shift, y }), Promise.race([arrival, pause])]);
-    }
-  }
-
-  // Where the mouse meets the element, as seen from the page's corner.
-  async #aim(question, selector, deadline) {
-    for (;;) {
-      let point = await this.#ask(question, selector, [], deadline);
-      const { tab, frame } = await this.#where(deadline);
-      for (let at = frame; point && at.parent; at = at.parent) {
-        point = await this.#inParent(tab, at, point, deadline);
-      }
-      if (point) {
-        return point;
-      }
-      if (deadline.isOver) {
-        throw new Error(`${selector} is covered, or its frame is`);
-      }
-    }
-  }
-
-  // A point of a frame as seen from the corner of the one that it lies in; nothing when something
-  // lies over the frame there.
-  async #inParent(tab, frame, { x, y }, deadline) {
-    const { session } = frame.parent;
-    const late = () => "the page does not answer";
-    const call = (method, params) =>
-      deadline.within(tab.call(session, method, params), late, Deadline.grace);
-    await call("DOM.enable", {});
-    const { backendNodeId } = await call("DOM.getFrameOwner", { frameId: frame.id });
-    const { object } = await call("DOM.resolveNode", { backendNodeId });
-    const { result } = await call("Runtime.callFunctionOn", {
-      functionDeclaration: String(placeInParent),
-      objectId: object.objectId,
-      arguments: [{ value: x }, { value: y }],
-      returnByValue: true,
-    });
-    return result.value;
-  }
-
-  async #setChecked(selector, wanted, deadline) {
-    const is = () => this.#ask("isChecked", selector, [], deadline);
-    if ((await is()) === wanted) {
-      return;
-    }
-    await this.#clickAt(selector, {}, deadline);
-    if ((await is()) !== wanted) {
-      throw new Error(`${selector} ${wanted ? "stays unchecked" : "stays checked"}`);
-    }
   }
 }
 

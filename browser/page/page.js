@@ -2,11 +2,13 @@
 class Page extends FrameOperations {
   #play;
   #tabs;
+  #downloads;
 
-  constructor(play, tabs) {
+  constructor(play, tabs, downloads) {
     super(play, () => ({ tab: tabs.used, frame: tabs.used.top }));
     this.#play = play;
     this.#tabs = tabs;
+    this.#downloads = downloads;
   }
 
   goto(url, options = {}) {
@@ -19,6 +21,9 @@ class Page extends FrameOperations {
       await this.#navigate(address, options, deadline, async (late) => {
         const call = tab.call(tab.session, "Page.navigate", { url: address });
         const answer = await deadline.within(call, late);
+        if (answer.isDownload && this.#downloads.expected > 0) {
+          return tab.top.document;
+        }
         if (answer.isDownload) {
           throw new Error(`goto ${address}: this is a download, no page`);
         }
@@ -150,6 +155,23 @@ class Page extends FrameOperations {
       const late = () => `the page ${other?.url ?? other} is not there`;
       await tabs.use(await tabs.changes.until(find, deadline, late), deadline);
     });
+  }
+
+  // The path of the file that is downloaded because of what the function `action` does.
+  download(action, options = {}) {
+    return this.#step("download", [action], options, [], (deadline) => {
+      if (typeof action !== "function") {
+        throw new Error("download takes a function, such as () => page.click(\"#save\")");
+      }
+      return this.#downloads.fileOf(action, deadline);
+    });
+  }
+
+  // How dialogs are answered until the play ends: true, false, the text of a prompt, or a function
+  // of the dialog's message that gives one of these.
+  onDialog(answer) {
+    this.#play.noteLine();
+    this.#tabs.answerDialogs(answer);
   }
 
   get #tab() {

@@ -6,10 +6,12 @@ class Tab {
 
   #protocol;
   #changes;
+  #answerDialog;
   #learning = new Map(); // by session: the worlds that are being asked for
 
-  // `changes` is told of whatever happens here.
-  constructor(protocol, targetId, changes) {
+  // `changes` is told of whatever happens here; `answerDialog` gives the answer to a dialog.
+  constructor(protocol, targetId, changes, answerDialog) {
+    this.#answerDialog = answerDialog;
     this.#protocol = protocol;
     this.targetId = targetId;
     this.#changes = changes;
@@ -223,6 +225,13 @@ class Tab {
         this.crashed = true;
         this.top.navigating = false;
         this.top.worlds.clear();
+      }
+    },
+
+    "Page.javascriptDialogOpening": async (params, session) => {
+      const answer = await this.#answerDialog(params).catch(() => ({ accept: false }));
+      if (answer) {
+        this.call(session, "Page.handleJavaScriptDialog", answer).catch(() => {});
       }
     },
 

@@ -9,6 +9,7 @@ class Tabs {
 
   #program;
   #all = [];
+  #dialogAnswer = null;
   #context;
 
   constructor(protocol, program) {
@@ -61,6 +62,14 @@ class Tabs {
     await tab.until(() => tab.top.hasReached("DOMContentLoaded"), deadline, late);
   }
 
+  // Has the macro answer dialogs, or the program again when there is no answer.
+  answerDialogs(answer) {
+    if (answer !== this.#dialogAnswer) {
+      this.#program.tell({ what: "dialogs", macro: answer !== null });
+    }
+    this.#dialogAnswer = answer;
+  }
+
   stopWaiting() {
     this.#all.forEach((tab) => tab.stopWaiting());
   }
@@ -70,9 +79,23 @@ class Tabs {
     if (known) {
       return known;
     }
-    const tab = new Tab(this.protocol, targetId, this.changes);
+    const tab = new Tab(this.protocol, targetId, this.changes, (dialog) => this.#answer(dialog));
     this.#all.push(tab);
     return tab;
+  }
+
+  // What the macro says to a dialog, as the protocol puts it; nothing when that is not its business.
+  async #answer({ type, message }) {
+    if (this.#dialogAnswer === null) {
+      return null;
+    }
+    if (type === "beforeunload") {
+      return { accept: true }; // a page is always let go
+    }
+    const given = this.#dialogAnswer;
+    const answer = typeof given === "function" ? await given(message) : given;
+    const accept = answer !== false && answer !== null && answer !== undefined;
+    return { accept, ...(typeof answer === "string" && { promptText: answer }) };
   }
 
   #handlers = {

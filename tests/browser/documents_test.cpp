@@ -66,6 +66,18 @@ TEST_F(BrowserDocuments, TheScriptOnTheFirstPagePrintsWhatStandsBesideIt)
     EXPECT_EQ(Printed(Block("README.md", "vbs")), Block("README.md", "text"));
 }
 
+TEST_F(BrowserDocuments, TheTenEverydayJobsGiveWhatStandsBelowThem)
+{
+    Begin();
+    for (int job = 0; job < 10; ++job) {
+        const std::string block = Block("docs\\macros.md", "js", job);
+        const std::size_t gives = block.find("// gives: ");
+        ASSERT_NE(gives, std::string::npos) << block;
+        const std::string expected = block.substr(gives + 10, block.size() - gives - 11);
+        EXPECT_EQ(Plays(Replaced(block, "https://example.com", site)), "1||" + expected) << block;
+    }
+}
+
 TEST_F(BrowserDocuments, TheFirstMacroWorksThenFailsAndTheTraceShowsWhere)
 {
     const std::string document = "docs\\first-macro.md";

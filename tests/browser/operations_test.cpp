@@ -15,7 +15,8 @@ TEST_P(BrowserOperations, SayWhatStandsBelowThem)
 }
 
 INSTANTIATE_TEST_SUITE_P(Macros, BrowserOperations,
-                         testing::Values("ends", "fields", "frames", "operations", "visits"),
+                         testing::Values("ends", "everyday", "fields", "frames", "operations",
+                                         "visits"),
                          [](const auto& one) { return std::string(one.param); });
 
 }  // namespace tvn::tests

@@ -1,0 +1,180 @@
+// How long a page may be busy with what an operation has set off before that is taken for its own.
+const longestTurn = 1500;
+
+// How the operations get at a frame: what they ask it, the points where the mouse meets it, and the
+// wait for what they lead to.
+class FrameAccess {
+  #where;
+
+  // `where(deadline)` gives the frame, once it is there, and its tab.
+  constructor(where) {
+    this.#where = where;
+  }
+
+  async evaluate(name, work, argument, deadline) {
+    const late = () => `${name}: the page does not answer`;
+    const { tab, frame } = await this.#where(deadline);
+    const world = await tab.world(frame, "", deadline);
+    const values = argument === undefined ? [] : [packed(argument)];
+    const call =
+      typeof work === "function"
+        ? tab.callIn(frame, world, sentFunction(sourceOf(work)), values)
+        : tab.evaluateIn(frame, world, String(work));
+    try {
+      return unpacked(await deadline.within(call, late));
+    } catch (error) {
+      if (deadline.isOver) {
+        await tab.interruptBusy(frame.session, 100); // or nothing would run in this page any more
+      }
+      if (error instanceof DocumentGone) {
+        throw new DocumentGone(`${name}: the page was left meanwhile (${error.message})`);
+      }
+      throw error;
+    }
+  }
+
+  // Has the frame's own world answer, in the document that comes when one is left meanwhile.
+  async ask(question, selector, values, deadline) {
+    const subject = selector === null ? [] : [String(selector)];
+    const late = () => [...subject, "gets no answer from the page"].join(" ");
+    for (;;) {
+      const { tab, frame } = await this.#where(deadline);
+      const world = await tab.world(frame, ownWorld, deadline);
+      const asked = [...subject, ...values, deadline.left];
+      const declaration = `function(...values) {
+        return talvernElements.answers.${question}(...values);
+      }`;
+      try {
+        const call = tab.callIn(frame, world, declaration, asked);
+        const answer = await deadline.within(call, late, Deadline.grace);
+        if (answer.lacks || answer.against) {
+          throw new Error(`${selector} ${answer.lacks ?? answer.against}`);
+        }
+        return answer.value;
+      } catch (error) {
+        if (!(error instanceof DocumentGone)) {
+          throw error;
+        }
+        await deadline.pause(5, late);
+      }
+    }
+  }
+
+  // Does something that may lead to another page, which the next operation is meant for: when it is
+  // done, a document that it has asked for is there and parsed.
+  async leading(deadline, act) {
+    const place = await this.#where(deadline);
+    const { tab, frame } = place;
+    const before = new Map([tab.top, frame].map((one) => [one, one.document]));
+    const result = await act(place);
+    const late = () => "the page that was asked for does not come";
+    if (!tab.gone && !tab.crashed) {
+      await this.#turn(place, deadline);
+    }
+    if (tab.gone) {
+      return result; // what was done has closed it
+    }
+    await tab.until(
+      () =>
+        [...before].every(
+          ([one, document]) =>
+            !one.navigating && (one.document === document || one.hasReached("DOMContentLoaded")),
+        ),
+      deadline,
+      late,
+    );
+    return result;
+  }
+
+  // One turn of the page's tasks. A navigation is a task that was posted; after the turn it has
+  // begun, and its event has come in front of the answer. A page that is too busy to answer is met
+  // by the next operation.
+  async #turn({ tab, frame }, deadline) {
+    const world = frame.worlds.get(ownWorld);
+    if (!world) {
+      return; // the document has been left already
+    }
+    const turn = "function() { return talvernElements.answers.turn(); }";
+    const call = tab.callIn(frame, world, turn, []).catch(() => {}); // it has gone meanwhile
+    const tooLong = new Promise((resolve) => setTimeout(resolve, longestTurn));
+    await deadline.within(Promise.race([call, tooLong]), () => "the page does not answer");
+  }
+
+  clickAt(selector, options, deadline) {
+    const { button = "left", clickCount = 1 } = options;
+    if (!Object.hasOwn(mouseButtons, button)) {
+      throw new Error(`click knows no button "${button}"`);
+    }
+    if (!Number.isInteger(clickCount) || clickCount < 1) {
+      throw new Error(`click: ${clickCount} is no number of clicks`);
+    }
+    return this.leading(deadline, async ({ tab }) => {
+      const point = await this.aim("aim", selector, deadline);
+      await this.#reach(selector, point, deadline);
+      await new Input(tab, deadline).click(point, { button, clickCount });
+    });
+  }
+
+  // A frame from another site draws by itself. Until the browser knows where it lies, what is
+  // clicked there goes to the page around it: the mouse is moved until the frame has seen it.
+  async #reach(selector, { x, y }, deadline) {
+    const { tab, frame } = await this.#where(deadline);
+    if (frame.session === tab.session) {
+      return;
+    }
+    const input = new Input(tab, deadline);
+    let seen = false;
+    const arrival = this.ask("mouse", selector, [], deadline).then(() => (seen = true));
+    for (let shift = 1; !seen; shift = 1 - shift) {
+      const pause = new Promise((resolve) => setTimeout(resolve, 20));
+      await Promise.all([input.move({ x: x + shift, y }), Promise.race([arrival, pause])]);
+    }
+  }
+
+  // Where the mouse meets the element, as seen from the page's corner.
+  async aim(question, selector, deadline) {
+    for (;;) {
+      let point = await this.ask(question, selector, [], deadline);
+      const { tab, frame } = await this.#where(deadline);
+      for (let at = frame; point && at.parent; at = at.parent) {
+        point = await this.#inParent(tab, at, point, deadline);
+      }
+      if (point) {
+        return point;
+      }
+      if (deadline.isOver) {
+        throw new Error(`${selector} is covered, or its frame is`);
+      }
+    }
+  }
+
+  // A point of a frame as seen from the corner of the one that it lies in; nothing when something
+  // lies over the frame there.
+  async #inParent(tab, frame, { x, y }, deadline) {
+    const { session } = frame.parent;
+    const late = () => "the page does not answer";
+    const call = (method, params) =>
+      deadline.within(tab.call(session, method, params), late, Deadline.grace);
+    await call("DOM.enable", {});
+    const { backendNodeId } = await call("DOM.getFrameOwner", { frameId: frame.id });
+    const { object } = await call("DOM.resolveNode", { backendNodeId });
+    const { result } = await call("Runtime.callFunctionOn", {
+      functionDeclaration: String(placeInParent),
+      objectId: object.objectId,
+      arguments: [{ value: x }, { value: y }],
+      returnByValue: true,
+    });
+    return result.value;
+  }
+
+  async setChecked(selector, wanted, deadline) {
+    const is = () => this.ask("isChecked", selector, [], deadline);
+    if ((await is()) === wanted) {
+      return;
+    }
+    await this.clickAt(selector, {}, deadline);
+    if ((await is()) !== wanted) {
+      throw new Error(`${selector} ${wanted ? "stays unchecked" : "stays checked"}`);
+    }
+  }
+}
