@@ -1,6 +1,7 @@
 // Where the pictures go that a macro takes.
 
 #include <filesystem>
+#include <fstream>
 
 #include "tests/browser/real_browser.h"
 #include "tests/surroundings.h"
@@ -11,6 +12,22 @@ namespace tvn::tests
 class BrowserPictures : public RealBrowser
 {};
 
+/// The first bytes of a file, as many as its size is read from.
+static std::string BeginOf(const std::string& path)
+{
+    char begin[24] = "";
+    std::ifstream(path, std::ios::binary).read(begin, sizeof begin);
+    return {begin, sizeof begin};
+}
+
+/// How many lines of points a .png has.
+static unsigned int HeightOf(const std::string& path)
+{
+    const std::string begin = BeginOf(path);
+    EXPECT_EQ(begin.substr(1, 3), "PNG");
+    return static_cast<unsigned char>(begin[22]) * 256U + static_cast<unsigned char>(begin[23]);
+}
+
 TEST_F(BrowserPictures, AreWrittenBelowTheFolderOutputOnly)
 {
     Begin();
@@ -20,7 +37,12 @@ TEST_F(BrowserPictures, AreWrittenBelowTheFolderOutputOnly)
                     "page.screenshot({ path: 'b/c.jpg', fullPage: true }))"),
               "1||" + output + "a.png[EXTRACT]" + output + "b\\c.jpg");
     EXPECT_GT(std::filesystem::file_size(output + "a.png"), 100U);
-    EXPECT_GT(std::filesystem::file_size(output + "b\\c.jpg"), 100U);
+    EXPECT_EQ(BeginOf(output + "b\\c.jpg").substr(0, 3), "\xFF\xD8\xFF");
+    EXPECT_EQ(Plays("await page.goto(options.site + '/form.html'); await page.screenshot({ path: "
+                    "'a.png' }); await page.screenshot({ path: 'whole.png', fullPage: true })"),
+              "1||");
+    EXPECT_LT(HeightOf(output + "a.png"), 2000U);
+    EXPECT_GT(HeightOf(output + "whole.png"), 3000U);
     for (const char* path :
          {"../a.png", "b/../../a.png", "C:/a.png", "/a.png", "\\\\\\\\a\\\\b.png", "a.png:b.png",
           "NUL.png", "b//c.png", "a.png ", ""}) {

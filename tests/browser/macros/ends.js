@@ -73,7 +73,9 @@ extract(await page.evaluate(() => log.length));
 // No limit is none, also not that of a moment.
 //> late.html
 await page.evaluate(() => later(comes.there));
+page.setDefaultTimeout(50);
 await page.click("#new", { timeout: 0 });
+page.setDefaultTimeout(2000);
 extract(await page.evaluate(() => clicked));
 //= 1||["new"]
 // Values cross as they are.

@@ -146,3 +146,16 @@ await page.waitForSelector("#text", { state: "hidden", timeout: 200 })
 //> late.html
 await page.textContent("#new", { timeout: 200 })
 //= -100|#new is not there (line 1) (-100)|
+// What lies over the middle of the window, or over its top, is scrolled around.
+//> form.html
+for (const place of ["top: 25%; bottom: 25%", "top: 0; height: 60%", "bottom: 0; height: 60%"]) {
+  await page.evaluate((place) => {
+    document.querySelector("#bar")?.remove();
+    scrollTo(0, 0);
+    document.body.insertAdjacentHTML("beforeend", `<div id="bar" style="position: fixed; left: 0; right: 0; background: white; ${place}"></div>`);
+    document.body.style.paddingBottom = "3000px";
+  }, place);
+  await page.click("#far");
+}
+extract(await page.evaluate(() => log.filter((line) => line === "click far").length));
+//= 1||3
