@@ -4,16 +4,14 @@ const longestTurn = 1500;
 // How the operations get at a frame: what they ask it, the points where the mouse meets it, and the
 // wait for what they lead to.
 class FrameAccess {
-  #where;
-
   // `where(deadline)` gives the frame, once it is there, and its tab.
   constructor(where) {
-    this.#where = where;
+    this.where = where;
   }
 
   async evaluate(name, work, argument, deadline) {
     const late = () => `${name}: the page does not answer`;
-    const { tab, frame } = await this.#where(deadline);
+    const { tab, frame } = await this.where(deadline);
     const world = await tab.world(frame, "", deadline);
     const values = argument === undefined ? [] : [packed(argument)];
     const call =
@@ -38,7 +36,7 @@ class FrameAccess {
     const subject = selector === null ? [] : [String(selector)];
     const late = () => [...subject, "gets no answer from the page"].join(" ");
     for (;;) {
-      const { tab, frame } = await this.#where(deadline);
+      const { tab, frame } = await this.where(deadline);
       const world = await tab.world(frame, ownWorld, deadline);
       const asked = [...subject, ...values, deadline.left];
       const declaration = `function(...values) {
@@ -63,7 +61,7 @@ class FrameAccess {
   // Does something that may lead to another page, which the next operation is meant for: when it is
   // done, a document that it has asked for is there and parsed.
   async leading(deadline, act) {
-    const place = await this.#where(deadline);
+    const place = await this.where(deadline);
     const { tab, frame } = place;
     const before = new Map([tab.top, frame].map((one) => [one, one.document]));
     const result = await act(place);
@@ -118,7 +116,7 @@ class FrameAccess {
   // A frame from another site draws by itself. Until the browser knows where it lies, what is
   // clicked there goes to the page around it: the mouse is moved until the frame has seen it.
   async #reach(selector, { x, y }, deadline) {
-    const { tab, frame } = await this.#where(deadline);
+    const { tab, frame } = await this.where(deadline);
     if (frame.session === tab.session) {
       return;
     }
@@ -135,7 +133,7 @@ class FrameAccess {
   async aim(question, selector, deadline) {
     for (;;) {
       let point = await this.ask(question, selector, [], deadline);
-      const { tab, frame } = await this.#where(deadline);
+      const { tab, frame } = await this.where(deadline);
       for (let at = frame; point && at.parent; at = at.parent) {
         point = await this.#inParent(tab, at, point, deadline);
       }

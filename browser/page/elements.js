@@ -117,36 +117,39 @@ function elementsInPage(own) {
     );
   }
 
+  // Where an element was, and at which time of the page's clock, when it was last looked at.
+  const places = new WeakMap();
+  const placeIsOld = 250; // in milliseconds
+
   // An animation, a frame of scripted movement or a late layout: whatever it is, the box moves from
   // one time of the page's clock to the next. The first frame after a task may still have the task's
   // time, and without frames nothing that is animated moves: there, and before its first frame, an
-  // animation of the element or of what it lies in counts by itself.
-  class Rest {
-    #element;
-    #box;
-    #time;
-
-    at(element, drawn) {
-      const { x, y, width, height } = element.getBoundingClientRect();
-      const box = `${x} ${y} ${width} ${height}`;
-      const time = document.timeline.currentTime;
-      const moves = document
-        .getAnimations()
-        .some(
-          (one) =>
-            one.playState === "running" &&
-            (one.pending || !drawn) &&
-            own.holds(one.effect?.target, element) &&
-            mayMove(one),
-        );
-      const same = this.#element === element && this.#box === box;
-      if (moves || !same) {
-        this.#time = time;
-      }
-      this.#element = element;
-      this.#box = box;
-      return !moves && same && (!drawn || this.#time !== time);
+  // animation of the element or of what it lies in counts by itself. So it does where the other time
+  // is that of an operation before.
+  function isResting(element, drawn, isFirstLook) {
+    const { x, y, width, height } = element.getBoundingClientRect();
+    const box = `${x} ${y} ${width} ${height}`;
+    const time = document.timeline.currentTime;
+    const moves = document
+      .getAnimations()
+      .some(
+        (one) =>
+          one.playState === "running" &&
+          (one.pending || !drawn) &&
+          own.holds(one.effect?.target, element) &&
+          mayMove(one),
+      );
+    const before = places.get(element);
+    const isKnown = before?.box === box && !(isFirstLook && time - before.time > placeIsOld);
+    if (moves || !isKnown) {
+      places.set(element, { box, time });
+      return false;
     }
+    const isOther = before.time !== time;
+    if (isOther) {
+      places.set(element, { box, time });
+    }
+    return isOther || (!drawn && !isFirstLook);
   }
 
   // Looks again and again, at most `timeout` milliseconds (null: no limit), until `look` gives
@@ -173,13 +176,17 @@ function elementsInPage(own) {
 
   // Waits until the element is there and has what is `wanted`, and gives what `use` makes of it.
   own.ready = (text, wanted, timeout, use) => {
-    const rest = new Rest();
+    let lastLook = null;
     const checks = {
       // The body takes keys whether there is anything in it or not.
       visible: (one) => one === document.body || own.isVisible(one) || "is not visible",
       enabled: (one) => isEnabled(one) || "is not enabled",
       editable: (one) => isEditable(own.controlOf(one)) || "is not editable",
-      resting: (one, drawn) => rest.at(one, drawn) || "is not at rest",
+      resting(one, drawn) {
+        const isFirstLook = lastLook !== one;
+        lastLook = one;
+        return isResting(one, drawn, isFirstLook) || "is not at rest";
+      },
     };
     let tries = 0;
     return until(text, timeout, (selector, drawn) => {

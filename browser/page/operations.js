@@ -26,16 +26,16 @@ class FrameOperations {
   }
 
   fill(selector, value, options = {}) {
-    return this.#step("fill", [selector, value], options, [], (deadline) =>
-      this.#access.leading(deadline, async ({ tab }) => {
-        const text = String(value);
-        if ((await this.#access.ask("fill", selector, [text], deadline)) === "set") {
-          return;
-        }
-        const input = new Input(tab, deadline);
-        await (text === "" ? input.press(keyEvents("Delete")) : input.insert(text));
-      }),
-    );
+    return this.#step("fill", [selector, value], options, [], async (deadline) => {
+      const text = String(value);
+      const { tab } = await this.#access.where(deadline);
+      if ((await this.#access.ask("fill", selector, [text], deadline)) === "set") {
+        await this.#access.leading(deadline, () => {});
+        return;
+      }
+      const input = new Input(tab, deadline);
+      await (text === "" ? input.press(keyEvents("Delete")) : input.insert(text));
+    });
   }
 
   type(selector, text, options = {}) {
