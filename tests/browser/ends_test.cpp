@@ -5,9 +5,11 @@
 #include <iterator>
 
 #include "basicslib/StatusCode.h"
+#include "process/Process.h"
 #include "tests/browser/real_browser.h"
 #include "tests/moments.h"
 #include "tests/surroundings.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {
@@ -40,7 +42,7 @@ TEST_F(BrowserEnds, ABrowserThatCrashesOrIsClosedEndsThePlayAndTheInstance)
         Begin();
         CallLater(500, [&] {
             if (crashes) {
-                KillBrowserProcesses();
+                SignalBrowserProcesses(L"-KILL");
             }
         });
         const char* closes = "await page.evaluate(() => window.close()); ";
@@ -50,6 +52,41 @@ TEST_F(BrowserEnds, ABrowserThatCrashesOrIsClosedEndsThePlayAndTheInstance)
         EXPECT_EQ(app.Play("extract(1)"), sFail);
         EXPECT_EQ(app.Exit(), sOk);
     }
+}
+
+TEST_F(BrowserEnds, ABrowserThatIsStoppedHoldsNobody)
+{
+    Begin();
+    SignalBrowserProcesses(L"-STOP");
+    EXPECT_THAT(
+        Elapsed([&] { EXPECT_EQ(app.Play("await page.goto('about:blank')", 3), sTimeout); }),
+        Within(2900, 5000));
+    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Exit(5), sOk); }), Within(0, 7000));
+    SignalBrowserProcesses(L"-CONT");
+    Begin();
+    EXPECT_EQ(app.Exit(), sOk);
+    ExpectNothingLeft();
+}
+
+TEST_F(BrowserEnds, ADiskWithoutRoomIsAFailureInTime)
+{
+    const std::string folder = FreshProfiles();
+    std::filesystem::create_directories(folder);
+    const auto run = [&](const wchar_t* program, const std::string& arguments) {
+        Process().Start(program, (arguments + " \"" + HostPath(folder) + "\"").c_str(), kNone,
+                        kNone, kNone, 5000);
+    };
+    run(L"Z:\\bin\\mount", "-t tmpfs -o size=256k none");
+    if (!Eventually([&] { return std::filesystem::space(folder).capacity < 0x100000; })) {
+        GTEST_SKIP() << "NOT TESTED: nobody can make a small disk here";
+    }
+    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Init("", true, 20), sFail); }), Within(0, 21000));
+    EndBrowsers();
+    run(L"Z:\\bin\\umount", "-l");
+    EXPECT_TRUE(Eventually([&] { return std::filesystem::space(folder).capacity > 0x100000; }));
+    Begin();
+    EXPECT_EQ(app.Exit(), sOk);
+    ExpectNothingLeft();
 }
 
 TEST_F(BrowserEnds, AnInstanceEndedByForceIsClearedAwayByTheNext)

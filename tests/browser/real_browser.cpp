@@ -125,9 +125,9 @@ std::vector<std::string> BrowserProcesses()
     return found;
 }
 
-void KillBrowserProcesses()
+void SignalBrowserProcesses(const wchar_t* signal)
 {
-    std::wstring arguments = L"-9";
+    std::wstring arguments = signal;
     for (const std::string& pid : BrowserProcesses()) {
         arguments += L" " + std::wstring(pid.begin(), pid.end());
     }

@@ -57,7 +57,7 @@ std::string HostPath(const std::string& path);
 /// by force.
 std::vector<std::string> BrowserProcesses();
 std::vector<std::string> ProfileFolders();
-void KillBrowserProcesses();
+void SignalBrowserProcesses(const wchar_t* signal);
 
 /// What an own browser without a client says in the debug output until it ends.
 std::string TraceOfOwnBrowser(const std::string& arguments = "");
