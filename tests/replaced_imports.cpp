@@ -10,6 +10,8 @@ namespace tvn::tests
 
 ReplacedImports g_imports;
 
+static const DWORD g_mainThread = GetCurrentThreadId();
+
 static const char* Described(const SECURITY_ATTRIBUTES* security)
 {
     if (security == nullptr) {
@@ -46,11 +48,13 @@ static const ReplacedImport g_replaced[] = {
     TVN_REPLACE_IMPORT(CreateNamedPipeA,
                        [](LPCSTR name, DWORD openMode, DWORD pipeMode, DWORD count, DWORD out,
                           DWORD in, DWORD time, SECURITY_ATTRIBUTES* security) {
-                           std::ostringstream text;
-                           text << std::hex << openMode << ' ' << pipeMode << std::dec << ' '
-                                << count << ' ' << out << ' ' << in << ' ' << time << ' '
-                                << Described(security);
-                           g_imports.newPipe = text.str();
+                           if (GetCurrentThreadId() == g_mainThread) {
+                               std::ostringstream text;
+                               text << std::hex << openMode << ' ' << pipeMode << std::dec << ' '
+                                    << count << ' ' << out << ' ' << in << ' ' << time << ' '
+                                    << Described(security);
+                               g_imports.newPipe = text.str();
+                           }
                            return TVN_REAL_IMPORT(CreateNamedPipeA)(name, openMode, pipeMode, count,
                                                                     out, in, time, security);
                        }),
