@@ -9,8 +9,8 @@ class FrameAccess {
     this.where = where;
   }
 
-  async evaluate(name, work, argument, deadline) {
-    const late = () => `${name}: the page does not answer`;
+  async evaluate(name, work, argument, deadline, unanswered = "the page does not answer") {
+    const late = () => `${name}: ${unanswered}`;
     const { tab, frame } = await this.where(deadline);
     const world = await tab.world(frame, "", deadline);
     const values = argument === undefined ? [] : [packed(argument)];

@@ -160,10 +160,13 @@ class FrameOperations {
 
   // Waits until the function gives something that is not falsy, also over navigations.
   waitForFunction(work, argument = undefined, options = {}) {
+    const never = "it does not become true";
     return this.#step("waitForFunction", [work], options, [], async (deadline) => {
       for (;;) {
         try {
-          const value = await this.#access.evaluate("waitForFunction", work, argument, deadline);
+          const value = await this.#access.evaluate(
+            ...["waitForFunction", work, argument, deadline, never],
+          );
           if (value) {
             return value;
           }
@@ -172,7 +175,7 @@ class FrameOperations {
             throw error;
           }
         }
-        await deadline.pause(30, () => "waitForFunction: it does not become true");
+        await deadline.pause(30, () => `waitForFunction: ${never}`);
       }
     });
   }
