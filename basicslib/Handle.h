@@ -4,7 +4,6 @@
 
 #include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
-#include <new>
 #include <type_traits>
 
 namespace tvn
@@ -49,17 +48,5 @@ class Handle
   private:
     HANDLE m_h;
 };
-
-/// A shared owner of `h`, which is closed also when there is no memory for the owner. Throws
-/// std::bad_alloc.
-inline boost::shared_ptr<Handle> ShareHandle(HANDLE h)
-{
-    try {
-        return boost::make_shared<Handle>(h);
-    } catch (const std::bad_alloc&) {
-        const Handle owner(h);
-        throw;
-    }
-}
 
 }  // namespace tvn

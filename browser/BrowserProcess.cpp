@@ -110,13 +110,19 @@ void BrowserProcess::Run(const std::wstring& connection, const std::vector<HANDL
     std::wstring line =
         BrowserCommandLine(m_choice, m_isOnHost ? HostPath(m_profile) : m_profile, connection);
     tvn::LogDebug("starting %S", line.c_str());
-    if (!CreateProcessW(m_choice.program.c_str(), line.data(), nullptr, nullptr, TRUE,
-                        m_isOnHost ? 0 : EXTENDED_STARTUPINFO_PRESENT | CREATE_SUSPENDED, nullptr,
-                        nullptr, handles.StartupInfo(), &started)) {
+    bool hasStarted = false;
+    const auto process = boost::make_shared<tvn::Handle>([&] {
+        hasStarted =
+            CreateProcessW(m_choice.program.c_str(), line.data(), nullptr, nullptr, TRUE,
+                           m_isOnHost ? 0 : EXTENDED_STARTUPINFO_PRESENT | CREATE_SUSPENDED,
+                           nullptr, nullptr, handles.StartupInfo(), &started) != FALSE;
+        return started.hProcess;
+    });
+    if (!hasStarted) {
         throw BrowserError("The browser " + ToUtf8(m_choice.program) +
                            " cannot be started (error " + std::to_string(GetLastError()) + ").");
     }
-    m_process = tvn::ShareHandle(started.hProcess);
+    m_process = process;
     const tvn::Handle thread(started.hThread);
     // Before it runs, so that none of its own processes escapes.
     if (m_process->IsValid() && !AssignProcessToJobObject(m_job.Get(), m_process->Get())) {

@@ -85,12 +85,12 @@ void MacroPage::Open()
     Place place;
     place.visible = visible;
     const tvn::ScopeExit discard([&] { Discard(place); });
-    OpenIn(place);
+    OpenPage(place);
     const std::lock_guard<std::mutex> lock(m_mutex);
     std::swap(m_place, place);  // whatever was there before is discarded
 }
 
-void MacroPage::OpenIn(Place& place)
+void MacroPage::OpenPage(Place& place)
 {
     // Nothing that is stored or remembered is shared with the visible page.
     place.context = m_tools.Call("", "Target.createBrowserContext", {{"disposeOnDetach", true}})

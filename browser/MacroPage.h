@@ -72,7 +72,7 @@ class MacroPage
     };
 
     Place Current();
-    void OpenIn(Place& place);
+    void OpenPage(Place& place);
     void Discard(const Place& place);
     Json Run(const Place& place, const Json& values);
     int LineOfSyntaxError(const Place& place, const std::string& source);

@@ -19,8 +19,9 @@ constexpr std::size_t kMostQueued = 64;
 }  // namespace
 
 Connection::Connection(boost::shared_ptr<tvn::Handle> pipe)
-    : m_pipe(std::move(pipe)),
-      m_closing(tvn::ShareHandle(CreateEventA(nullptr, TRUE, FALSE, nullptr)))
+    : m_pipe(std::move(pipe)), m_closing(boost::make_shared<tvn::Handle>([] {
+          return CreateEventA(nullptr, TRUE, FALSE, nullptr);
+      }))
 {
     if (!m_closing->IsValid()) {
         throw tvn::Win32Exception(GetLastError(), __FILE__, __LINE__);

@@ -68,7 +68,8 @@ boost::shared_ptr<tvn::Handle> PipeListener::NewEnd(End end)
     options.pipeMode = PIPE_REJECT_REMOTE_CLIENTS;
     options.security = m_security->Get();
     DWORD error = 0;
-    auto pipe = tvn::ShareHandle(CreatePipe(m_name.c_str(), options, error));
+    auto pipe =
+        boost::make_shared<tvn::Handle>([&] { return CreatePipe(m_name.c_str(), options, error); });
     if (!pipe->IsValid()) {
         tvn::LogError("CreateNamedPipe, %s failed 0x%08x", m_name.c_str(),
                       static_cast<unsigned int>(error));

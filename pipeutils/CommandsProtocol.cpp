@@ -11,15 +11,12 @@ namespace tvn
 namespace
 {
 
-/// What is left of the time in which message after message is taken out of a pipe. What is already
-/// there when it is spent is still taken, but not without end: an instance that sends stale replies
-/// as fast as they are read must not hold the caller. ReadPipeTimeout is thrown then.
-DWORD TimeForNext(const TimeBudget& budget, unsigned int& takenBehindTime)
+/// What is left of the time in which message after message is taken out of a pipe, up to
+/// `kStepsAfterTime` more of them once it has run out. ReadPipeTimeout is thrown then.
+DWORD TimeForNext(const TimeBudget& budget, unsigned int& takenAfterTime)
 {
-    constexpr unsigned int kMostBehindTime = 64;
-
     const DWORD left = budget.Remaining();
-    if (left == 0 && ++takenBehindTime > kMostBehindTime) {
+    if (left == 0 && ++takenAfterTime > kStepsAfterTime) {
         throw ReadPipeTimeout(WAIT_TIMEOUT, __FILE__, __LINE__);
     }
     return left;

@@ -21,7 +21,8 @@ int InstancesMgr::GetInstancesByName(std::vector<boost::shared_ptr<Instance>>& i
     for (HWND hwnd = windows.First(); hwnd != nullptr; hwnd = windows.Next()) {
         DWORD pid = 0;
         GetWindowThreadProcessId(hwnd, &pid);
-        const auto handle = ShareHandle(OpenProcess(kProcessAccess, FALSE, pid));
+        const auto handle =
+            boost::make_shared<Handle>([pid] { return OpenProcess(kProcessAccess, FALSE, pid); });
         if (!handle->IsValid()) {
             LogDebug("Cann't open process, pid = %d", static_cast<int>(pid));
             continue;

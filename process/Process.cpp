@@ -14,14 +14,18 @@ namespace tvn
 int Process::Start(ComString appPath, ComString cmdLine, ComString user, ComString domain,
                    ComString password, DWORD timeoutMs)
 {
+    int result = sFail;
     PROCESS_INFORMATION processInfo = {};
-    const int result =
-        ProcessCreator().Create(appPath, cmdLine, user, domain, password, timeoutMs, processInfo);
+    const auto handle = boost::make_shared<Handle>([&] {
+        result = ProcessCreator().Create(appPath, cmdLine, user, domain, password, timeoutMs,
+                                         processInfo);
+        return processInfo.hProcess;
+    });
     if (result != sOk) {
         return result;
     }
     const Handle thread(processInfo.hThread);
-    m_handle = ShareHandle(processInfo.hProcess);
+    m_handle = handle;
     m_pid = processInfo.dwProcessId;
     return sOk;
 }
@@ -44,7 +48,8 @@ int Process::GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IP
         return sFail;
     }
     for (DWORD index = 0; index < bytes / sizeof pids[0]; ++index) {
-        const auto handle = ShareHandle(OpenProcess(kProcessAccess, FALSE, pids[index]));
+        const auto handle = boost::make_shared<Handle>(
+            [&] { return OpenProcess(kProcessAccess, FALSE, pids[index]); });
         if (handle->IsValid() && HasProcessFileName(handle->Get(), name)) {
             processes.emplace_back(boost::make_shared<Process>(handle, pids[index]));
         }

@@ -147,7 +147,9 @@ TEST(Memory, WhatDoesNotFitIsRefusedAndLeavesNothingOpen)
     EXPECT_THROW(ToComString(claiming(0x40000000)), _com_error);
     ImportWatch watch;
     watch.Fail("new", ERROR_NOT_ENOUGH_MEMORY);
-    EXPECT_THROW(ShareHandle(CreateEventA(nullptr, TRUE, FALSE, nullptr)), std::bad_alloc);
+    EXPECT_THROW(
+        boost::make_shared<Handle>([] { return CreateEventA(nullptr, TRUE, FALSE, nullptr); }),
+        std::bad_alloc);
     EXPECT_EQ(watch.OpenHandles(), 0);
 }
 

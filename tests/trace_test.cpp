@@ -75,7 +75,7 @@ class Viewer
         PROCESS_INFORMATION info = {};
         EXPECT_TRUE(CreateProcessA(nullptr, line.data(), nullptr, nullptr, output != nullptr, 0,
                                    nullptr, nullptr, &startupInfo, &info));
-        m_process = ShareHandle(info.hProcess);
+        m_process = boost::make_shared<Handle>(info.hProcess);
         CloseHandle(info.hThread);
         EXPECT_TRUE(Eventually([] {
             const Handle buffer(OpenFileMappingW(FILE_MAP_READ, FALSE, L"DBWIN_BUFFER"));
@@ -123,8 +123,8 @@ struct NarrowPipe
         HANDLE out = nullptr;
         EXPECT_TRUE(CreatePipe(&in, &out, &inherited, 1));
         SetHandleInformation(in, HANDLE_FLAG_INHERIT, 0);
-        reader = ShareHandle(in);
-        writer = ShareHandle(out);
+        reader = boost::make_shared<Handle>(in);
+        writer = boost::make_shared<Handle>(out);
     }
 
     /// All that comes until the last writer has gone.

@@ -31,7 +31,8 @@ boost::shared_ptr<Handle> MakeEvent(const wchar_t* name, SECURITY_ATTRIBUTES& at
 {
     constexpr int kTries = 10;
     for (int tries = 0; tries < kTries; ++tries) {
-        auto event = ShareHandle(CreateEventW(&attributes, FALSE, FALSE, name));
+        auto event = boost::make_shared<Handle>(
+            [&] { return CreateEventW(&attributes, FALSE, FALSE, name); });
         if (!event->IsValid()) {
             ThrowRefused();
         }
@@ -57,8 +58,10 @@ DebugBuffer::DebugBuffer()
     SECURITY_ATTRIBUTES attributes = {sizeof attributes, openToAll, FALSE};
     m_free = MakeEvent(L"DBWIN_BUFFER_READY", attributes);
     m_written = MakeEvent(L"DBWIN_DATA_READY", attributes);
-    m_mapping = ShareHandle(CreateFileMappingW(INVALID_HANDLE_VALUE, &attributes, PAGE_READWRITE, 0,
-                                               sizeof(Contents), L"DBWIN_BUFFER"));
+    m_mapping = boost::make_shared<Handle>([&] {
+        return CreateFileMappingW(INVALID_HANDLE_VALUE, &attributes, PAGE_READWRITE, 0,
+                                  sizeof(Contents), L"DBWIN_BUFFER");
+    });
     m_view.reset(MapViewOfFile(m_mapping->Get(), FILE_MAP_READ, 0, 0, sizeof(Contents)),
                  &UnmapViewOfFile);
     if (m_view == nullptr) {

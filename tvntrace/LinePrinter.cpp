@@ -13,8 +13,10 @@ namespace tvn::trace
 LinePrinter::LinePrinter(const std::wstring& path) : m_output(GetStdHandle(STD_OUTPUT_HANDLE))
 {
     if (!path.empty()) {
-        m_file = ShareHandle(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                         CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+        m_file = boost::make_shared<Handle>([&] {
+            return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+                               FILE_ATTRIBUTE_NORMAL, nullptr);
+        });
         m_output = m_file->Get();
         if (!m_file->IsValid()) {
             throw boost::system::system_error(
