@@ -117,7 +117,8 @@ std::vector<std::string> BrowserProcesses()
     std::error_code error;
     for (const auto& process : std::filesystem::directory_iterator("Z:\\proc", error)) {
         std::ifstream file(process.path() / "cmdline", std::ios::binary);
-        std::string line{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        std::string line;
+        std::getline(file, line, '\n');  // nothing of one that has just ended
         if (line.find(profiles) != std::string::npos) {
             found.push_back(process.path().filename().string());
         }
