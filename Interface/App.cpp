@@ -41,7 +41,7 @@ constexpr const char* kUnexpectedText = "tvnMethod. Unexpected exception catched
 template <class Body>
 HRESULT CApp::RunMethod(::Status* status, Body body) noexcept
 {
-    // A message that the body's waits dispatch may drop the last reference to this object.
+    // A window message that is dispatched while `body` waits may release the last reference.
     const Microsoft::WRL::ComPtr<IUnknown> self(this);
     int result = sFail;
     try {
@@ -81,8 +81,8 @@ HRESULT CApp::RunGetter(BSTR* value, Body body) noexcept
 
 void CApp::RecordUnexpected(int line) noexcept
 {
-    // What was caught may have been a lack of memory: the text then has to do with the room that
-    // the last one left.
+    // The exception may mean that memory has run out: the text must then fit the capacity that the
+    // last text left.
     char text[512];
     const auto shown = FormatText(text, sizeof text, kUnexpectedText, line, __FILE__);
     try {
@@ -199,7 +199,7 @@ HRESULT CApp::tvnExit(LONG timeout, ::Status* status)
             }
         });
 
-        // The browser to end is the one of this moment, too.
+        // For the same reason, remember which browser to end.
         const boost::shared_ptr<IProcess> process = m_process;
         const BrowserKind browserKind = m_options.browserKind;
 
@@ -217,7 +217,8 @@ HRESULT CApp::tvnExit(LONG timeout, ::Status* status)
 int CApp::RunCommand(DWORD timeoutMs, const wchar_t* command, std::wstring_view argument,
                      CommandReply& reply) const
 {
-    // A message that the command's waits dispatch may detach this object from the client.
+    // A window message that is dispatched while the command waits may detach this object from the
+    // client.
     const boost::shared_ptr<MacrosClient> client = m_client;
     if (!client) {
         return sFail;

@@ -17,7 +17,7 @@
 namespace tvn
 {
 
-/// What the last play has brought: its reply, and the views into it that the getters show.
+/// The result of the last play: its reply, and the views into it that the getters return.
 struct LastPlay
 {
     CommandReply m_reply;
@@ -29,10 +29,10 @@ struct LastPlay
 /// browser instance: `tvnInit` attaches it, `tvnExit` and its destruction detach it; a browser that
 /// was not sent `tvnExit` keeps running.
 ///
-/// Every method runs on the caller's thread and returns S_OK; the outcome is the Status, and a
-/// failure's text what `tvnGetLastError` gives. Methods take no lock: a client that shares an
+/// Every method runs on the caller's thread and returns S_OK; the outcome is the Status, and
+/// `tvnGetLastError` returns the text of a failure. Methods take no lock: a client that shares an
 /// object between threads serialises its calls. While a method waits, the thread's window messages
-/// are dispatched, and any method may be called by one of them, also the last Release.
+/// are dispatched, and any method may be called from one of them, even the last Release.
 class CApp : public comserver::DispatchObject<IApp>
 {
   public:
@@ -65,15 +65,14 @@ class CApp : public comserver::DispatchObject<IApp>
     void ResetOptions() { m_options = InitOptions(); }
     void Cleanup() noexcept;
 
-    /// A client's time-out as the milliseconds that everything inside works with, modulo 2^32: a
-    /// negative one is a very long one.
+    /// Converts a client's time-out to milliseconds, modulo 2^32: a negative one becomes very long.
     static DWORD Milliseconds(LONG seconds) { return static_cast<DWORD>(seconds) * 1000U; }
 
     // The attached instance. Time-outs in milliseconds, INFINITE for none.
     int RunCommand(DWORD timeoutMs, const wchar_t* command, std::wstring_view argument,
                    CommandReply& reply) const;
 
-    // Attaching to an instance that runs, or to one that is started.
+    // Attaching to a running instance, or starting one and attaching to it.
     int Init(const VARIANT& commandLine, VARIANT_BOOL openNewBrowser, const VARIANT& user,
              const VARIANT& password, const VARIANT& domain, LONG timeout);
     int AttachToFree(DWORD timeoutMs);

@@ -1,4 +1,4 @@
-// tvnInit: attaching to a browser instance that runs and is free, or starting one that calls back.
+// tvnInit: attaches to a running browser instance that is free, or starts one that calls back.
 
 #include <boost/make_shared.hpp>
 
@@ -21,7 +21,7 @@ namespace tvn
 namespace
 {
 
-/// The line needs no memory when there is none for the description.
+/// Logs without allocating when there is no memory for the description.
 void LogCallbackFailure(const PipeException& failure) noexcept
 {
     constexpr const char* kLine = "[C] Wait new instance to callback failed. %s";
@@ -34,8 +34,8 @@ void LogCallbackFailure(const PipeException& failure) noexcept
     }
 }
 
-/// Waits for the new instance to connect and to tell the handle of its window. Gives `sOk` with
-/// `hwnd` filled in, or how the wait has failed.
+/// Waits for the new instance to connect and to send its window handle. Returns `sOk` with `hwnd`
+/// filled in, or the status of the failure.
 int AwaitCallback(SimplePipeServer& server, const TimeBudget& budget, DWORD& hwnd)
 {
     LogProtocol("[C] Wait new instance to callback");

@@ -9,8 +9,9 @@ namespace tvn
 namespace
 {
 
-/// What a reference leads to. Hosts keep their variables where it suits them, so the value is
-/// copied out byte by byte rather than read in place. What it points to stays the host's.
+/// The value that a reference points to. A host's variables may be unaligned, so the value is
+/// copied with memcpy rather than read in place. What the value itself points to remains the
+/// host's.
 template <class Value>
 Value Referred(const Value* reference) noexcept
 {
@@ -62,7 +63,7 @@ std::optional<LONG> IndexOf(const VARIANT& value) noexcept
     if ((V_VT(&plain) & VT_BYREF) != 0 && V_BYREF(&plain) == nullptr) {
         return {};
     }
-    _variant_t held;  // with references of its own: an object's default property may run anything
+    _variant_t held;  // holds its own references: an object's default property may run any code
     _variant_t converted;
     if (FAILED(VariantCopyInd(&held, const_cast<VARIANT*>(&plain))) ||
         FAILED(VariantChangeType(&converted, &held, 0, VT_I4))) {

@@ -10,15 +10,15 @@ namespace tvn
 {
 
 /// What a VARIANT parameter of a scripting method holds. A VARIANT that refers to another one (what
-/// a script passes for one of its variables) is followed to that one's value first.
+/// a script passes for one of its variables) is dereferenced first.
 
 /// Puts the text of a string, or of a reference to a string, into `text`. False for everything
-/// else, which leaves `text` alone. Throws `_com_error` when the reference leads nowhere or there
-/// is no memory.
+/// else, which leaves `text` alone. Throws `_com_error` when the reference is null or memory runs
+/// out.
 bool TextOf(const VARIANT& value, ComString& text);
 
-/// A value as a whole number; nothing, and an argument that was left out, as 0. Empty for what does
-/// not convert. Throws nothing.
+/// A value as an integer; an empty VARIANT and an omitted argument are 0. Empty for a value that
+/// does not convert. Throws nothing.
 std::optional<LONG> IndexOf(const VARIANT& value) noexcept;
 
 }  // namespace tvn

@@ -30,8 +30,8 @@ ComString Join(std::initializer_list<std::wstring_view> pieces)
 
 void ParseCommandLine(const ComString& text, InitOptions& options)
 {
-    // The splitting rules treat the first argument as a program's name, and an empty line as this
-    // process's own: a name in front makes all of the text arguments.
+    // CommandLineToArgvW takes the first word as the program's name, and an empty line as this
+    // process's own name: with a name put in front, all of the text is arguments.
     int count = 0;
     wchar_t** const arguments = CommandLineToArgvW(L"talvern " + text, &count);
     const ScopeExit freed([arguments] { LocalFree(arguments); });

@@ -9,8 +9,8 @@ namespace tvn
 
 enum BrowserKind : std::uint32_t { InternetExplorer = 0, Firefox = 1, OwnBrowser = 2 };
 
-/// What `tvnInit` gathers from its arguments. The options last over a failed `tvnInit` and are
-/// reset when the object is detached.
+/// What `tvnInit` gathers from its arguments. The options survive a failed `tvnInit` and are reset
+/// when the object is detached.
 struct InitOptions
 {
     BrowserKind browserKind = OwnBrowser;
@@ -24,23 +24,24 @@ struct InitOptions
 };
 
 /// How each kind of browser is named and started. Everything here throws when there is no memory;
-/// of a number that is no kind of browser all the texts are empty.
+/// for an unknown kind of browser all the texts are empty.
 
 /// Applies the options of a `tvnInit` command line, which is split by the platform's rules. The
-/// letter case of their names does not matter, a later option overrides an earlier one, and what is
-/// no option is passed over. Throws Win32Exception when the text cannot be split.
+/// letter case of their names does not matter, a later option overrides an earlier one, and
+/// anything else is ignored. Throws Win32Exception when the text cannot be split.
 void ParseCommandLine(const ComString& text, InitOptions& options);
 
 /// The executable's file name, by which running instances are found.
 ComString BrowserExeName(BrowserKind kind);
 
-/// The program to start, from the registry. Nobody checks that it exists: of a Firefox or Internet
-/// Explorer that is not installed it is empty, of an own browser "\talvern.exe".
+/// The program to start, from the registry. Nobody checks that it exists: when the browser is not
+/// installed, it is empty for Firefox and Internet Explorer, and "\talvern.exe" for the own
+/// browser.
 ComString BrowserPath(const InitOptions& options);
 
-/// The arguments with which the program is started. `args`, the caller's own command line behind a
-/// blank, or empty, is for the own browser only; the identifiers tell the new instance where to
-/// call back, and who starts it.
+/// The arguments with which the program is started. `args` is for the own browser only: a space and
+/// the caller's own command line, or empty. The identifiers tell the new instance where to call
+/// back, and who starts it.
 ComString BuildBrowserCmdLine(const InitOptions& options, const ComString& args,
                               const ComString& pipeUuid, const ComString& creatorUuid);
 

@@ -9,8 +9,8 @@ using tvn::g_module;
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds)
 {
-    // The runtime's thread-local storage makes DisableThreadLibraryCalls fail: the notifications
-    // that should not come any more are not taken.
+    // DisableThreadLibraryCalls fails because the runtime uses thread-local storage, so ignore the
+    // notifications that it should have disabled.
     if (reason == DLL_THREAD_ATTACH || reason == DLL_THREAD_DETACH) {
         return TRUE;
     }
@@ -19,7 +19,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processE
         g_module.Init(instance);
         DisableThreadLibraryCalls(instance);
     } else if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) {
-        // When the process ends, the libraries that the module holds references to may be gone.
+        // When the process is ending, the libraries that the module holds references to may be
+        // unloaded already.
         g_module.Term();
     }
     return TRUE;

@@ -12,14 +12,14 @@ namespace tvn
 namespace
 {
 
-/// Every mark is as long, so that what is replaced grows by as much and is written in one piece.
+/// All marks have the same length, so every replacement grows the text equally and is one copy.
 constexpr std::size_t kMarkSize = kArgumentEscapes[0].mark.size();
 static_assert(std::all_of(std::begin(kArgumentEscapes), std::end(kArgumentEscapes),
                           [](const auto& escape) {
                               return escape.character <= L' ' && escape.mark.size() == kMarkSize;
                           }));
 
-/// What stands for each character up to the blank, null for itself.
+/// The mark that replaces each character up to the space, null for a character that stays.
 constexpr auto kMarks = [] {
     std::array<const wchar_t*, L' ' + 1> marks = {};
     for (const ArgumentEscape& escape : kArgumentEscapes) {
@@ -28,15 +28,15 @@ constexpr auto kMarks = [] {
     return marks;
 }();
 
-/// What stands for a character, or null when it stands for itself.
+/// The mark that replaces a character, or null when the character stays.
 const wchar_t* MarkOf(wchar_t character) noexcept
 {
     return character > L' ' ? nullptr : kMarks[character];
 }
 
-/// The place of the first `wanted` at or behind `from`, or the length of the text. Replies may be
-/// of hundreds of megabytes, most of it none of what is looked for: thirty-two characters are
-/// compared at a time, as fast as the memory gives them.
+/// The index of the first `wanted` at or after `from`, or the length of the text. Replies may have
+/// hundreds of megabytes with few matches: comparing thirty-two characters at a time is as fast as
+/// memory bandwidth allows.
 std::size_t FindCharacter(std::wstring_view text, wchar_t wanted, std::size_t from) noexcept
 {
     constexpr std::size_t kVector = sizeof(__m128i) / sizeof(wchar_t);
@@ -57,7 +57,7 @@ std::size_t FindCharacter(std::wstring_view text, wchar_t wanted, std::size_t fr
     return std::min(text.find(wanted, from), text.size());
 }
 
-/// The place of the first `separator` at or behind `from`, npos when there is none.
+/// The index of the first `separator` at or after `from`, npos when there is none.
 std::size_t Find(std::wstring_view text, std::wstring_view separator, std::size_t from) noexcept
 {
     for (;; ++from) {
@@ -75,7 +75,7 @@ std::size_t Find(std::wstring_view text, std::wstring_view separator, std::size_
 
 std::wstring EncodeArg(std::wstring_view text)
 {
-    // Through a small buffer: room in the result that is only to be written over would be cleared.
+    // Through a small buffer: resizing the result would zero memory that is then overwritten.
     std::array<wchar_t, 0x1000> buffer;
     constexpr std::size_t kAtOnce = buffer.size() / kMarkSize;
 
@@ -100,7 +100,7 @@ void AppendVariable(std::wstring& arguments, std::wstring_view name, std::wstrin
 {
     const std::wstring encoded = EncodeArg(value);
     const std::wstring_view prefix = name.starts_with(L'-') ? std::wstring_view() : kVariablePrefix;
-    // All the room at first, so that nothing fails half-way.
+    // Reserve all memory first, so that nothing fails half-way.
     arguments.reserve(arguments.size() + prefix.size() + name.size() + encoded.size() + 2);
     arguments.append(1, L' ').append(prefix).append(name).append(1, L' ').append(encoded);
 }

@@ -8,8 +8,7 @@ namespace tvn
 namespace
 {
 
-/// Lengths cross into Win32 as int; a longer text could not be held by a BSTR of this process
-/// either.
+/// Win32 takes lengths as int; a BSTR could not hold a longer text either.
 int CheckedLength(std::size_t length)
 {
     if (length > static_cast<std::size_t>(std::numeric_limits<int>::max()) / sizeof(wchar_t)) {
@@ -18,7 +17,7 @@ int CheckedLength(std::size_t length)
     return static_cast<int>(length);
 }
 
-/// Converts to the ANSI code page; without room it only tells the bytes that this takes.
+/// Converts to the ANSI code page; with `size` 0 it only returns the number of bytes needed.
 int Narrow(std::wstring_view text, char* room, int size)
 {
     return text.empty() ? 0
@@ -77,8 +76,8 @@ std::string ToNarrow(std::wstring_view text)
 
 }  // namespace tvn
 
-// The platform's string class leaves its two conversions to the program. They take and give raw
-// pointers because that class owns what passes through them.
+// The platform's string class leaves its two conversion functions to the program. They pass raw
+// pointers because that class owns the memory.
 namespace _com_util  // NOLINT(bugprone-reserved-identifier)
 {
 

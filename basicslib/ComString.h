@@ -8,22 +8,22 @@
 namespace tvn
 {
 
-/// A reference-counted holder of a BSTR that also hands out a narrow (ANSI code page) copy. An
-/// empty holder and a null BSTR both read as the empty text. Copies share one BSTR and the narrow
-/// copy, which the first one to ask for it makes: that is a write, so threads that share a text
-/// read its wide characters only. Making a holder and a narrow copy throws std::bad_alloc without
-/// memory.
+/// A reference-counted BSTR that also provides a narrow (ANSI code page) copy. An empty object and
+/// a null BSTR both read as the empty text. Copies share one BSTR and one narrow copy. The narrow
+/// copy is made on first use, without a lock, so threads that share a text may only read its wide
+/// characters. Making an object or a narrow copy throws std::bad_alloc when memory runs out.
 using ComString = _bstr_t;
 
-/// A COM string with a copy of `text`, characters of value zero included. Without memory it throws
-/// `_com_error` with E_OUTOFMEMORY, for the BSTR, or std::bad_alloc, for its holder.
+/// A COM string with a copy of `text`, embedded zeros included. When memory runs out, it throws
+/// `_com_error` with E_OUTOFMEMORY for the BSTR, or std::bad_alloc for the object that holds it.
 ComString ToComString(std::wstring_view text);
 
-/// A COM string made from narrow text by the ANSI code page. Throws as the wide form does.
+/// A COM string converted from narrow text in the ANSI code page. Throws like the wide overload.
 ComString ToComString(std::string_view text);
 
-/// Takes a BSTR over, which is freed also when this throws: `_com_error` with E_OUTOFMEMORY for a
-/// null one, which the platform returns when there is no memory, and std::bad_alloc.
+/// Takes ownership of `bstr`, which is freed even when this throws. Throws `_com_error` with
+/// E_OUTOFMEMORY for a null BSTR, which the platform returns when memory runs out, and
+/// std::bad_alloc.
 ComString TakeBstr(BSTR bstr);
 
 /// The characters of `text`, valid as long as `text` holds them. Never fails.
@@ -32,7 +32,7 @@ std::wstring_view ToView(const ComString& text) noexcept;
 /// The characters of a BSTR that somebody else owns; a null BSTR reads as the empty text.
 std::wstring_view ToView(const wchar_t* bstr) noexcept;
 
-/// Narrow text made by the ANSI code page; a character that it does not hold becomes its
+/// Converts to narrow text in the ANSI code page; a character that the code page lacks becomes its
 /// replacement character. Throws std::bad_alloc.
 std::string ToNarrow(std::wstring_view text);
 

@@ -12,7 +12,7 @@
 namespace tvn
 {
 
-/// What a place that must not let an exception escape has caught.
+/// An exception that was caught where none may escape.
 struct ErrorReport
 {
     ComString msg;  ///< The exception's description; empty for a foreign exception.
@@ -21,9 +21,9 @@ struct ErrorReport
     unsigned int line = 0;             ///< Source line of that place.
 };
 
-/// The process-wide place where destructors report what they caught. Reports go to the debug output
-/// at once, on the reporting thread. Callable from any thread, and from a destructor: a report for
-/// which there is no memory leaves a line of its own.
+/// Process-wide reporting of exceptions that destructors have caught. Reports go to the debug
+/// output at once, on the reporting thread. Callable from any thread and from a destructor: when
+/// there is no memory for a report, a fixed line is logged instead.
 class ErrorReportManager
 {
   public:
@@ -36,7 +36,7 @@ class ErrorReportManager
     static void ReportError(const BaseException& exception, unsigned int line,
                             const char* file) noexcept;
 
-    /// The same for a place that caught something that is not of this system.
+    /// The same for an exception that does not derive from BaseException.
     static void ReportError(unsigned int line, const char* file) noexcept;
 
     /// Writes one report without taking the lock that keeps the lines of a report together.

@@ -7,7 +7,7 @@
 namespace tvn
 {
 
-/// Root of the exceptions through which every failure inside the system travels. They are thrown by
+/// Base class of the exceptions that report every failure inside the system. They are thrown by
 /// value, caught by reference, and hold their texts in fixed arrays, so that making and copying one
 /// allocates nothing. The methods of the scripting object turn them into status codes.
 class BaseException
@@ -33,7 +33,7 @@ class BaseException
     int m_line = 0;
 };
 
-/// An internal check that failed; made by `TVN_ASSERT`.
+/// An internal check that failed; thrown by `TVN_ASSERT`.
 class AssertException : public BaseException
 {
   public:
@@ -63,7 +63,7 @@ class Win32Exception : public BaseException
     DWORD GetError() const noexcept { return m_error; }
 
   protected:
-    /// The text that the pipe exceptions share with this class but for the name in front.
+    /// The description, which begins with `name`. The pipe exceptions use the same format.
     ComString Describe(const char* name) const;
 
   private:
@@ -77,7 +77,7 @@ class InvalidOperationException : public BaseException
     ComString GetDescription() const override { return ToComString("InvalidOperationException"); }
 };
 
-/// Any failure on a pipe. Those who answer with status codes catch this class.
+/// Any failure on a pipe. Code that returns status codes catches this class.
 class PipeException : public Win32Exception
 {
   public:
@@ -105,7 +105,7 @@ class PipeInterrupted : public PipeException
     const char* GetName() const noexcept override { return "PipeInterrupted"; }
 };
 
-/// A read failed, or a message does not hold what it should.
+/// A read failed, or a message is malformed.
 class ReadPipeError : public PipeException
 {
   public:
@@ -113,7 +113,7 @@ class ReadPipeError : public PipeException
     const char* GetName() const noexcept override { return "ReadPipeError"; }
 };
 
-/// A write failed, was short, or was not taken by the other side in time.
+/// A write failed, was short, or timed out because the other side did not read.
 class WritePipeError : public PipeException
 {
   public:
@@ -123,8 +123,8 @@ class WritePipeError : public PipeException
 
 }  // namespace tvn
 
-/// Throws AssertException with the text of `expression` when it is false. An unconditional failure
-/// is a negated text: TVN_ASSERT(!"Unexpected return code").
+/// Throws AssertException with the text of `expression` when it is false. To fail unconditionally,
+/// negate a string literal: TVN_ASSERT(!"Unexpected return code").
 #define TVN_ASSERT(expression)                                           \
     do {                                                                 \
         if (!(expression)) {                                             \

@@ -14,7 +14,7 @@ namespace
 
 constexpr const char* kNullText = "(null)";
 
-/// A text that is put together in the caller's buffer. What no longer fits is left out.
+/// Builds a text in the caller's buffer and drops what no longer fits.
 class Output
 {
   public:
@@ -33,8 +33,8 @@ class Output
         Append(shown, strnlen(shown, m_room - m_used));
     }
 
-    /// Converts in pieces of a size that a stack buffer holds, and none behind the one that fills
-    /// the text: what a macro of many megabytes costs a log line is bounded by the line.
+    /// Converts in pieces that fit a stack buffer, and stops when the output is full: the cost of
+    /// logging a macro of many megabytes is bounded by the length of the log line.
     void AppendWide(const wchar_t* text) noexcept
     {
         if (text == nullptr) {
@@ -111,7 +111,8 @@ std::string_view FormatTextV(char* buffer, std::size_t size, const char* format,
                 char conversion[16];
                 char digits[64];
                 if (prefix + 2 > sizeof conversion || std::strchr("diuxX", letter) == nullptr) {
-                    // Without the type of this argument those behind it cannot be reached either.
+                    // The type of this argument is unknown, so those after it cannot be read
+                    // either.
                     output.AppendNarrow(format);
                     return output.Finish();
                 }

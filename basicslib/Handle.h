@@ -11,8 +11,8 @@ namespace tvn
 
 /// The owner of one Win32 handle, shared through boost::shared_ptr and never copied. Immutable, so
 /// it may be used from several threads. An empty pointer to a Handle and a Handle with an invalid
-/// value both mean that there is no handle. One that does not leave the operation that opened it is
-/// a local Handle there.
+/// value both mean that there is no handle. A handle that is used in one function only is a local
+/// Handle there.
 class Handle
 {
   public:
@@ -20,8 +20,7 @@ class Handle
     explicit Handle(HANDLE h) noexcept : m_h(h) {}
 
     /// Takes ownership of what `open` returns, which may be invalid. boost::make_shared calls it
-    /// when there is memory for the owner: a handle that is opened in this way is closed in any
-    /// case.
+    /// only after the owner has been allocated, so a handle opened in this way never leaks.
     template <class Open, class = std::enable_if_t<std::is_invocable_r_v<HANDLE, Open>>>
     explicit Handle(const Open& open) : m_h(open())
     {}

@@ -7,9 +7,9 @@
 namespace tvn
 {
 
-/// What a scripting object and a browser instance agree on, beyond the bytes of their messages: how
-/// an instance is found, what it is told, and how its answers are cut. Both sides include this
-/// header; docs/protocol.md tells the same to whoever writes another instance.
+/// What a scripting object and a browser instance agree on, beyond the layout of their messages:
+/// how an instance is found, which commands it takes, and how its replies are split. Both sides
+/// include this header; docs/protocol.md documents the same for authors of other instances.
 
 /// Title of the hidden window by which every instance is found.
 inline constexpr const wchar_t* kInstanceWindowTitle = L"Talvern Instance Window";
@@ -25,7 +25,7 @@ inline constexpr const wchar_t* kCommandEnd = L"appEnd";
 inline constexpr std::wstring_view kMacroSwitch = L"-macro";
 inline constexpr std::wstring_view kVariablePrefix = L"-var_";
 
-/// A character that cannot stand in a macro or a value, and what stands there for it.
+/// A character that cannot appear in a macro or a value, and the mark that replaces it.
 struct ArgumentEscape
 {
     wchar_t character;
@@ -34,16 +34,17 @@ struct ArgumentEscape
 inline constexpr ArgumentEscape kArgumentEscapes[] = {
     {L' ', L"[SP]"}, {L'\n', L"[LF]"}, {L'\r', L"[BR]"}};
 
-/// Status with which an instance says that it has played the macro to its end.
+/// Status with which an instance reports that it has played the macro to its end.
 inline constexpr int kMacroPlayed = 2;
 
-/// Divides the error part of a play's reply from what the macro extracted.
+/// Separates the error part of a play's reply from what the macro extracted.
 inline constexpr std::wstring_view kErrorSeparator = L"[tvn!E!tvn]";
 
-/// Divides the extracted pieces.
+/// Separates the extracted pieces.
 inline constexpr std::wstring_view kExtractSeparator = L"[EXTRACT]";
 
-/// A window handle as it crosses processes, and back: 32 bits, widened with zeros.
+/// Converts a window handle to the 32 bits that are sent between processes, and back by zero
+/// extension.
 inline DWORD WindowValue(HWND window) noexcept
 {
     return static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(window));

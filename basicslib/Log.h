@@ -10,7 +10,7 @@ namespace tvn
 /// Traces of pipe, process, window and registry work, and of the module entry.
 void LogDebug(const char* format, ...) noexcept __attribute__((format(printf, 1, 2)));
 
-/// Failures that a person who looks into a problem wants to see first.
+/// Failures: the first lines to read when investigating a problem.
 void LogError(const char* format, ...) noexcept __attribute__((format(printf, 1, 2)));
 
 /// The scripting object's trace of each client call; the texts begin with "[C] ".

@@ -5,7 +5,7 @@
 namespace tvn
 {
 
-/// Runs an action, which must not throw, when its scope is left, by an exception too.
+/// Runs an action, which must not throw, when its scope is left, normally or by an exception.
 template <class Action>
 class ScopeExit
 {

@@ -3,7 +3,7 @@
 namespace tvn
 {
 
-/// Result codes that every layer reports with. Values below zero are failures; codes that a browser
+/// Result codes that every layer returns. Values below zero are failures; codes that a browser
 /// instance or the runner service answers with are passed on unchanged, also those not named here.
 /// The scripting interface declares the same codes to its clients as the enumeration `Status`.
 enum StatusCode : int {

@@ -10,7 +10,7 @@ namespace comserver
 {
 
 /// The class factory of one entry of the object map. Lives on the heap as long as it is referenced;
-/// starts without a reference.
+/// the reference count starts at 0.
 class ClassFactory final : public IClassFactory
 {
   public:
@@ -45,7 +45,7 @@ class ClassFactory final : public IClassFactory
         return left;
     }
 
-    /// Makes a new object; one that is to be aggregated can only be asked for its IUnknown.
+    /// Creates an object; with an outer object only IUnknown may be requested.
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** object) override
     {
         if (object == nullptr) {

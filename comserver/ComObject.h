@@ -11,9 +11,9 @@
 namespace comserver
 {
 
-/// Makes a COM object of `Base`, which derives from `DispatchObject` and implements the methods of
-/// its dual interface: gives it its identity, an interlocked reference count and a place in the
-/// module's count, alone or as a part of an outer object.
+/// Turns `Base`, which derives from `DispatchObject` and implements the methods of its dual
+/// interface, into a COM object: it adds the identity and an atomic reference count, and the module
+/// counts the object. It stands alone or is aggregated by an outer object.
 template <class Base>
 class ComObject final : public Base
 {
@@ -40,8 +40,8 @@ class ComObject final : public Base
     ULONG STDMETHODCALLTYPE Release() override { return m_outer->Release(); }
 
   private:
-    /// The object's own IUnknown, which does not delegate: an outer object owns this one, and
-    /// without an outer object everything ends here.
+    /// The object's own non-delegating IUnknown: an outer object owns this one, and without an
+    /// outer object all calls end here.
     class Inner final : public IUnknown
     {
       public:

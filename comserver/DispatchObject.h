@@ -11,14 +11,14 @@
 namespace comserver
 {
 
-/// An argument, or what it refers to when that is a left-out argument: so languages pass an
-/// optional parameter of their own on, which the type information takes for a value that does not
-/// convert.
+/// Returns the argument, or what it refers to if that is an omitted argument. Some languages pass
+/// on their own omitted optional parameter as such a reference, which the type information would
+/// reject as a value that does not convert.
 inline VARIANT FollowLeftOut(const VARIANT& argument) noexcept
 {
     VARIANT referred = argument;
     if (V_VT(&argument) == (VT_VARIANT | VT_BYREF) && V_VARIANTREF(&argument) != nullptr) {
-        // Byte by byte, since hosts keep their variables where it suits them.
+        // With memcpy, since a host's variables may be unaligned.
         std::memcpy(&referred, V_VARIANTREF(&argument), sizeof referred);
     }
     const bool leftOut = V_VT(&referred) == VT_ERROR && V_ERROR(&referred) == DISP_E_PARAMNOTFOUND;
@@ -26,8 +26,8 @@ inline VARIANT FollowLeftOut(const VARIANT& argument) noexcept
 }
 
 /// The base of a class with the dual interface `DualInterface`: `IDispatch` served from the
-/// module's embedded type library, the place in the module's count, and a critical section for the
-/// class's own use. `ComObject` adds IUnknown.
+/// module's embedded type library, counting in the module, and a critical section for the class's
+/// own use. `ComObject` adds IUnknown.
 template <class DualInterface>
 class DispatchObject : public DualInterface
 {
@@ -100,7 +100,7 @@ class DispatchObject : public DualInterface
         InitializeCriticalSection(&m_section);
     }
 
-    /// Gives up the place in the module's count last of all.
+    /// Decrements the module's count last of all.
     virtual ~DispatchObject()
     {
         DeleteCriticalSection(&m_section);

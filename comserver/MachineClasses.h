@@ -7,8 +7,8 @@
 namespace comserver
 {
 
-/// The classes of the machine, whoever registers: HKEY_CLASSES_ROOT shows the classes of the user
-/// in front of them, and writes to a class there that the user has one of.
+/// The machine-wide class registrations, whoever registers. HKEY_CLASSES_ROOT gives the user's own
+/// classes precedence over them, and a write there goes to the user's class if there is one.
 ///
 /// One object at a time; another waits until the first is gone. From `Open` to its destruction,
 /// HKEY_CLASSES_ROOT means these classes in the whole process, for the system's own functions that

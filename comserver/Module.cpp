@@ -22,7 +22,7 @@ namespace
 constexpr WORD kRegistryScriptId = 101;
 constexpr const wchar_t* kRegistryScriptType = L"REGISTRY";
 
-/// What the system has just refused; never a success.
+/// The last error of the system as an HRESULT; never a success.
 HRESULT LastError() noexcept
 {
     const HRESULT result = HRESULT_FROM_WIN32(GetLastError());
@@ -43,9 +43,9 @@ HRESULT FindScript(HINSTANCE instance, std::string_view& text)
     return S_OK;
 }
 
-/// Runs steps that build texts; running out of memory ends as an HRESULT like every other failure.
-/// The others are not thrown: what an exception leaves to the runtime stays when a server that has
-/// not served a class is unloaded.
+/// Runs steps that allocate texts; running out of memory becomes an HRESULT like every other
+/// failure. The steps return the other failures instead of throwing: the memory that the runtime
+/// keeps for an exception leaks when a server that has not served a class is unloaded.
 template <class Steps>
 HRESULT Run(Steps steps) noexcept
 {
@@ -160,7 +160,7 @@ HRESULT Module::GetTypeInfo(ITypeInfo** typeInfo) noexcept
             if (const HRESULT result = typeLib->GetTypeInfoOfGuid(iid, &loaded); FAILED(result)) {
                 return result;
             }
-            // Another thread may have been first; then its object is the one that is kept.
+            // Another thread may have won the race; then its object is the one that is kept.
             if (m_typeInfo.compare_exchange_strong(known, loaded.Get())) {
                 known = loaded.Detach();
             }
@@ -173,7 +173,7 @@ HRESULT Module::GetTypeInfo(ITypeInfo** typeInfo) noexcept
 
 HRESULT Module::GetPath(std::wstring& path) const
 {
-    path.resize(0x8000);  // the longest that there is
+    path.resize(0x8000);  // the longest possible path
     const auto size = static_cast<DWORD>(path.size());
     path.resize(GetModuleFileNameW(m_instance, path.data(), size));
     return path.empty() ? LastError() : S_OK;

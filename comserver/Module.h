@@ -48,7 +48,7 @@ class Module
     void Init(HINSTANCE instance) noexcept { m_instance = instance; }
 
     /// To be called when the DLL is unloaded, not when the process ends: what the module holds may
-    /// then be gone before it.
+    /// then be unloaded before it.
     void Term() noexcept;
 
     /// Counts objects, class factories and server locks.
@@ -61,17 +61,17 @@ class Module
 
     /// Returns the interface `iid` of the class factory of `clsid`, or CLASS_E_CLASSNOTAVAILABLE.
     ///
-    /// The first success keeps the server in the process for good: the C++ runtime inside it gives
-    /// back neither its memory for exceptions nor its thread-local index when it is unloaded, so a
-    /// client that loads and unloads it over and over would run out of both.
+    /// The first success keeps the server in the process for good: the C++ runtime inside it frees
+    /// neither its memory for exceptions nor its thread-local storage index when it is unloaded, so
+    /// a client that loads and unloads it over and over would run out of both.
     HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** object) noexcept;
 
     /// Applies the registry script (resource "REGISTRY", 101) and registers the embedded type
     /// library for all users. Stops at the first failure and returns its HRESULT.
     HRESULT RegisterServer() noexcept;
 
-    /// Takes back what `RegisterServer` has done; what is not there is no failure. Once it may
-    /// write to the classes it goes on after a failure and returns the first one's HRESULT.
+    /// Undoes `RegisterServer`; entries that do not exist are no failure. Once the classes are open
+    /// for writing, it continues after a failure and returns the HRESULT of the first one.
     HRESULT UnregisterServer() noexcept;
 
     /// Returns the type information of the dual interface, referenced for the caller. It is read

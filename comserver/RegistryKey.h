@@ -15,7 +15,7 @@ struct RegistryKeyCloser
 /// The owner of an open registry key.
 using RegistryKey = std::unique_ptr<HKEY__, RegistryKeyCloser>;
 
-/// What a function of the registry has returned, as an HRESULT.
+/// The result of a registry function as an HRESULT.
 inline HRESULT ResultOf(LSTATUS status) noexcept
 {
     return HRESULT_FROM_WIN32(static_cast<unsigned long>(status));

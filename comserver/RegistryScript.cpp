@@ -9,7 +9,7 @@ namespace comserver
 namespace
 {
 
-/// Deletes a key with all that is below it; one that is not there is no failure.
+/// Deletes a key and everything below it; a missing key is no failure.
 LSTATUS DeleteKey(HKEY parent, const std::wstring& name)
 {
     const LSTATUS status = RegDeleteTreeW(parent, name.c_str());
@@ -18,8 +18,8 @@ LSTATUS DeleteKey(HKEY parent, const std::wstring& name)
 
 }  // namespace
 
-/// Reads a script from the front. Every operation returns false, or takes nothing, for a script
-/// that is not well-formed.
+/// Parses a script from the front. Every operation returns false, or consumes nothing, when the
+/// script is malformed.
 class RegistryScript::Parser
 {
   public:
@@ -120,9 +120,9 @@ class RegistryScript::Parser
             if (!m_rest.starts_with('\'')) {
                 return;
             }
-            Take(1);  // of two quotes one is meant
+            Take(1);  // two quotes stand for one
         }
-        m_quoted = false;  // no quote at the end: read as the end of the script
+        m_quoted = false;  // unterminated quote: treat as the end of the script
         m_token.clear();
         m_rest = {};
     }

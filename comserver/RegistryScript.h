@@ -21,8 +21,8 @@ namespace comserver
 /// Names and texts may stand in single quotes, with '' for a quote inside. %MODULE% in a text is
 /// replaced by the module's path. Everything goes under the given root, which stands for the HKCR
 /// of the script, is borrowed and outlives this object. The operations return an HRESULT and throw
-/// only std::bad_alloc; a script that cannot be read returns E_INVALIDARG before anything is
-/// touched. Used by one thread.
+/// only std::bad_alloc; for a script that cannot be parsed they return E_INVALIDARG before they
+/// change anything. Used by one thread.
 class RegistryScript
 {
   public:
@@ -31,7 +31,7 @@ class RegistryScript
     /// Writes the keys; stops at the first failure.
     HRESULT Register() const;
 
-    /// Deletes the keys with all that is below them; those that are not there are no failure.
+    /// Deletes the keys and everything below them; a missing key is no failure.
     HRESULT Unregister() const;
 
   private:

@@ -6,20 +6,20 @@
 namespace instance
 {
 
-/// Whom an instance belongs to: at most one client. One that was started by a scripting object is
-/// reserved for that object until it has attached; when the client's connection ends, the instance
-/// is free for anybody. A client is named by any pointer. Used by several threads.
+/// Which client an instance belongs to: at most one. An instance that was started by a scripting
+/// object is reserved for that object until the object has attached. When the client's connection
+/// ends, the instance is free for anybody. A client is identified by any pointer. Thread-safe.
 class Attachment
 {
   public:
     /// An empty `creatorUuid` reserves the instance for nobody.
     explicit Attachment(std::wstring creatorUuid);
 
-    /// Holds the instance for `client` while it decides. False when it belongs to another client or
-    /// is reserved for somebody else.
+    /// Holds the instance for `client` while the instance decides. False when it belongs to another
+    /// client or is reserved for somebody else.
     bool Take(const void* client, const std::wstring& creatorUuid);
 
-    /// The instance has accepted the client that took it, and is reserved no more.
+    /// The instance has accepted the client that took it, and is no longer reserved.
     void Accept(const void* client);
 
     /// The instance has refused the client, or the client's connection has ended.

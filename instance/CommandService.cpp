@@ -50,8 +50,8 @@ void CommandService::Serve(const boost::shared_ptr<tvn::Handle>& pipe)
     }
 }
 
-/// Takes a connection in. Where there are too many, the oldest that is not attached makes room, so
-/// that nobody keeps others out by opening connections.
+/// Adds a connection. When there are too many, the oldest one that is not attached is closed, so
+/// that nobody locks others out by opening connections.
 void CommandService::Admit(const boost::shared_ptr<Connection>& connection)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -17,10 +17,10 @@ namespace instance
 {
 
 /// Serves the command pipe of one instance: takes the commands of any number of clients, attaches
-/// at most one of them, and hands that one's commands on. Whatever comes from a client that is not
-/// attached, and whatever is not known, is answered with a failure. A connection that is not
-/// attached is closed when no command comes for some seconds, and the oldest one when there are too
-/// many.
+/// at most one of them, and passes on that client's commands. Commands of a client that is not
+/// attached, and unknown commands, are answered with a failure. A connection that is not attached
+/// is closed after some seconds without a command. When there are too many connections, the oldest
+/// one that is not attached is closed.
 class CommandService
 {
   public:

@@ -17,39 +17,41 @@
 namespace instance
 {
 
-/// One client's end of the command pipe. Replies are queued and written by a thread of their own,
-/// so that reading the next command never waits for a client that does not read: both would wait
-/// for each other. Used by several threads.
+/// One client's connection to the command pipe. Replies are queued and written by a separate
+/// thread, so that reading the next command never waits for a client that does not read: that would
+/// be a deadlock. Thread-safe.
 class Connection : public boost::enable_shared_from_this<Connection>
 {
   public:
-    /// `pipe` is connected and was opened for overlapped I/O. Throws when there is no event.
+    /// `pipe` is connected and was opened for overlapped I/O. Throws when the event cannot be
+    /// created.
     explicit Connection(boost::shared_ptr<tvn::Handle> pipe);
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// Starts the writing thread. False when there is none; call it once.
+    /// Starts the writing thread. False when that fails; call it once.
     bool Start();
 
-    /// For the one thread that reads commands. Signalled when the connection is to end.
+    /// For the one thread that reads commands. `Closing` is signalled when the connection is to
+    /// end.
     HANDLE Pipe() const { return m_pipe->Get(); }
     HANDLE Closing() const { return m_closing->Get(); }
 
-    /// Queues the reply to the command with this id. One that the client does not take within some
-    /// seconds is dropped: it has given the command up and reads nothing at present.
+    /// Queues the reply to the command with this id. A reply that the client does not read within
+    /// some seconds is dropped: the client has given up on the command and is not reading.
     void Reply(unsigned int id, int status, const std::wstring& text);
 
-    /// Queues one message of `size` bytes, whatever they are.
+    /// Queues one message of `size` bytes of any content.
     void Send(const tvn::MessageBuffer& bytes, DWORD size);
 
-    /// Waits until fewer replies are queued than a client that reads none may have. False when the
-    /// connection ends.
+    /// Waits until the queue of replies is not full. False when the connection ends.
     bool WaitForRoom();
 
     /// Waits up to `timeout` milliseconds until everything queued was written or dropped.
     void Flush(DWORD timeout);
 
-    /// Ends the connection, with what is still queued. Its pipe is closed with the last pointer.
+    /// Ends the connection and drops what is still queued. The pipe is closed with the last pointer
+    /// to it.
     void Close();
 
   private:

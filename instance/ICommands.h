@@ -10,8 +10,8 @@
 namespace instance
 {
 
-/// Where the reply to one command goes. It may be given later, from any thread, or not at all; when
-/// its client has gone it goes nowhere.
+/// Where the reply to one command goes. It may be given later, from any thread, or not at all; it
+/// is dropped when the client has disconnected.
 struct Answer
 {
     void Give(int status, const std::wstring& text = {}) const
@@ -23,10 +23,10 @@ struct Answer
     unsigned int id;
 };
 
-/// What an instance makes of the commands of its client. The operations are called on the thread
+/// How an instance carries out the commands of its client. The operations are called on the thread
 /// that reads the client's commands, one at a time, and should return soon, because the next one is
-/// read only then. An earlier play may not have been answered yet: its client has given it up. One
-/// that throws ends the client's connection.
+/// read only then. An earlier play may still be unanswered because its client has given up on it.
+/// An operation that throws ends the client's connection.
 class ICommands
 {
   public:
@@ -40,15 +40,15 @@ class ICommands
 
     virtual void Display(const std::wstring& text, const Answer& answer) = 0;
 
-    /// The instance is to end once its answer is out.
+    /// The instance is to end once its answer has been sent.
     virtual void End(const Answer& answer) = 0;
 
     /// The connection of the attached client has ended. The instance is free for the next one when
     /// this returns.
     virtual void Detached() = 0;
 
-    /// The process is about to end: ends what it has started elsewhere, within some seconds. Called
-    /// on the window's thread; commands may still come meanwhile.
+    /// The process is about to end: ends, within some seconds, what the instance has started
+    /// elsewhere. Called on the window's thread; commands may still come meanwhile.
     virtual void Close() = 0;
 };
 

@@ -16,7 +16,7 @@ namespace
 
 constexpr std::wstring_view kPipeUuid = L"pipeUuid=";
 
-/// The value behind the last `name`, up to the first character that an identifier does not have.
+/// The value after the last `name`, up to the first character that cannot be part of an identifier.
 std::wstring LastIdentifier(const std::wstring& commandLine, std::wstring_view name)
 {
     const std::size_t found = commandLine.rfind(name);
@@ -32,8 +32,9 @@ std::wstring LastIdentifier(const std::wstring& commandLine, std::wstring_view n
     return commandLine.substr(start, end - start);
 }
 
-/// Whether the client itself has put the option in front of its identifiers: a quote that the
-/// script's text leaves open may hide that word, and a start page's URL has no words.
+/// Whether the client itself has put the option in front of its identifiers. `HasOption` can miss
+/// it: an unclosed quote in the script's text may hide the word, and a start page's URL has no
+/// words.
 bool ClientAuthorizesAll(const std::wstring& commandLine)
 {
     const std::wstring_view front =
@@ -41,11 +42,11 @@ bool ClientAuthorizesAll(const std::wstring& commandLine)
     return front.ends_with(L"?authorizeAll=true&") || front.ends_with(L" -authorizeAll /");
 }
 
-/// Whether `option` is one of the words, which the client splits and compares in this way too.
+/// Whether `option` is one of the words; the client splits and compares them in the same way.
 bool HasOption(const std::wstring& commandLine, const wchar_t* option)
 {
-    // The rules for the first word are others, and it need not be the program: see to it that it
-    // is.
+    // The first word is split by other rules and need not be the program: put a program name in
+    // front.
     int count = 0;
     wchar_t** const words = CommandLineToArgvW((L"talvern " + commandLine).c_str(), &count);
     const tvn::ScopeExit freed([words] { LocalFree(words); });

@@ -5,11 +5,12 @@
 namespace instance
 {
 
-/// What the one who starts an instance tells it, on the command line of the own browser
-/// ("/pipeUuid=...") or in the start page's URL of another one ("&pipeUuid=...").
+/// What an instance is told at its start, on the command line of the own browser ("/pipeUuid=...")
+/// or in the start page's URL of another browser ("&pipeUuid=...").
 struct InstanceArguments
 {
-    /// A script's own text comes first and may hold look-alikes: the last of each name counts.
+    /// A script's own text comes first and may contain the same names: the last of each name
+    /// counts.
     explicit InstanceArguments(const std::wstring& commandLine);
 
     std::wstring pipeUuid;      ///< names the callback pipe, empty when nobody waits

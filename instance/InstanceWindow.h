@@ -13,7 +13,7 @@ class InstanceWindow
 {
   public:
     /// `onClose` is called, on the same thread, when the window is told to close, by `PostClose` or
-    /// because the user's session ends. Throws Win32Exception when there can be no window.
+    /// because the user's session ends. Throws Win32Exception when the window cannot be created.
     explicit InstanceWindow(std::function<void()> onClose);
     ~InstanceWindow();
     InstanceWindow(const InstanceWindow&) = delete;

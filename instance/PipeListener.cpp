@@ -33,8 +33,8 @@ bool PipeListener::Start()
                       static_cast<unsigned int>(exception.GetError()));
         return false;
     }
-    // Not every system that runs this heeds the flag of the first end, so the name is looked for
-    // too; between this look and the end, only the flag helps.
+    // Not every system that runs this honours FILE_FLAG_FIRST_PIPE_INSTANCE, so check for the name
+    // too. Only the flag closes the race between this check and the creation of the first end.
     if (IsServed()) {
         return false;
     }
@@ -43,7 +43,7 @@ bool PipeListener::Start()
            RunApart([this, ends = Ends{std::move(first)}]() mutable { Listen(std::move(ends)); });
 }
 
-/// Whether somebody serves the name; also true when the system does not tell.
+/// Whether somebody serves the name; also true when this cannot be determined.
 bool PipeListener::IsServed() const
 {
     const DWORD error = WaitNamedPipeA(m_name.c_str(), 1) ? ERROR_SUCCESS : GetLastError();
@@ -61,8 +61,8 @@ bool PipeListener::IsServed() const
 
 boost::shared_ptr<tvn::Handle> PipeListener::NewEnd(End end)
 {
-    // Whoever makes the first end of a name decides who may make further ones and gets its share of
-    // the clients: a pipe that is there already is somebody else's.
+    // Whoever creates the first end of a name decides who may create further ones, and receives
+    // some of the clients. So fail if the pipe exists already: it is somebody else's.
     tvn::PipeEndOptions options;
     options.openMode = end == End::kFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
     options.pipeMode = PIPE_REJECT_REMOTE_CLIENTS;
@@ -86,12 +86,12 @@ void PipeListener::Listen(Ends ends)
     }
 }
 
-/// False when the system has not what it takes at present.
+/// False when the system is short of resources for now.
 bool PipeListener::ServeNext(Ends& ends)
 {
     try {
-        // A client finds an end that nobody waits on yet, but one that comes when there is none
-        // goes away: several may come the moment another is connected.
+        // A client can connect to an end that nobody waits on yet, but gives up when there is none.
+        // Several may come the moment another is connected, so spare ends are kept.
         while (ends.size() < kEnds) {
             ends.push_back(NewEnd(End::kFurther));
         }

@@ -15,23 +15,23 @@
 namespace instance
 {
 
-/// Serves a named pipe to any number of clients at a time: a thread for each, and one that waits
-/// for the next. What the clients get is up to the caller. No client comes from another machine.
+/// Serves a named pipe to any number of clients at a time: one thread for each, and one that waits
+/// for the next. The caller decides how a client is served. Clients on other machines are rejected.
 ///
-/// It begins only where nobody serves the name yet. From then on its list of accounts decides who
-/// may make further server ends of the name, and so be given some of the clients: with
+/// It starts only when nobody serves the name yet. From then on its access control list decides who
+/// may create further server ends of the name, and so receive some of the clients: with
 /// `kOwnAccount` other programs of the account, with `kEveryone` every program of the machine.
 class PipeListener : private tvn::PipeServerBase
 {
   public:
     /// Called on a thread of its own with each connected pipe, which is closed with the last
-    /// pointer to it. What it throws ends this one session, with a line in the log.
+    /// pointer to it. An exception that it throws ends this one session and is logged.
     using Session = std::function<void(const boost::shared_ptr<tvn::Handle>& pipe)>;
 
     PipeListener(std::string name, PipeAccess access, Session session);
 
     /// Makes the pipe, so that clients find it, and begins to listen. False when the pipe cannot be
-    /// made, also because another process serves it. The object must then live as long as the
+    /// made, or when another process serves it already. The object must then live as long as the
     /// process.
     bool Start();
 

@@ -20,7 +20,7 @@ void Check(BOOL success, int line)
     }
 }
 
-/// The account of this process as a descriptor names it.
+/// The SID of this process's account, in text form.
 std::string OwnAccount()
 {
     HANDLE opened = nullptr;
@@ -43,7 +43,7 @@ std::string OwnAccount()
 
 PipeSecurity::PipeSecurity(PipeAccess access)
 {
-    // Nothing inherited; everything for the own account, the system and the administrators.
+    // Nothing inherited; full access for the own account, the system and the administrators.
     std::string list = "D:P(A;;GA;;;" + OwnAccount() + ")(A;;GA;;;SY)(A;;GA;;;BA)";
     if (access == PipeAccess::kEveryone) {
         list += "(A;;GRGW;;;WD)";

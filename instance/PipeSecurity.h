@@ -7,16 +7,16 @@
 namespace instance
 {
 
-/// Who may open a pipe, beside the system and the machine's administrators.
+/// Who may open a pipe, besides the system and the machine's administrators.
 enum class PipeAccess {
     kOwnAccount,  ///< the account that this process runs under
     kEveryone,    ///< every account of this machine that has logged on
 };
 
-/// The list of accounts that a pipe is made with, so that it does not get the system's default:
-/// that one lets every account read, and so hold connections. The right to write to a pipe includes
-/// the right to make further server ends of it, and nobody gets more than that but the
-/// administrators, the system and the own account.
+/// The access control list of a new pipe. It replaces the system's default, which lets every
+/// account read, and so hold connections. The right to write to a pipe includes the right to create
+/// further server ends of it. Only the administrators, the system and the own account get more than
+/// that.
 class PipeSecurity
 {
   public:

@@ -10,7 +10,7 @@ namespace instance
 namespace
 {
 
-/// One escape after the other would read what one of them has made as a part of the next.
+/// One pass for all escapes: the output of one must not be read as part of another.
 std::wstring Decode(const std::wstring& text)
 {
     std::wstring decoded;
@@ -40,8 +40,8 @@ std::vector<std::wstring> SplitAtBlanks(const std::wstring& text)
 
 PlayRequest::PlayRequest(const std::wstring& argument)
 {
-    // Two blanks stand between the macro and the settings, and a value may be empty, so the words
-    // behind the macro go in pairs.
+    // Two spaces separate the macro from the settings, and a value may be empty, so the words after
+    // the macro form pairs.
     const std::vector<std::wstring> words = SplitAtBlanks(argument);
     if (words.size() > 2 && words[1] == tvn::kMacroSwitch) {
         macro = Decode(words[2]);

@@ -28,7 +28,7 @@ bool RunApart(std::function<void()> work)
     auto owned = std::make_unique<Work>(std::move(work));
     const tvn::Handle thread(CreateThread(nullptr, 0, &RunWork, owned.get(), 0, nullptr));
     if (thread.IsValid()) {
-        static_cast<void>(owned.release());  // the thread's now
+        static_cast<void>(owned.release());  // now owned by the thread
     }
     return thread.IsValid();
 }

@@ -27,7 +27,7 @@ bool ReportsToStarter(const InstanceArguments& arguments, const InstanceWindow& 
     }
 }
 
-/// Nobody else may attach to an instance whose creator has not come, so without him it ends.
+/// Ends the instance if its creator does not attach in time: nobody else may attach before that.
 void EndWithoutCreator(const CommandService& service, const InstanceWindow& window)
 {
     RunApart([&] {

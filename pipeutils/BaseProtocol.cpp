@@ -17,7 +17,7 @@ namespace tvn
 namespace
 {
 
-/// A length field up to this one is believed before anybody has looked at what the pipe holds.
+/// A length field up to this value is trusted without asking how many bytes the pipe holds.
 constexpr DWORD kBelievedLength = 0x8000;
 
 bool IsSignalled(HANDLE event) noexcept
@@ -40,8 +40,8 @@ BaseProtocol::BaseProtocol(HANDLE hPipe, HANDLE hInterrupt) noexcept
 void BaseProtocol::WritePipe(const void* buffer, DWORD count, DWORD timeout)
 {
     TVN_ASSERT(!m_write.IsPending());
-    // A message that the pipe's buffers hold is taken at once. A larger one stays pending until the
-    // other side has read it, which it may never do.
+    // A message that fits the pipe's buffers is written at once. A larger one stays pending until
+    // the other side has read it, which it may never do.
     const ScopeExit cancel([this] { m_write.Cancel(); });
     PipeOperation::Outcome outcome = m_write.Write(buffer, count);
     if (m_write.IsPending()) {
@@ -92,8 +92,8 @@ bool BaseProtocol::DropMessage(const TimeBudget& budget)
 
 bool BaseProtocol::AwaitArrival(DWORD timeout, HANDLE further)
 {
-    // The arrival of a message is awaited with a read of no bytes, so that a time-out can cancel it
-    // without losing data. ERROR_MORE_DATA says that a message, or the rest of one, is there.
+    // Wait with a read of zero bytes, so that a time-out can cancel it without losing data.
+    // ERROR_MORE_DATA means that a message, or the rest of one, has arrived.
     const ScopeExit cancel([this] { m_read.Cancel(); });
     const PipeOperation::Outcome outcome = m_read.Read(nullptr, 0);
     if (outcome.success || outcome.error == ERROR_MORE_DATA) {
@@ -105,7 +105,7 @@ bool BaseProtocol::AwaitArrival(DWORD timeout, HANDLE further)
         throw ReadPipeError(outcome.error, __FILE__, __LINE__);
     }
     if (m_read.Wait(timeout, m_hInterrupt, further)) {
-        // Another failure than this one the read of the message itself says again.
+        // Ignore any other failure: the read of the message itself reports it again.
         return m_read.Take().error == ERROR_MORE_DATA;
     }
     const DWORD error = GetLastError();
@@ -118,12 +118,12 @@ bool BaseProtocol::AwaitArrival(DWORD timeout, HANDLE further)
     throw ReadPipeTimeout(error, __FILE__, __LINE__);
 }
 
-/// Reads of a message that is there. The error of a piece that does not end it is ERROR_MORE_DATA.
+/// Reads from a message that has arrived. The error is ERROR_MORE_DATA when there is more of it.
 PipeOperation::Outcome BaseProtocol::ReadPiece(void* buffer, DWORD count)
 {
     PipeOperation::Outcome outcome = m_read.Read(buffer, count);
     if (m_read.IsPending()) {
-        // What was there has been taken back by its writer.
+        // The writer has cancelled the message that had arrived.
         const DWORD error = outcome.error;
         outcome = m_read.Cancel();
         if (!outcome.success && outcome.error != ERROR_MORE_DATA) {
@@ -184,7 +184,7 @@ DWORD BaseProtocol::ReadArrivedMessage(DWORD& size, MessageBuffer& buffer)
         throw ReadPipeError(ERROR_INVALID_DATA, __FILE__, __LINE__);
     }
     if (!length.moreData) {
-        return 0;  // a read would take the next message
+        return 0;  // another read would take the next message
     }
     try {
         return ReadFields(size, buffer);
@@ -194,7 +194,7 @@ DWORD BaseProtocol::ReadArrivedMessage(DWORD& size, MessageBuffer& buffer)
     }
 }
 
-/// Reads what lies behind the length field, which is there with it.
+/// Reads the message after its length field; all of it has arrived.
 DWORD BaseProtocol::ReadFields(DWORD size, MessageBuffer& buffer)
 {
     // The other side may claim any length; what counts is what the pipe holds.

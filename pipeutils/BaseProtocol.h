@@ -15,10 +15,10 @@ namespace tvn
 {
 
 /// Writes and reads whole messages on a pipe in message mode that was opened for overlapped I/O.
-/// One protocol message is one pipe message; its layout is the one of `Serializer`. The protocols
-/// of the command, callback and runner pipes derive from this class.
+/// One protocol message is one pipe message; `Serializer` describes its layout. The protocols of
+/// the command, callback and runner pipes derive from this class.
 ///
-/// Used by one thread at a time. Every wait dispatches that thread's window messages and comes back
+/// Used by one thread at a time. Every wait dispatches that thread's window messages and returns
 /// within its time-out, in milliseconds (INFINITE: no limit). Failures are thrown as exceptions of
 /// the PipeException family; the pipe stays open, and nothing stays pending.
 class BaseProtocol
@@ -34,50 +34,50 @@ class BaseProtocol
     BaseProtocol& operator=(const BaseProtocol&) = delete;
 
     /// Writes one message. Throws WritePipeError when the write fails, is short, is interrupted, or
-    /// is not taken in time (with error WAIT_TIMEOUT); it is then cancelled.
+    /// times out (with error WAIT_TIMEOUT); it is then cancelled.
     void WritePipe(const void* buffer, DWORD count, DWORD timeout);
 
-    /// Lays out `message` and writes it.
+    /// Serializes `message` and writes it.
     void WriteMessage(Serializer& message, DWORD timeout);
 
-    /// What one read of a message gave.
+    /// The result of one read of a message.
     struct ReadResult
     {
         DWORD bytes = 0;        ///< bytes put into the buffer
-        bool moreData = false;  ///< the message goes on behind them
+        bool moreData = false;  ///< the message has more bytes after them
     };
 
     /// Reads at most `count` bytes of the current message; with `count` 0 nothing. A shorter
     /// message is not an error. Throws ReadPipeTimeout, PipeInterrupted or ReadPipeError.
     ReadResult ReadPipe(void* buffer, DWORD count, DWORD timeout);
 
-    /// Reads one whole message: its length field into `size`, and all that it really holds behind
-    /// that into `buffer`, whose number of bytes is returned; it serves a later message when nobody
-    /// holds it any more. The length field only tells how much room to make, within bounds: it may
-    /// be off. Throws as ReadPipe does, ReadPipeError with ERROR_INVALID_DATA for a message without
-    /// a length field, and an out-of-memory exception.
+    /// Reads one whole message: its length field into `size`, and all bytes that actually follow it
+    /// into `buffer`. Returns the number of these bytes. The buffer is reused for a later message
+    /// once nobody holds it any more. The length field may be wrong: it is only a hint, within
+    /// bounds, for the size of the buffer. Throws like ReadPipe, ReadPipeError with
+    /// ERROR_INVALID_DATA for a message without a length field, and an out-of-memory exception.
     DWORD ReadMessage(DWORD& size, MessageBuffer& buffer, DWORD timeout);
 
     /// The same, with the fields wrapped for reading.
     void ReadMessage(boost::shared_ptr<Deserializer>& message, DWORD timeout);
 
   protected:
-    /// The end of every write: its line in the log, and WritePipeError when it failed or is short.
+    /// Finishes a write: logs it, and throws WritePipeError when it failed or was short.
     static void FinishWrite(DWORD count, const PipeOperation::Outcome& outcome);
 
-    /// The line alone.
+    /// Only logs a write.
     static void LogWrite(DWORD count, DWORD written) noexcept;
 
-    /// Waits for a message, and no longer than until `further`, an optional event, is signalled.
-    /// False when no message is there to be read: also one of no bytes, which is read with that.
-    /// Throws as ReadPipe does.
+    /// Waits until a message arrives or the optional event `further` is signalled. False when there
+    /// is no message to read. An empty message also returns false, and is consumed. Throws like
+    /// ReadPipe.
     bool AwaitArrival(DWORD timeout, HANDLE further = nullptr);
 
-    /// Takes the message that has arrived, or what is left of it, out of the pipe without a place
-    /// for it. False when the time was over before: later reads begin with what is left.
+    /// Reads the message that has arrived, or the rest of it, and discards it. False when this
+    /// times out first: later reads begin by discarding what is left.
     bool DropMessage(const TimeBudget& budget);
 
-    /// The two halves of ReadMessage.
+    /// The two steps of ReadMessage.
     void AwaitMessage(DWORD timeout);
     DWORD ReadArrivedMessage(DWORD& size, MessageBuffer& buffer);
 
@@ -90,7 +90,7 @@ class BaseProtocol
     HANDLE m_hPipe;
     HANDLE m_hInterrupt;
     KeptBuffers m_buffers;
-    bool m_isDropping = false;  // the rest of a message is still to be taken out
+    bool m_isDropping = false;  // the rest of a message is still to be discarded
     PipeOperation m_read;
     PipeOperation m_write;
 };

@@ -5,8 +5,9 @@
 namespace tvn
 {
 
-/// The one message of a callback pipe: a new instance tells who started it which window names its
-/// command pipe. Time-outs are milliseconds; failures are exceptions of the PipeException family.
+/// The one message of a callback pipe: a new instance tells the process that started it which
+/// window names its command pipe. Time-outs are milliseconds; failures are exceptions of the
+/// PipeException family.
 class CallbackProtocol : public BaseProtocol
 {
   public:

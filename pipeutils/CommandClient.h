@@ -19,23 +19,23 @@ namespace tvn
 /// status. The pipe is opened by the first command and kept for the later ones. Used by one thread
 /// at a time.
 ///
-/// A command that the pipe does not take at once stays under way when its time ends: the instance
-/// gets it whole as soon as it reads. It is withdrawn when the client is destroyed before, and by
-/// the system when the thread that has sent it ends.
+/// A command whose write does not complete at once stays pending after its time-out: the instance
+/// receives all of it as soon as it reads. The write is cancelled when the client is destroyed
+/// first, and by the system when the thread that sent it ends.
 class CommandClient : private RemotePipeClient
 {
   public:
     /// `hInterrupt`, which may be empty, is an event that ends the wait for a reply. With
-    /// `waitForPipe` set, opening the pipe is repeated within the time of the command.
+    /// `waitForPipe` set, opening the pipe is retried within the command's time-out.
     CommandClient(const ComString& pipeName, const boost::shared_ptr<Handle>& hInterrupt,
                   bool waitForPipe);
 
     /// Sends one command and waits for its reply, `timeout` milliseconds (INFINITE: no limit) in
-    /// all, a wait for an earlier command that is still under way included. Returns the reply to
-    /// this very command, or a status without a text: `sTimeout` when no reply came in time,
-    /// `sFail` on any pipe failure and when a command already runs on this client (called from a
+    /// all, including the wait for an earlier command that is still pending. Returns the reply to
+    /// this command, or a status without a text: `sTimeout` when no reply came in time, `sFail` on
+    /// any pipe failure and when a command is already running on this client (a call from a window
     /// message that its wait dispatches). Throws only what is not a pipe failure: a failed wait, or
-    /// no memory.
+    /// out of memory.
     CommandReply Execute(DWORD timeout, const wchar_t* command, std::wstring_view arguments);
 
   private:

@@ -11,8 +11,8 @@ namespace tvn
 namespace
 {
 
-/// What is left of the time in which message after message is taken out of a pipe, up to
-/// `kStepsAfterTime` more of them once it has run out. ReadPipeTimeout is thrown then.
+/// The time left for the next one of a series of messages. Once it has run out, up to
+/// `kStepsAfterTime` more may still be read without waiting; then ReadPipeTimeout is thrown.
 DWORD TimeForNext(const TimeBudget& budget, unsigned int& takenAfterTime)
 {
     const DWORD left = budget.Remaining();
@@ -27,7 +27,8 @@ DWORD TimeForNext(const TimeBudget& budget, unsigned int& takenAfterTime)
 bool CommandsProtocol::SendCommand(unsigned int id, std::wstring_view command,
                                    std::wstring_view arguments, DWORD timeout)
 {
-    // Before any wait: messages that are dispatched may change what `arguments` shows.
+    // Copy before any wait: a window message that is dispatched may change the text behind
+    // `arguments`.
     Serializer message;
     message.AddUInt(id);
     message.AddText(command);
@@ -48,7 +49,7 @@ bool CommandsProtocol::SendCommand(unsigned int id, std::wstring_view command,
     return true;
 }
 
-/// False when the command under way has not been written in time.
+/// Waits for the pending command. False when it is not written in time.
 bool CommandsProtocol::AwaitCommand(DWORD timeout)
 {
     const TimeBudget budget(timeout);
@@ -67,8 +68,8 @@ bool CommandsProtocol::AwaitCommand(DWORD timeout)
     return true;
 }
 
-/// Traces how far the command under way has been written, once, and lets its bytes go when it has
-/// been to the end.
+/// Logs, once, how many bytes of the pending command were written, and releases its buffer when the
+/// write has ended.
 void CommandsProtocol::CollectCommand() noexcept
 {
     if (!m_command.IsPending()) {
@@ -88,7 +89,7 @@ void CommandsProtocol::ReadReply(unsigned int& id, CommandReply& reply, DWORD ti
 {
     reply = {};
     AwaitMessage(timeout);
-    CollectCommand();  // who answers has read; its line belongs before those of the answer
+    CollectCommand();  // a reply means the command was read: log the command first
     DWORD size = 0;
     const DWORD received = ReadArrivedMessage(size, reply.message);
     Deserializer fields(received + kLengthFieldSize, reply.message);

@@ -11,7 +11,7 @@
 namespace tvn
 {
 
-/// What became of a command: the instance's answer, or the status of a failure without a text.
+/// The outcome of a command: the instance's reply, or the status of a failure, without a text.
 struct CommandReply
 {
     int status = sFail;
@@ -23,8 +23,8 @@ struct CommandReply
 /// and its argument; a reply is the id of the command it answers, a status and a text. Time-outs
 /// are milliseconds; failures are thrown as exceptions of the PipeException family.
 ///
-/// A command that the pipe does not take at once stays under way, with its bytes, until the
-/// instance has read it or this object goes, which cancels it, on any thread.
+/// A command whose write does not complete at once stays pending, and keeps its buffer, until the
+/// instance has read it. Destroying this object, on any thread, cancels it.
 class CommandsProtocol : public BaseProtocol
 {
   public:
@@ -33,12 +33,12 @@ class CommandsProtocol : public BaseProtocol
         : BaseProtocol(hPipe, hInterrupt), m_command(hPipe)
     {}
 
-    /// Client side: lays out a command, waits for the end of an earlier one that is still under
-    /// way, whatever becomes of that, and starts to write this one, without a wait. Messages that
-    /// come meanwhile are dropped: the other side may be waiting for somebody to take one before it
-    /// reads. False when the earlier one has not ended in time; nothing is then written. Throws
-    /// WritePipeError when the write fails at once or is short, and as ReadPipe does, but for a
-    /// time-out.
+    /// Client side: serializes a command, waits until an earlier write that is still pending has
+    /// ended, whatever its outcome, and starts to write this command without waiting for it.
+    /// Messages that arrive meanwhile are dropped: the other side may be waiting for one of them to
+    /// be read before it reads, which would be a deadlock. False when the earlier write does not
+    /// end in time; nothing is then written. Throws WritePipeError when the write fails at once or
+    /// is short, and everything that ReadPipe throws except for a time-out.
     bool SendCommand(unsigned int id, std::wstring_view command, std::wstring_view arguments,
                      DWORD timeout);
 
@@ -59,8 +59,8 @@ class CommandsProtocol : public BaseProtocol
     bool AwaitCommand(DWORD timeout);
     void CollectCommand() noexcept;
 
-    MessageBuffer m_bytes;  // of the command under way; outlives its write
-    DWORD m_untraced = 0;   // its size, as long as it has no line in the log
+    MessageBuffer m_bytes;  // of the pending command; outlives its write
+    DWORD m_untraced = 0;   // its size until it is logged, then 0
     PipeOperation m_command;
 };
 

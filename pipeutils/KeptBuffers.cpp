@@ -12,7 +12,7 @@ MessageBuffer KeptBuffers::Take(DWORD size)
     Kept* left = nullptr;
     for (Kept& kept : m_kept) {
         if (kept.size > size && kept.size - size > std::max(size, kSmallSpare)) {
-            kept = {};  // much more than is asked for is given back
+            kept = {};  // free a buffer that is much larger than needed
         }
         if (kept.buffer.use_count() <= 1 && (left == nullptr || kept.size >= size)) {
             left = &kept;
@@ -22,7 +22,7 @@ MessageBuffer KeptBuffers::Take(DWORD size)
         return NewMessageBuffer(size);
     }
     if (!left->buffer || left->size < size) {
-        *left = {};  // before the new one, so that both are never there
+        *left = {};  // free it first, so that both never exist at once
         *left = {NewMessageBuffer(size), size};
     }
     return left->buffer;

@@ -7,8 +7,8 @@
 namespace tvn
 {
 
-/// Buffers of earlier messages, for later ones: fresh memory costs a third of what its bytes cost
-/// on their way through a pipe. Used by one thread.
+/// Reuses the buffers of earlier messages: a new buffer costs a third of the time that its bytes
+/// take through a pipe. Used by one thread.
 class KeptBuffers
 {
   public:

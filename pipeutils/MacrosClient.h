@@ -25,12 +25,12 @@ class MacrosClient
     /// Runs one command; see `CommandClient::Execute`.
     CommandReply Execute(DWORD timeout, const wchar_t* command, std::wstring_view arguments);
 
-    /// Asks the instance to attach itself to this client. `creatorUuid` tells an instance that was
-    /// started by the caller who started it; otherwise it is empty. Returns `sOk` when the instance
-    /// has accepted, any other status when it has not.
+    /// Asks the instance to attach itself to this client. `creatorUuid` identifies the caller to an
+    /// instance that it has started; otherwise it is empty. Returns `sOk` when the instance has
+    /// accepted, any other status when it has not.
     int AuxAttachIfFree(DWORD timeout, const ComString& creatorUuid);
 
-    /// The instance's own account of the clients attached to it, an empty text on any failure.
+    /// The number of attached clients as the instance reports it, an empty text on any failure.
     ComString AuxAttachedCount(DWORD timeout);
 
   private:

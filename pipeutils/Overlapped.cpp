@@ -29,13 +29,13 @@ Overlapped::~Overlapped()
             CancelIo(m_block->m_hFile.Get());
         }
         if (m_pending) {
-            // The cancellation is a request: until it has come through, the system may still write
-            // to the block and to the buffer of the operation.
+            // The cancellation is only a request: until it completes, the system may still write to
+            // the block and to the operation's buffer.
             DWORD transferred = 0;
             GetOverlappedResult(m_block->m_hFile.Get(), &m_block->m_ov, &transferred, TRUE);
         }
     } catch (const BaseException& exception) {
-        static_cast<void>(m_block.release());  // better a leak than memory written to when freed
+        static_cast<void>(m_block.release());  // better a leak than a write to freed memory
         ErrorReportManager::ReportError(exception, __LINE__, __FILE__);
     } catch (...) {
         static_cast<void>(m_block.release());

@@ -9,20 +9,21 @@
 namespace tvn
 {
 
-/// The block of one overlapped I/O operation, bound to the thread that makes it. Made just before
-/// the operation, destroyed by the same thread just after it, and held through a shared pointer.
-/// The operation itself is started on the caller's own handle with `GetOverlapped`.
+/// The control block (OVERLAPPED) of one overlapped I/O operation, bound to the thread that creates
+/// it. Created just before the operation, destroyed by the same thread just after it, and held
+/// through a shared pointer. The operation itself is started on the caller's own handle with
+/// `GetOverlapped`.
 ///
 /// Every operation throws AssertException when it is called on another thread.
 class Overlapped
 {
   public:
-    /// `h` is the file or pipe that the block will serve; it stays the caller's. Throws
-    /// Win32Exception when it cannot be duplicated or no event can be made.
+    /// `h` is the file or pipe that the block is for; the caller keeps it. Throws Win32Exception
+    /// when it cannot be duplicated or no event can be made.
     explicit Overlapped(HANDLE h);
 
-    /// Cancels what is still pending and returns only when the system has let go of the block and
-    /// of the operation's buffer. Throws nothing; on another thread it does nothing but report.
+    /// Cancels what is still pending and returns only when the system no longer uses the block and
+    /// the operation's buffer. Throws nothing; on another thread it only reports the error.
     virtual ~Overlapped();
 
     /// Throws AssertException on any thread but the one that made the block.
@@ -31,9 +32,9 @@ class Overlapped
     /// The block for the I/O call; valid as long as this object lives.
     OVERLAPPED* GetOverlapped();
 
-    /// To be called whenever an I/O call on this block has given ERROR_IO_PENDING: only then does
-    /// the system hold the block. (A call that fails at once leaves the block looking as if it
-    /// were pending, so the block itself does not tell.)
+    /// To be called whenever an I/O call on this block has failed with ERROR_IO_PENDING: only then
+    /// does the system use the block. (A call that fails at once leaves the block looking as if it
+    /// were pending, so the block itself cannot be asked.)
     void SetPending();
 
     /// Waits up to `timeout` milliseconds (INFINITE: no limit) for the end of the operation, while
@@ -56,7 +57,7 @@ class Overlapped
     };
 
     DWORD m_tid;
-    std::unique_ptr<Block> m_block;  // outlives this object where it must not be touched
+    std::unique_ptr<Block> m_block;  // leaked when the system may still use it
     bool m_pending = false;
 };
 

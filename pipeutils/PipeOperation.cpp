@@ -56,8 +56,8 @@ bool PipeOperation::HasEnded() const noexcept
 PipeOperation::Outcome PipeOperation::Take() noexcept
 {
     Outcome outcome;
-    // Waits for one that was cancelled: that was a request, and until it has come through, the
-    // system may still write to the block and to the buffer of the operation.
+    // Waits for a cancelled operation too: the cancellation is only a request, and until it
+    // completes, the system may still write to the block and to the operation's buffer.
     outcome.success = GetOverlappedResult(m_hPipe, &m_ov, &outcome.bytes, TRUE) != FALSE;
     outcome.error = outcome.success ? ERROR_SUCCESS : GetLastError();
     m_pending = false;

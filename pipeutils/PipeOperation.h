@@ -5,9 +5,10 @@
 namespace tvn
 {
 
-/// One overlapped read or write after the other on a pipe: the block and the event are made once
-/// and kept. Unlike an `Overlapped` it belongs to no thread, so that a write that goes on after its
-/// caller has left can be cancelled by whoever lets the pipe go. Used by one thread at a time.
+/// Overlapped reads and writes on a pipe, one at a time: the control block and the event are
+/// created once and reused. Unlike an `Overlapped` it belongs to no thread, so that a write that is
+/// still pending after its caller has returned can be cancelled by whoever releases the pipe. Used
+/// by one thread at a time.
 class PipeOperation
 {
   public:
@@ -20,7 +21,7 @@ class PipeOperation
     PipeOperation(const PipeOperation&) = delete;
     PipeOperation& operator=(const PipeOperation&) = delete;
 
-    /// What the system has said to a read or a write.
+    /// The result of a read or a write.
     struct Outcome
     {
         bool success = false;
@@ -28,9 +29,9 @@ class PipeOperation
         DWORD bytes = 0;
     };
 
-    /// Start an operation; nothing may be pending. The buffer has to stay until the operation has
-    /// ended, which it has unless the error is ERROR_IO_PENDING. Throw Win32Exception when there is
-    /// no event.
+    /// Start an operation; nothing may be pending. The operation has ended unless the error is
+    /// ERROR_IO_PENDING; until it has, the buffer must stay valid. Throw Win32Exception when the
+    /// event cannot be created.
     Outcome Read(void* buffer, DWORD count);
     Outcome Write(const void* buffer, DWORD count);
 
@@ -43,17 +44,17 @@ class PipeOperation
     /// The event of the operation, borrowed; signalled when a pending one has ended.
     HANDLE GetEvent() const noexcept { return m_event; }
 
-    /// Whether an operation was pending when it was started, and its outcome is still to be taken.
+    /// Whether an operation did not complete at once and its outcome has not been taken yet.
     bool IsPending() const noexcept { return m_pending; }
 
     /// Whether a pending operation has ended.
     bool HasEnded() const noexcept;
 
-    /// What became of a pending operation that has ended.
+    /// The outcome of a pending operation that has ended.
     Outcome Take() noexcept;
 
-    /// Cancels what is pending and returns only when the system has let go of the block and of the
-    /// buffer: an operation that ended all the same is a success.
+    /// Cancels what is pending and returns only when the system no longer uses the block and the
+    /// buffer. An operation that completed before it could be cancelled is a success.
     Outcome Cancel() noexcept;
 
   private:

@@ -16,7 +16,7 @@ HANDLE PipeServerBase::CreatePipe(const char* name, BOOL allowAllToAccessPipe, D
         LogDebug("InitializeSecurityDescriptor failed");
         return INVALID_HANDLE_VALUE;
     }
-    // A list that is present but null grants everything to everybody: a browser that runs under
+    // A DACL that is present but null grants full access to everyone: a browser that runs under
     // another account has to reach the pipe too.
     if (!SetSecurityDescriptorDacl(&descriptor, TRUE, nullptr, FALSE)) {
         error = GetLastError();
@@ -50,10 +50,10 @@ BOOL PipeServerBase::ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlappe
     const BOOL connected = ConnectNamedPipe(hPipe, overlapped->GetOverlapped());
     error = GetLastError();
     if (connected) {
-        return FALSE;  // not what an overlapped connect does
+        return FALSE;  // an overlapped connect never returns TRUE
     }
     if (error == ERROR_PIPE_CONNECTED) {
-        // The client came before the connect was started, which then has nothing to signal.
+        // The client connected before the call, so the system does not signal the event.
         SetEvent(overlapped->GetOverlapped()->hEvent);
         return TRUE;
     }

@@ -30,12 +30,13 @@ class PipeServerBase
     /// inheritable. `error` receives the last error of the last system call, also after success.
     static HANDLE CreatePipe(const char* name, BOOL allowAllToAccessPipe, DWORD& error);
 
-    /// The same with the options that it stands for, and without a line in the log.
+    /// The same with explicit options, and without a log line.
     static HANDLE CreatePipe(const char* name, const PipeEndOptions& options, DWORD& error);
 
-    /// Starts waiting for a client on `hPipe` with a block made for it. TRUE when a client is there
-    /// already or the connect is pending: the block's event is, or will be, signalled. FALSE on
-    /// failure, with its code in `error`. Throws AssertException on a foreign thread.
+    /// Starts waiting for a client on `hPipe` with a block created for it. TRUE when a client is
+    /// connected already or the connect is pending: the block's event is, or will be, signalled.
+    /// FALSE on failure, with its code in `error`. Throws AssertException on a thread that did not
+    /// create the block.
     static BOOL ConnectPipe(HANDLE hPipe, const boost::shared_ptr<Overlapped>& overlapped,
                             DWORD& error);
 

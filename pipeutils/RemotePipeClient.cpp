@@ -47,8 +47,8 @@ boost::shared_ptr<Handle> RemotePipeClient::OpenPipe()
 
 boost::shared_ptr<Handle> RemotePipeClient::OpenPipe(DWORD timeout)
 {
-    // A browser that has just called back may not serve its pipe yet, and a busy pipe becomes free
-    // without telling: both are waited for by asking again.
+    // A browser that has just called back may not serve its pipe yet, and nothing signals that a
+    // busy pipe has become free: retry in both cases.
     constexpr DWORD kPause = 100;
     const TimeBudget budget(timeout);
     for (;;) {

@@ -20,15 +20,15 @@ class RemotePipeClient
     RemotePipeClient(const RemotePipeClient&) = delete;
     RemotePipeClient& operator=(const RemotePipeClient&) = delete;
 
-    /// Opens one client end of the pipe `name`, for the caller alone. A busy pipe fails like a
+    /// Opens a client end of the pipe `name`, which the caller owns. A busy pipe fails like a
     /// missing one.
     static boost::shared_ptr<Handle> OpenPipe(const char* name);
 
     /// The kept handle; opens the client's own pipe first if there is none yet.
     boost::shared_ptr<Handle> OpenPipe();
 
-    /// The same, repeated every 100 ms until it succeeds or `timeout` milliseconds (INFINITE: no
-    /// limit) are spent; the last failure is then thrown. Between the attempts the thread sleeps
+    /// The same, retried every 100 ms until it succeeds or `timeout` milliseconds (INFINITE: no
+    /// limit) have passed; the last failure is then thrown. Between the attempts the thread sleeps
     /// without dispatching messages.
     boost::shared_ptr<Handle> OpenPipe(DWORD timeout);
 

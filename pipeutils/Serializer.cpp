@@ -9,7 +9,7 @@ namespace tvn
 namespace
 {
 
-/// The length field and the counts of texts could not tell more.
+/// The length field and the sizes of texts are 32 bits wide.
 std::uint32_t CheckedSize(std::size_t bytes)
 {
     if (bytes > std::numeric_limits<std::uint32_t>::max()) {
@@ -34,7 +34,7 @@ void Serializer::AddText(std::wstring_view text)
 void Serializer::Add(const SerializerEntry& entry)
 {
     if (m_entries.empty()) {
-        m_entries.reserve(8);  // what nearly all messages have fits
+        m_entries.reserve(8);  // enough for nearly all messages
     }
     m_entries.push_back(boost::make_shared<SerializerEntry>(entry));
 }

@@ -14,19 +14,19 @@ namespace tvn
 /// The kind of a field. Only the writer knows it; it is not in the message.
 enum EntryType : std::uint32_t { etInteger = 1, etString = 2 };
 
-/// A field that waits for its message to be laid out.
+/// A field of a message that is not serialized yet.
 struct SerializerEntry
 {
     EntryType m_type;
-    std::uint32_t m_value;  ///< the number; of a text, how many bytes it has
-    ComString m_string;     ///< shares a text that is a COM string
-    const void* m_text;     ///< the bytes of the text, which this or the caller holds
+    std::uint32_t m_value;  ///< the number, or the size of the text in bytes
+    ComString m_string;     ///< holds the text if it is a COM string
+    const void* m_text;     ///< the bytes of the text, held here or by the caller
 };
 
-/// Lays out one message: its total length N as four little-endian bytes that count themselves, then
-/// the fields back to back in the order in which they are added. A number takes four bytes; a text
-/// its count of bytes as a number, then that many bytes of UTF-16LE. Used by one thread, for one
-/// message. Every operation throws an out-of-memory exception when there is no memory.
+/// Serializes one message: its total length N as four little-endian bytes that count themselves,
+/// then the fields back to back in the order in which they are added. A number takes four bytes; a
+/// text its size in bytes as a number, then that many bytes of UTF-16LE. Used by one thread, for
+/// one message. Every operation throws an out-of-memory exception when there is no memory.
 class Serializer
 {
   public:
@@ -43,8 +43,8 @@ class Serializer
     /// The characters must stay as they are until `Serialize` has copied them.
     void AddText(std::wstring_view text);
 
-    /// Completes the message of the fields added so far, in one block of memory, and begins a new
-    /// one.
+    /// Builds the message from the fields added so far, in one block of memory, and begins a new
+    /// message.
     void Serialize();
 
     /// The completed message, shared; empty before `Serialize`.

@@ -48,7 +48,7 @@ boost::shared_ptr<Handle> SimplePipeServer::WaitForClient(DWORD timeout)
         LogDebug("SimplePipeServer, Timeout %d", static_cast<int>(timeout));
         return {};
     }
-    m_overlapped.reset();  // its end cancels what this thread has pending on the pipe
+    m_overlapped.reset();  // its destructor cancels this thread's pending I/O on the pipe
     return std::move(m_hPipe);
 }
 

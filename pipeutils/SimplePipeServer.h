@@ -29,9 +29,8 @@ class SimplePipeServer : public PipeServerBase
     void Create(const char* name, bool allowAllToAccessPipe);
 
     /// Waits up to `timeout` milliseconds (INFINITE: no limit) for the client, dispatching window
-    /// messages. Returns the connected pipe, or an empty pointer on time-out; it may
-    /// then be called again. Throws InvalidOperationException when there is no pipe, as after a
-    /// success.
+    /// messages. Returns the connected pipe, or an empty pointer on time-out; it may then be called
+    /// again. Throws InvalidOperationException when there is no pipe, as after a success.
     boost::shared_ptr<Handle> WaitForClient(DWORD timeout);
 
   private:

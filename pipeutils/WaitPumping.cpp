@@ -16,9 +16,9 @@ namespace
 /// paints and hot keys.
 constexpr DWORD kWakeMask = QS_ALLINPUT & 0xFF;
 
-/// Dispatches what is in the thread's queue; a WM_QUIT goes to `quit`. False when it left off with
-/// more to come: somebody who posts faster than this thread dispatches would otherwise keep it from
-/// ever looking at the handles again.
+/// Dispatches the messages in the thread's queue; a WM_QUIT goes to `quit`. False when it stopped
+/// early and more may follow: a sender that posts faster than this thread dispatches would
+/// otherwise keep it from ever checking the handles again.
 bool DispatchMessages(DWORD start, DWORD timeout, MSG& quit)
 {
     constexpr unsigned int kMostAtOnce = 256;
@@ -31,7 +31,7 @@ bool DispatchMessages(DWORD start, DWORD timeout, MSG& quit)
             TranslateMessage(&message);
             DispatchMessageA(&message);
         }
-        // Unsigned differences are right across the wrap of the counter.
+        // Unsigned subtraction stays correct when the counter wraps around.
         if (count == kMostAtOnce || GetTickCount() - start > timeout) {
             return false;
         }
@@ -43,7 +43,7 @@ bool DispatchMessages(DWORD start, DWORD timeout, MSG& quit)
 
 DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
 {
-    // WM_QUIT is given back at the end: posted again at once, it would be found again at once.
+    // WM_QUIT is reposted at the end: if it were reposted at once, this loop would find it again.
     MSG quit = {};
     const ScopeExit giveBack([&quit] {
         if (quit.message == WM_QUIT) {
@@ -54,8 +54,9 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
     });
     const DWORD start = GetTickCount();
     DWORD remaining = timeout;
-    // What somebody has seen and left in the queue counts as arrived, too. Not so once nothing was
-    // found: a queue that is attached to another thread's may hold input of that thread for ever.
+    // Also wake for messages that somebody has seen and left in the queue. Not any more once the
+    // queue has been drained: a queue attached to another thread's may hold that thread's input for
+    // ever.
     DWORD flags = MWMO_INPUTAVAILABLE;
     for (;;) {
         const DWORD result =
@@ -65,10 +66,10 @@ DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout)
         } else if (result != WAIT_TIMEOUT || timeout == INFINITE ||
                    GetTickCount() - start >= timeout) {
             return result;
-        }  // else its clock is ahead of the one of budgets: no time may be left over there
+        }  // else early by the clock that TimeBudget uses: wait for the rest
         const DWORD elapsed = GetTickCount() - start;
         if (elapsed > timeout) {
-            // What became true while a message was dispatched is not late.
+            // A handle that was signalled while a message was dispatched still counts.
             return WaitForMultipleObjects(count, handles, FALSE, 0);
         }
         remaining = timeout - elapsed;

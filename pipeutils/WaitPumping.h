@@ -7,14 +7,14 @@ namespace tvn
 
 /// The one blocking primitive of the transport: waits until one of `count` (1 to 3) handles is
 /// signalled, and dispatches the calling thread's window messages meanwhile, so that windows stay
-/// alive and calls into a single-threaded apartment are served.
+/// responsive and calls into a single-threaded apartment are served.
 ///
-/// `timeout` in milliseconds, INFINITE for none; posted messages never lengthen it, but one that is
-/// being dispatched when it ends is finished first, and so are all that other threads send
-/// meanwhile. Messages that an earlier wait has left in the queue are dispatched too. Returns
-/// WAIT_OBJECT_0 plus the index of the first signalled handle, WAIT_TIMEOUT when none is signalled
-/// at the end of the time, or WAIT_FAILED with the thread's last error set. A WM_QUIT that arrives
-/// is put back for the caller's own message loop when the wait ends.
+/// `timeout` in milliseconds, INFINITE for none. Posted messages never extend it, but a message
+/// that is being dispatched when it expires is finished first, and so are all messages that other
+/// threads send meanwhile. Messages that an earlier wait has left in the queue are dispatched too.
+/// Returns WAIT_OBJECT_0 plus the index of the first signalled handle, WAIT_TIMEOUT when none is
+/// signalled in time, or WAIT_FAILED with the thread's last error set. A WM_QUIT that arrives is
+/// reposted for the caller's own message loop when the wait ends.
 DWORD WaitPumping(DWORD count, const HANDLE* handles, DWORD timeout);
 
 /// The same for one handle.

@@ -21,9 +21,10 @@ std::string LowerCase(std::string text)
     return text;
 }
 
-/// The text that the system keeps of a window. Asking the window itself would take several calls,
-/// and one of this very process would be waited for as long as its thread is busy, which may be
-/// waiting for this one. A longer text than fits is no title that is looked for.
+/// The text that the system stores for a window. Asking the window itself would take several calls
+/// and could deadlock: a window of this process answers only when its thread is not busy, and that
+/// thread may be waiting for this one. Truncation does no harm: no title that is searched for is
+/// that long.
 std::string WindowText(HWND hwnd)
 {
     wchar_t text[512];

@@ -11,14 +11,14 @@ namespace tvn
 {
 
 /// Lists windows by title, visibility and the executable of their process. A top-level window that
-/// matches stands for itself; the descendants of one that does not are looked at instead. At most
-/// 1024 top-level windows, and 1024 descendants of each, are examined. Used by one thread. `First`
-/// must come before `Next`.
+/// matches is listed without its descendants; of one that does not match, the descendants are
+/// examined instead. At most 1024 top-level windows, and 1024 descendants of each, are examined.
+/// Used by one thread. `First` must come before `Next`.
 class CAppWindowIterator
 {
   public:
     /// `processName` is the executable's file name and `windowTitle` the whole text of the window,
-    /// both compared without letter case by the ANSI code page; an empty one matches any. `visible`
+    /// both compared case-insensitively in the ANSI code page; an empty one matches any. `visible`
     /// is the required state of the window's visible style. Throws when there is no memory.
     CAppWindowIterator(const ComString& processName, const ComString& windowTitle, bool visible);
     virtual ~CAppWindowIterator() = default;

@@ -7,9 +7,9 @@
 namespace tvn
 {
 
-/// Where the browsers are installed, as the registry tells it at the moment of the call. Nothing
-/// here fails: what cannot be found is an empty text, and no path is checked for an existing file.
-/// Only a lack of memory throws.
+/// Where the browsers are installed, read from the registry on each call. Nothing here fails: what
+/// cannot be found is an empty text, and nobody checks that a path exists. Only running out of
+/// memory throws.
 
 /// A string value of the product's own key, unexpanded.
 ComString ReadProductSetting(const char* valueName);
@@ -20,8 +20,8 @@ ComString GetPathBasic();
 /// Path of the Internet Explorer that is registered for automation.
 ComString GetInternetExplorerPath();
 
-/// Path of the Firefox with this version and locale, empty meaning any; among several of any
-/// version the one whose version is the greatest text.
+/// Path of the Firefox with this version and locale, where empty means any. Without a version, the
+/// one whose version string compares greatest.
 ComString GetFirefoxPath(const std::string& version, const std::string& locale);
 
 }  // namespace tvn

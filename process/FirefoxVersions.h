@@ -15,7 +15,7 @@ struct FirefoxVersion
     std::string pathToExe;
 };
 
-/// The installed Firefox versions that tell their path, in the order of the registry. Throws only
+/// The installed Firefox versions that have a path in the registry, in registry order. Throws only
 /// when there is no memory.
 std::vector<boost::shared_ptr<FirefoxVersion>> EnumFirefoxVersions();
 

@@ -11,7 +11,7 @@ namespace tvn
 {
 
 /// One browser process, handled locally or through the runner service. Objects are always held by
-/// shared pointer; letting one go never ends the process. Results are status codes: `sOk` when
+/// shared pointer; destroying one never ends the process. Results are status codes: `sOk` when
 /// done, a negative one otherwise. Time-outs are milliseconds, INFINITE for none. Used by one
 /// thread.
 class IProcess
@@ -27,7 +27,7 @@ class IProcess
     virtual int Terminate(DWORD timeoutMs) = 0;
 
     /// Empties `processes` and fills it with one object per running process whose executable's file
-    /// name equals `name`, letter case aside. It has nothing to do with the object's own process.
+    /// name equals `name`, ignoring case. Independent of the object's own process.
     virtual int GetProcessesByName(ComString name,
                                    std::vector<boost::shared_ptr<IProcess>>& processes,
                                    DWORD timeoutMs) = 0;

@@ -10,7 +10,7 @@ namespace tvn
 {
 
 /// Where the scripting object gets its processes and its search for instances from: this machine or
-/// the runner service. Made afresh for every use.
+/// the runner service. A new one is created for every use.
 class IProcessFactory
 {
   public:
@@ -20,7 +20,7 @@ class IProcessFactory
     virtual boost::shared_ptr<IInstancesMgr> NewInstancesMgr() = 0;
 };
 
-/// A factory of processes and of a search of these classes.
+/// A factory that creates objects of these two classes.
 template <class ProcessClass, class InstancesMgrClass>
 class ProcessFactoryOf : public IProcessFactory
 {

@@ -36,7 +36,7 @@ int ProcessCreator::CreateWithLogon(const ProcessParams& params, PROCESS_INFORMA
 {
     auto startupInfo = ShownNormally<STARTUPINFOW>();
     std::wstring cmdLine(ToView(params.cmdLine));     // the call may write to it
-    const wchar_t* const password = params.password;  // the call wants a text in any case
+    const wchar_t* const password = params.password;  // the call does not accept null
     if (!CreateProcessWithLogonW(params.user, params.domain, password == nullptr ? L"" : password,
                                  LOGON_WITH_PROFILE, params.appPath, cmdLine.data(),
                                  NORMAL_PRIORITY_CLASS, nullptr, nullptr, &startupInfo,

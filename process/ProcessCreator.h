@@ -13,12 +13,11 @@ class ProcessCreator
   public:
     virtual ~ProcessCreator() = default;
 
-    /// Starts `appPath`. Without a `user` the new process gets the command line `appPath`, a blank
-    /// and `cmdLine`; with one, exactly `cmdLine`, of which the system takes 1,023 characters at
-    /// most. A null `domain` leaves it to the system to find the account, an empty one is
-    /// handed on. `sOk` with
-    /// `processInfo` filled in, whose handles the caller then owns, or `sFail` after a line to the
-    /// log. `timeoutMs` is not used.
+    /// Starts `appPath`. Without a `user` the new process gets the command line `appPath`, a space
+    /// and `cmdLine`; with one, exactly `cmdLine`, which the system limits to 1,023 characters. A
+    /// null `domain` leaves it to the system to find the account; an empty one is passed on as it
+    /// is. Returns `sOk` with `processInfo` filled in, whose handles the caller then owns, or logs
+    /// the failure and returns `sFail`. `timeoutMs` is not used.
     int Create(const ComString& appPath, const ComString& cmdLine, const ComString& user,
                const ComString& domain, const ComString& password, DWORD timeoutMs,
                PROCESS_INFORMATION& processInfo);

@@ -24,8 +24,8 @@ std::string ReadRegString(HKEY key, const char* valueName)
 
 LONG QueryRegValue(HKEY key, const char* valueName, DWORD& type, std::string& data)
 {
-    // The size is asked for with a buffer of no bytes: without any buffer the call would succeed
-    // and leave nothing to tell a value without content from one that is still to be read.
+    // Ask for the size with a buffer of zero bytes: with a null buffer the call would succeed, and
+    // an empty value could not be told from one that still has to be read.
     data.clear();
     type = REG_NONE;
     BYTE none = 0;

@@ -10,7 +10,7 @@ namespace tvn
 
 /// Reading the registry as the browsers' installers wrote it: always in the 32-bit view, never
 /// writing. Names and values are narrow text in the ANSI code page. Nothing fails: what cannot be
-/// read is empty. Only a lack of memory throws. Used by one thread.
+/// read is empty. Only running out of memory throws. Used by one thread.
 
 struct RegistryKeyCloser
 {

@@ -26,8 +26,8 @@ class CWindowIterator
     HWND Next();
 
   protected:
-    /// Called for every window that the system enumerates: stores it if it is accepted and there is
-    /// room. Always TRUE, so that the enumeration runs to its end.
+    /// Called for every window that the system enumerates: stores it if it is accepted and the
+    /// buffer is not full. Always TRUE, so that the enumeration runs to its end.
     virtual BOOL OnEnumWindow(HWND hwnd);
 
     /// The filter, for derived classes; accepts every window. Must not throw.

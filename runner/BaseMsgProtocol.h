@@ -20,12 +20,12 @@ class BaseMsgProtocol : protected BaseProtocol
     /// Both handles are borrowed, see `BaseProtocol`.
     BaseMsgProtocol(HANDLE hPipe, HANDLE hInterrupt) noexcept : BaseProtocol(hPipe, hInterrupt) {}
 
-    /// Writes one message. `msgIdOut`, which may be null, receives its id, also one that it was
-    /// given by this write.
+    /// Writes one message. `msgIdOut`, which may be null, receives its id, which this write may
+    /// have assigned.
     virtual void WriteMsg(boost::shared_ptr<BaseMsg> msg, std::uint32_t* msgIdOut, DWORD timeoutMs);
 
-    /// Reads one message as an object of its own class. One of a type that `CreateMsg` does not
-    /// know, and one with too few fields, throws ReadPipeError.
+    /// Reads one message as an object of its own class. Throws ReadPipeError for a type that
+    /// `CreateMsg` does not know, and for too few fields.
     virtual void ReadMsg(boost::shared_ptr<BaseMsg>& msg, DWORD timeoutMs);
 
     /// A new, empty message of this type, or an empty pointer when there is no such type.

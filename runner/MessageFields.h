@@ -12,8 +12,8 @@
 namespace tvn
 {
 
-/// Parallel arrays of a message, which go as records behind their count; as none when the arrays
-/// differ in length. Refers to the message's own.
+/// Parallel arrays of a message, written as their count and then one record for each index; as no
+/// records when the arrays differ in length. Holds references to the message's arrays.
 template <class... Arrays>
 struct Records
 {
@@ -74,8 +74,8 @@ class FieldReader
     void Read(int& number) { m_deserializer.ReadInt(number); }
     void Read(ComString& text) { m_deserializer.ReadString(text); }
 
-    /// Appends to the arrays. The count is not believed: room is made for as many records as the
-    /// message can hold, and for one that it breaks off.
+    /// Appends to the arrays. The count is not trusted: memory is reserved for at most as many
+    /// records as the message can hold, plus one that is cut short.
     template <class... Arrays>
     void Read(Records<Arrays...>& records)
     {
@@ -94,8 +94,8 @@ class FieldReader
     Deserializer& m_deserializer;
 };
 
-/// Gives `Message`, derived from this, the two directions of its fields, of which it has a tuple of
-/// references, `Fields`. They follow those of `Base`.
+/// Serializes and deserializes the fields of `Message`, which derives from this class; its `Fields`
+/// returns a tuple of references to them. The fields of `Base` come first.
 template <class Message, class Base>
 class WithFields : public Base
 {
@@ -115,7 +115,7 @@ class WithFields : public Base
     }
 };
 
-/// The same with the type of a message.
+/// The same with a message's type id.
 template <class Message, class Base, std::uint32_t kType>
 class MessageWithFields : public WithFields<Message, Base>
 {

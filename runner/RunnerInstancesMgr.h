@@ -5,9 +5,9 @@
 namespace tvn
 {
 
-/// Finds instances through the runner service, in the order in which it lists them. A result of the
-/// service is passed on, with an empty list unless it is `sOk`; a pipe failure is `sTimeout` when
-/// the service did not take the request in time, otherwise `sFail`.
+/// Finds instances through the runner service, in the order in which it lists them. The service's
+/// result is passed on, with an empty list unless it is `sOk`; a pipe failure is `sTimeout` when
+/// writing the request timed out, otherwise `sFail`.
 class RunnerInstancesMgr : public IInstancesMgr
 {
   public:

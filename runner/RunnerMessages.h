@@ -31,15 +31,15 @@ enum MsgType : std::uint32_t {
 class BaseMsg
 {
   public:
-    /// A message that has no id yet.
+    /// The id of a message that has none yet.
     static constexpr std::uint32_t kNoId = 0xFFFFFFFF;
 
     virtual ~BaseMsg() = default;
 
     virtual std::uint32_t GetType() const = 0;
 
-    /// Adds the message's fields, without the type id. Gives a message without an id the next one
-    /// of the process; ids are different whichever threads they are made on.
+    /// Adds the message's fields, without the type id. Assigns the next id of the process to a
+    /// message without one; ids are unique across threads.
     virtual void Serialize(boost::shared_ptr<Serializer> serializer);
 
     /// Reads the same fields. Throws ReadPipeError when the message holds fewer.
@@ -121,7 +121,7 @@ class MsgWaitForExit : public MessageWithFields<MsgWaitForExit, BaseMsg, mtWaitF
 
 using MsgWaitForExitComplete = ResultMsg<mtWaitForExitComplete>;
 
-/// Lists what runs of an executable.
+/// Lists what is running from an executable.
 template <std::uint32_t kType>
 class ListRequestMsg : public MessageWithFields<ListRequestMsg<kType>, BaseMsg, kType>
 {

@@ -9,8 +9,8 @@ namespace tvn
 
 /// A process that the runner service handles on the system's behalf and names by a key. Every
 /// operation is one request on a connection of its own. The service's own result codes are passed
-/// on unchanged; a pipe failure ends as a status code: `sTimeout` when the service did not take the
-/// request in time, otherwise `sFail` where nothing else is said.
+/// on unchanged; a pipe failure becomes a status code: `sTimeout` when writing the request timed
+/// out, otherwise `sFail` unless stated below.
 class RunnerProcess : public IProcess
 {
   public:
@@ -28,15 +28,15 @@ class RunnerProcess : public IProcess
     int Start(ComString appPath, ComString cmdLine, ComString user, ComString domain,
               ComString password, DWORD timeoutMs) override;
 
-    /// Tries again as long as all pipe instances of the service are busy; `sTimeout` when the time
-    /// is spent with that.
+    /// Retries as long as all pipe instances of the service are busy, up to the time-out; then
+    /// `sTimeout`.
     int Terminate(DWORD timeoutMs) override;
 
     int GetProcessesByName(ComString name, std::vector<boost::shared_ptr<IProcess>>& processes,
                            DWORD timeoutMs) override;
     DWORD GetPid() override { return m_pid; }
 
-    /// The service waits as long as this side does, so either may be the one to tell `sTimeout`.
+    /// The service waits as long as this side does, so either side may be the one that times out.
     int WaitForExit(DWORD timeoutMs) override;
 
     virtual ~RunnerProcess() = default;

@@ -7,7 +7,7 @@ namespace tvn
 namespace
 {
 
-/// A new message of that one of `Messages` which has this type.
+/// A new message of the class among `Messages` that has this type id.
 template <class... Messages>
 boost::shared_ptr<BaseMsg> NewMessage(std::uint32_t type)
 {

@@ -6,7 +6,7 @@ namespace tvn
 {
 
 /// The messages of the runner service's pipe, requests as well as answers: the client and the
-/// service speak through the same class.
+/// service use the same class.
 class RunnerProtocol : public BaseMsgProtocol
 {
   public:

@@ -10,23 +10,23 @@
 namespace tvn
 {
 
-/// What becomes of a request when all ends of the service's pipe are busy.
+/// What happens to a request when all instances of the service's pipe are busy.
 enum BusyPipe { bpFails, bpIsTriedAgain };
 
-/// How long a request may take, and what its failures result in.
+/// How long a request may take, and the status for each kind of failure.
 struct RequestTerms
 {
-    DWORD time;          ///< milliseconds for all of it, INFINITE for no limit
-    DWORD openTime = 0;  ///< how many of these attempts to open the pipe may take; 0: one attempt
-    BusyPipe busyPipe = bpFails;  ///< tried again at once, until the time is over: `sTimeout`
+    DWORD time;                   ///< milliseconds for all of it, INFINITE for no limit
+    DWORD openTime = 0;           ///< how much of it opening the pipe may take; 0: one attempt
+    BusyPipe busyPipe = bpFails;  ///< when retried: at once, until the time-out (`sTimeout`)
     int lateAnswer = sFail;       ///< the result when the answer does not come in time
     int failure = sFail;          ///< the result of any other failure
 };
 
-/// Sends `request` to the runner service over a connection of its own, which is closed with the
-/// answer. Returns the answer's result; `sTimeout` when the service does not take the request in
-/// time; `sFail` when the answer is not of the type that belongs to the request; or what `terms`
-/// say. `answer` is then empty. Throws only what is not a pipe failure.
+/// Sends `request` to the runner service over a connection of its own, which is closed on return.
+/// Returns the answer's result. Failures return `sTimeout` when writing the request times out,
+/// `sFail` when the type of the answer does not match the request, or else what `terms` say;
+/// `answer` then stays empty. Throws only what is not a pipe failure.
 int AskRunner(const boost::shared_ptr<BaseMsg>& request, const RequestTerms& terms,
               boost::shared_ptr<BaseMsg>& answer);
 
