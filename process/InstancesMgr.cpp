@@ -27,7 +27,7 @@ int InstancesMgr::GetInstancesByName(std::vector<boost::shared_ptr<Instance>>& i
             LogDebug("Cann't open process, pid = %d", static_cast<int>(pid));
             continue;
         }
-        // The iterator may have tested the process of the window above this one.
+        // Since it was listed, the window may have gone and its id may name another process.
         if (HasProcessFileName(handle->Get(), processName)) {
             const auto process = boost::make_shared<Process>(handle, pid);
             instances.push_back(boost::make_shared<Instance>(process, hwnd));
