@@ -22,7 +22,7 @@ struct Shape
 {
     std::uint32_t type;
     std::string_view fields;
-    std::string_view record = "";
+    std::string_view record = {};
 };
 
 constexpr Shape kShapes[] = {
