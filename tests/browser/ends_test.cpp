@@ -97,6 +97,7 @@ TEST_F(BrowserEnds, ADiskWithoutRoomHoldsNobodyAndLeavesNothing)
     } else {
         EXPECT_EQ(status, sFail);
     }
+    EndBrowsers();  // what came up after all, too late
     SignalBrowserProcesses(L"-KILL");
     run(L"Z:\\bin\\umount", "-l");
     EXPECT_TRUE(Eventually([&] { return !isSmall(); }));

@@ -206,7 +206,13 @@ TEST_P(FailingCalls, EndAMethodWithItsStatusAndLeaveItsObjectOfUse)
     }
 }
 
+static std::string NameOf(const testing::TestParamInfo<Fails>& how)
+{
+    return std::vector<std::string>{"Once", "ThoughDone", "FromHereOn"}.at(how.index);
+}
+
 INSTANTIATE_TEST_SUITE_P(, FailingCalls,
-                         testing::Values(Fails::kOnce, Fails::kThoughDone, Fails::kFromHereOn));
+                         testing::Values(Fails::kOnce, Fails::kThoughDone, Fails::kFromHereOn),
+                         &NameOf);
 
 }  // namespace tvn::tests
