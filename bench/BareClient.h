@@ -15,13 +15,13 @@ namespace bench
 class BareClient
 {
   public:
-    /// `macro` is what every play is of.
+    /// `macro` is what every play sends.
     BareClient(const std::string& pipeName, const std::wstring& macro);
 
-    /// One play: a write, and a read of the whole reply into room that is there already.
+    /// One play: a write, and a read of the whole reply into a buffer that exists already.
     void Transfer();
 
-    /// The same with two reads, of the length and of the rest, into room that is made for it.
+    /// The same with two reads, of the length and of the rest, into a buffer allocated for it.
     void TransferLengthFirst();
 
   private:

@@ -28,7 +28,7 @@ struct Pairs
     std::vector<double> baseline;
 };
 
-/// How a ratio has to lie to its goal.
+/// Whether a ratio has to be at most or at least its goal.
 enum class Goal {
     None,
     NoMore,
@@ -69,9 +69,9 @@ double Seconds(Work work)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Runs both for about `seconds`, and `fewest` rounds or more, one just after the other and each in
-/// turn the first, so that what else the machine does meets both alike. Each returns what it has
-/// measured. A few first rounds are not counted.
+/// Runs both for about `seconds`, and `fewest` rounds or more, one just after the other and taking
+/// turns in being the first, so that other load on the machine affects both alike. Each returns
+/// what it has measured. A few warm-up rounds are not counted.
 template <class Ours, class Baseline>
 Pairs Interleave(double seconds, std::size_t fewest, Ours ours, Baseline baseline)
 {

@@ -11,7 +11,7 @@ namespace bench
 
 Memory CurrentMemory()
 {
-    // Wine does not keep the peak of what is the process's own, but that of all that is resident.
+    // Wine does not record the peak of a process's private memory, but that of all resident memory.
     PROCESS_MEMORY_COUNTERS counters = {};
     Require(GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) != FALSE,
             "the system does not tell how much memory is in use");

@@ -1,4 +1,4 @@
-// The search for running instances, against a bare look at all windows.
+// The search for running instances, against a bare enumeration of all windows.
 
 #include <windows.h>
 

@@ -51,7 +51,7 @@ class Players
     ~Players()
     {
         m_ended = true;
-        m_playing = kMost;  // wakes only whoever sees another number
+        m_playing = kMost;  // a thread wakes only when the number has changed
         m_playing.notify_all();
     }
 

@@ -14,7 +14,7 @@ namespace browser
 {
 
 /// What the links have in common: the thread, and a queue that lets one message be written at a
-/// time. A link's own class closes its end in Close and calls Stop when it is destroyed.
+/// time. A derived class closes its connection in Close, and calls Stop in its destructor.
 class AsioLink : public Link
 {
   public:
@@ -33,10 +33,10 @@ class AsioLink : public Link
         : m_onMessage(std::move(onMessage)), m_onEnd(std::move(onEnd))
     {}
 
-    /// Begins to write a message, which stays as it is until Written is called.
+    /// Begins to write a message, which stays valid until Written is called.
     virtual void Write(const std::string& text) = 0;
 
-    /// Closes this end, so that whatever it waits for comes back. On the link's thread.
+    /// Closes the connection, so that all pending operations complete. On the link's thread.
     virtual void Close() = 0;
 
     void Run()

@@ -68,7 +68,7 @@ BrowserChoice ChooseBrowser(const Options& options)
     {
         const char* name;
         std::wstring program;
-        bool isSomebodysWish;  ///< who names a browser does not want another one
+        bool isSomebodysWish;  ///< chosen by a person, who does not want another one
     };
     const Place places[] = {
         {"the command line's --browser", options.browser, true},

@@ -18,8 +18,8 @@ struct BrowserChoice
 /// Chooses by, in this order: the command line; the value "Browser" of the product's registry key;
 /// the environment variable TALVERN_BROWSER; the App Paths of Edge, Chrome and Chromium. The
 /// arguments come from the command line, "BrowserArguments" or TALVERN_BROWSER_ARGUMENTS. Throws
-/// BrowserError, with what was looked for and where, when there is none, or when the first of those
-/// three that names one names one that is not there.
+/// BrowserError, with what was looked for and where, when there is none. The first of the first
+/// three that names a browser decides: it is an error, too, if that one is not there.
 BrowserChoice ChooseBrowser(const Options& options);
 
 }  // namespace browser

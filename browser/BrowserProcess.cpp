@@ -169,7 +169,7 @@ bool BrowserProcess::WaitForEnd(DWORD timeout) const
 bool BrowserProcess::EndByForce(DWORD timeout) const
 {
     if (m_isOnHost) {
-        // When the main one has gone, the others follow; their ids may be somebody else's by then.
+        // When the main process has gone, the others follow; their ids may be reused by then.
         if (!m_hostPids.empty() && RunsOnHost(m_hostPids.front())) {
             KillOnHost(m_hostPids);
         }

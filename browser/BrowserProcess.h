@@ -15,9 +15,9 @@ namespace browser
 {
 
 /// The process of the real browser. A Windows program is reached by two pipes that nobody else
-/// has, and ends, with all its own processes, with this object at the latest and with this process,
-/// however that ends. A program of the machine below Wine can inherit no pipes and has no handle
-/// here: it is reached by a port of the loopback and ended by its process ids. Used by one thread.
+/// has. It and all its own processes end when this object is destroyed at the latest, or when this
+/// process ends, however it does. A program of the machine below Wine inherits no pipes and has no
+/// handle here: it is reached by a loopback port and ended by its process ids. Used by one thread.
 class BrowserProcess
 {
   public:
@@ -34,8 +34,8 @@ class BrowserProcess
 
     bool IsOnHost() const { return m_isOnHost; }
 
-    /// The browser's own account of its processes, its main one first, for the end of one that has
-    /// no handle here.
+    /// Takes the process ids that the browser itself reports, its main one first, by which a
+    /// browser that has no handle here is ended.
     void SetHostPids(std::vector<unsigned long> pids) { m_hostPids = std::move(pids); }
 
     /// Waits up to `timeout` milliseconds for the end of all its processes. True when they have

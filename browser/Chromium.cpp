@@ -146,7 +146,7 @@ void Chromium::CloseSlowly()
 
 void Chromium::EndAbandoned()
 {
-    // Windows ends them with their instance; a program of the machine below Wine it does not know.
+    // Windows ends browsers with their instance, but not those of the machine below Wine.
     ProfileFolder::RemoveAbandoned(EndBrowserOn);
 }
 

@@ -43,12 +43,12 @@ class Chromium
     Chromium(const Chromium&) = delete;
     Chromium& operator=(const Chromium&) = delete;
 
-    /// Ends the browser, waits for it and removes its profile if that is a fresh one, some seconds
-    /// at most. What is asked of it from then on fails.
+    /// Ends the browser, waits for it and removes its profile if that is a fresh one, which takes
+    /// some seconds at most. Every call to the browser from then on fails.
     void End();
 
-    /// Ends browsers whose instances were ended by force, and removes their profiles. Takes its
-    /// time only where there are some.
+    /// Ends browsers whose instances were ended by force, and removes their profiles. Slow only
+    /// where there are some.
     static void EndAbandoned();
 
     /// A path of this system as the browser knows it, in UTF-8.

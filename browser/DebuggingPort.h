@@ -7,8 +7,8 @@
 namespace browser
 {
 
-/// Where a browser that is reached by a port of the loopback listens. Every program of the machine
-/// can connect to it; the path, which is a secret of its own, does not keep them out.
+/// Where a browser that is reached by a loopback port listens. Every program of the machine can
+/// connect to it; the path, which is secret, does not keep them out.
 struct DebuggingPort
 {
     unsigned short port = 0;  ///< 0 as long as there is none

@@ -11,7 +11,7 @@ namespace browser
 namespace
 {
 
-/// Texts of web pages may hold halves of characters, which are none in JSON.
+/// Texts of web pages may hold unpaired surrogates, which JSON does not allow.
 std::string WithoutHalfCharacters(std::string text)
 {
     const auto unitAt = [&](std::size_t at) -> unsigned long {

@@ -18,8 +18,8 @@ namespace browser
 using Json = nlohmann::json;
 
 /// A client of a browser's DevTools protocol: one connection for the whole browser, with flat
-/// sessions on it. A table holds the calls that wait, by their ids; the end of a session and of the
-/// connection is an answer to each of those that belong to it. Used by several threads.
+/// sessions on it. A table holds the pending calls by their ids; the end of a session or of the
+/// connection fails each of those that belong to it. Used by several threads.
 class DevTools
 {
   public:
@@ -35,15 +35,15 @@ class DevTools
 
     /// Sends a command and waits up to `timeout` milliseconds (INFINITE: no limit) for its result.
     /// An empty session is the browser itself. Throws CommandError when the browser refuses,
-    /// SessionEnded when its session ends, BrowserError when the connection ends or the time is up.
+    /// SessionEnded when its session ends, BrowserError when the connection ends or it times out.
     /// Not to be called on the connection's thread.
     Json Call(const std::string& session, const std::string& method, const Json& parameters = {},
               DWORD timeout = kAnswerTime);
 
-    /// Sends a command whose answer nobody wants; from any thread.
+    /// Sends a command whose answer is ignored; from any thread.
     void Post(const std::string& session, const std::string& method, const Json& parameters = {});
 
-    /// How long a browser may take for what it does at once.
+    /// Time-out, in milliseconds, of commands that a browser carries out at once.
     static constexpr DWORD kAnswerTime = 10000;
 
   private:

@@ -15,9 +15,9 @@ namespace
 constexpr const char* kBrowserChannel = "talvernBrowser";
 constexpr const char* kProgramChannel = "talvernProgram";
 
-/// Before the protocol comes into the page: a text of a web page that a macro puts into its own
-/// document must not become code that could speak it, and must load nothing. Frames are taken out
-/// of such a text because a frame that loads something in a page that is hidden ends the browser.
+/// Runs before the page is given the protocol: a text of a web page that a macro puts into its own
+/// document must not become code that could use it, and must load nothing. Frames are removed from
+/// such a text because a frame that loads something in a hidden page ends the browser.
 constexpr const char* kPolicy = R"((() => {
   const policy = "default-src 'none'; script-src 'unsafe-eval'; " +
     "require-trusted-types-for 'script'; trusted-types default";
@@ -45,7 +45,7 @@ Json CallOn(const std::string& library, const std::string& method, const Json& v
         {"awaitPromise", true}};
 }
 
-/// What a call gave; a failure inside the library is a fault of this program.
+/// The result of a call; a failure inside the library is a fault of this program.
 Json ValueOf(const Json& answer)
 {
     if (answer.contains("exceptionDetails")) {
@@ -136,14 +136,14 @@ MacroPage::Outcome MacroPage::Play(const std::string& source,
     Open();
     Place place;
     {
-        // Whoever abandons the page makes the play unwanted before.
+        // Whoever abandons the page has marked the play as unwanted before.
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (!isWanted()) {
             throw CommandError("The macro was stopped.");
         }
         place = m_place;
         m_pagesBefore = m_pages.Opened();
-        m_pages.LeaveDialogs(false);  // of a play before that was given up
+        m_pages.LeaveDialogs(false);  // left so by an earlier play that was given up
     }
     const Json played =
         Run(place, {source, PairsOf(settings, true), PairsOf(settings, false), traces});
@@ -229,8 +229,8 @@ void MacroPage::Answer(const std::string& session, int question, const std::stri
 
 int MacroPage::LineOfSyntaxError(const Place& place, const std::string& source)
 {
-    // The compiler tells lines, the exception does not. Its lines count from 0, which makes up for
-    // the one in front.
+    // The compiler reports lines, the exception does not. Its lines count from 0, which makes up
+    // for the line that is put in front.
     const Json compiled = m_tools.Call(place.session, "Runtime.compileScript",
                                        {{"expression", "(async () => {\n" + source + "\n})"},
                                         {"sourceURL", "macro"},

@@ -21,8 +21,8 @@ class MacroPage
     /// Both must outlive this object. Macros drive the visible one of `pages`.
     MacroPage(DevTools& tools, Pages& pages);
 
-    /// Makes the page if there is none that has the visible page, which takes a moment. Throws
-    /// BrowserError.
+    /// Makes the page, which takes a moment, unless there is one that drives the visible page.
+    /// Throws BrowserError.
     void Open();
 
     /// How a macro ended.
@@ -40,15 +40,15 @@ class MacroPage
                  const std::vector<instance::PlayRequest::Setting>& settings, bool traces,
                  const std::function<bool()>& isWanted);
 
-    /// Throws the page away with the macro that runs in it, whatever that does, and the pages that
-    /// it has opened; from any thread. The next play gets a new one.
+    /// Discards the page with the macro that runs in it, whatever that does, and the pages that it
+    /// has opened; from any thread. The next play gets a new one.
     void Abandon();
 
-    /// Whether this is the session of the page, which alone may ask the program for something.
+    /// Whether this is the session of the page, the only one that may ask the program questions.
     bool Owns(const std::string& session);
 
-    /// Makes another page the visible one, for the macro that runs here knows it already. False
-    /// when there is no such page.
+    /// Makes another page the visible one, at the request of the macro that runs here, which
+    /// therefore is not told. False when there is no such page.
     bool Use(const std::string& target);
 
     /// Answers a question of the page's library: with an error, or an empty one and a value.

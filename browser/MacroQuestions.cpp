@@ -28,7 +28,7 @@ void MacroQuestions::Take(const std::string& session, const std::string& text)
         return;
     }
     m_workers.Run([=, this] {
-        const int id = question.value("id", 0);  // 0 for one that waits for no answer
+        const int id = question.value("id", 0);  // 0 when no answer is expected
         try {
             const Json answer = Answer(session, question);
             if (id != 0) {

@@ -32,8 +32,8 @@ class MacroQuestions
         : m_chromium(chromium), m_macroPage(macroPage), m_workers(workers)
     {}
 
-    /// Takes what a page has sent over its binding: what is no question of the macros' page is
-    /// passed over. Does not wait; on any thread.
+    /// Takes what a page has sent over its binding: anything but a question of the macros' page is
+    /// ignored. Does not wait; on any thread.
     void Take(const std::string& session, const std::string& text);
 
   private:

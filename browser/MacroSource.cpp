@@ -17,7 +17,7 @@ namespace browser
 namespace
 {
 
-/// Words alone do nothing in JavaScript, so somebody means a name.
+/// Words alone do nothing as JavaScript, so such a text is meant as a name.
 bool IsNoMoreThanWords(const std::wstring& text)
 {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](wchar_t one) {

@@ -17,7 +17,7 @@ namespace
 {
 
 /// The words of the command line, the last one first, as the library takes them. Those with a
-/// single dash or a slash are other people's: the library would take them apart.
+/// single dash or a slash belong to others: the library would take them for this program's options.
 std::vector<std::string> OwnWords()
 {
     struct LocalDeleter

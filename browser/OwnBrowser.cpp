@@ -57,7 +57,7 @@ bool OwnBrowser::StartBrowser()
 
 Chromium::Listener OwnBrowser::NewListener()
 {
-    // Before the first play begins, there is nobody whom messages and events could concern.
+    // Before the first play begins, no page waits for messages and events.
     return {[this](const std::string& session, const std::string& text) {
                 if (m_canPlay) {
                     m_questions->Take(session, text);
@@ -116,7 +116,7 @@ OwnBrowser::State OwnBrowser::WaitForStart()
 
 bool OwnBrowser::IsGoneSoon()
 {
-    // Its pages go one after the other when a browser is closed.
+    // When a browser is closed, its pages go one after the other.
     std::unique_lock<std::mutex> lock(m_mutex);
     return m_changed.wait_for(lock, std::chrono::milliseconds(kGoneTime),
                               [this] { return m_state == State::kGone; });
@@ -135,7 +135,7 @@ void OwnBrowser::Attach(const std::function<void(bool accepted)>& decide)
 
 void OwnBrowser::Play(const instance::PlayRequest& request, const instance::Answer& answer)
 {
-    // Its client waits for one play at a time: it has given up whatever still plays.
+    // The client waits for one play at a time: it has given up whatever still plays.
     const unsigned int number = StopPlay();
     m_workers.Run([=, this] {
         RunPlay(request, answer, number);

@@ -18,10 +18,10 @@
 namespace browser
 {
 
-/// The own browser as an instance: drives a real browser and plays macros in it. Commands that take
-/// their time run on threads of their own, so that the next one is read meanwhile: a play ends the
-/// one before it, which its client has given up, and a display goes beside it. When the real
-/// browser ends, so does this instance.
+/// Talvern's own browser as an instance: drives a real browser and plays macros in it. Commands
+/// that take long run on threads of their own, so that the next one is read meanwhile: a play ends
+/// the one before it, which its client has given up; a display runs at the same time as a play.
+/// When the real browser ends, so does this instance.
 class OwnBrowser : public instance::ICommands
 {
   public:
@@ -29,7 +29,7 @@ class OwnBrowser : public instance::ICommands
     OwnBrowser(const instance::InstanceWindow& window, Options options);
 
     /// Begins to start the real browser. When there is none, the instance ends once it has refused
-    /// its client, or at once when it `waitsForClient` no more.
+    /// its client, or at once when `waitsForClient` is false.
     void Start(bool waitsForClient);
 
     void Attach(const std::function<void(bool accepted)>& decide) override;
@@ -38,7 +38,7 @@ class OwnBrowser : public instance::ICommands
     void End(const instance::Answer& answer) override;
     void Detached() override;
 
-    /// Ends what plays and the real browser, some seconds at most.
+    /// Ends the play that runs and the real browser, within some seconds.
     void Close() override;
 
   private:

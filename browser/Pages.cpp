@@ -11,7 +11,7 @@ namespace browser
 namespace
 {
 
-/// Only what shows a page, with all that is below it.
+/// A filter for targets: pages, and nothing else.
 Json PagesOnly()
 {
     return Json::array({{{"type", "page"}}, {{"exclude", true}}});
@@ -36,7 +36,7 @@ void Pages::Find()
         m_context = first.value("browserContextId", "");
     }
     // From here on, the pages that are there and those to come each get a session. A new one waits
-    // for it: a window could show a dialog before, which would never be heard of.
+    // for it: a dialog that a window shows before its session exists would be missed.
     m_tools.Call("", "Target.setAutoAttach",
                  {{"autoAttach", true},
                   {"waitForDebuggerOnStart", true},
@@ -153,8 +153,8 @@ void Pages::LeaveDialogs(bool leave)
     }
 }
 
-/// All requests come by here for that, each for less than a millisecond, so it is not done where
-/// nobody would be asked.
+/// This makes the browser pause every request until this program lets it go on, each for less than
+/// a millisecond, so it is not done where nobody would be asked for a password.
 void Pages::CatchPasswords(const std::string& session)
 {
     if (m_isVisible) {
@@ -164,7 +164,7 @@ void Pages::CatchPasswords(const std::string& session)
 
 void Pages::AnswerDialog(const std::string& session, const Json& dialog)
 {
-    // A page is always let go; whatever else it asks is not agreed to.
+    // Leaving a page is always confirmed; any other dialog is dismissed.
     const bool leaves = dialog.value("type", "") == "beforeunload";
     tvn::LogDebug("a dialog is %s: %.200s", leaves ? "accepted" : "dismissed",
                   dialog.value("message", "").c_str());

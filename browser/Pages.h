@@ -12,14 +12,14 @@ namespace browser
 {
 
 /// The pages of one browser that people see, in the order in which they were opened, one of them
-/// the visible one: the one that macros drive. Each gets a session when it comes. Dialogs that any
-/// of them opens are answered here, so that none waits for somebody. Used by several threads.
+/// the visible one: the one that macros drive. Each gets a session when it opens. Dialogs that any
+/// of them opens are answered here, so that none waits for a person. Used by several threads.
 class Pages
 {
   public:
-    /// `tools` must outlive this object. Only when people can see the pages, the browser would ask
-    /// them for passwords of sites. `onGone` is called on the connection's thread when the
-    /// last page has been closed, by whomever.
+    /// `tools` must outlive this object. `isVisible`: people can see the pages, and the browser
+    /// would ask them for passwords of sites. `onGone` is called on the connection's thread when
+    /// the last page has been closed, by whomever.
     Pages(DevTools& tools, bool isVisible, std::function<void()> onGone);
 
     /// Learns which pages there are. Throws BrowserError when there is none.

@@ -35,9 +35,9 @@ std::wstring NewName()
     return L"\\\\.\\pipe\\TalvernBrowser_" + std::wstring(tvn::ToView(unique));
 }
 
-/// This program's end. What the system calls an anonymous pipe is one with a name, too, but its
-/// reads could not be cancelled. The name has one end to connect to, which NewBrowserEnd takes: if
-/// somebody else were faster, that fails, and no browser is started.
+/// This program's end of a pipe. It is not one of the system's anonymous pipes, which have names,
+/// too, because their reads could not be cancelled. The pipe accepts one client: if another program
+/// connects before NewBrowserEnd does, NewBrowserEnd fails, and no browser is started.
 HANDLE NewEnd(const std::wstring& name, DWORD direction)
 {
     HANDLE pipe = CreateNamedPipeW(name.c_str(),

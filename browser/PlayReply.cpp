@@ -8,7 +8,7 @@ namespace browser
 namespace
 {
 
-/// Whoever reads the reply cuts it at the first mark.
+/// The reader of the reply cuts it at the first mark.
 std::wstring WithoutMark(std::wstring text)
 {
     for (std::size_t at = 0; (at = text.find(tvn::kErrorSeparator, at)) != std::wstring::npos;) {

@@ -9,7 +9,7 @@ namespace browser
 {
 
 /// What a play is answered with: "message (line N)", the mark of errors, and the pieces. Where a
-/// text of the macro or a page holds that mark itself, a blank takes it apart.
+/// text of the macro or a page contains that mark itself, a blank is put into it.
 std::wstring ReplyText(const MacroPage::Outcome& outcome);
 
 /// The same for an error that comes from outside the macro.

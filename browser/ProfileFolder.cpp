@@ -26,8 +26,8 @@ constexpr const wchar_t* kKept = L"\\Profiles";
 constexpr const wchar_t* kMark = L".owner";
 constexpr DWORD kPause = 5;
 
-/// The file is shared with nobody and goes with its last handle: whoever can open it knows that its
-/// owner has gone.
+/// The file is opened without sharing and is deleted with its last handle: whoever can open it
+/// knows that its owner has gone.
 HANDLE OpenMark(const std::wstring& folder)
 {
     return CreateFileW((folder + kMark).c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr,
@@ -36,7 +36,7 @@ HANDLE OpenMark(const std::wstring& folder)
 
 /// Removes what is at `path`, a folder with all that is in it. Of a link, only the link goes: what
 /// it leads to is somebody else's. The library does not know Windows' links, and its removal of a
-/// whole tree does not come back from a folder that holds what cannot be seen here.
+/// whole tree never returns from a folder that holds files which cannot be seen here.
 void RemoveTree(const fs::path& path)
 {
     const DWORD attributes = GetFileAttributesW(path.c_str());
@@ -56,8 +56,8 @@ void RemoveTree(const fs::path& path)
     RemoveDirectoryW(path.c_str());
 }
 
-/// A page that prints would open a dialog that waits for somebody. A browser keeps what it finds
-/// here when it starts on a profile for the first time.
+/// A page that prints would open a dialog that waits for a person. A browser keeps the settings
+/// that it finds here when it starts on a profile for the first time.
 void ForbidPrinting(const fs::path& profile)
 {
     const fs::path file = profile / L"Default" / L"Preferences";

@@ -44,7 +44,7 @@ class ProfileFolder
   private:
     const bool m_isKept;
     const std::wstring m_path;
-    tvn::Handle m_mark;  ///< of a file beside it that lives as long as its owner
+    tvn::Handle m_mark;  ///< of a file beside it that exists as long as its owner
     bool m_isRemoved = false;
 };
 

@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 constexpr DWORD kDrawTime = 30000;
 
-/// `name` taken apart, every part of it a plain name.
+/// `name` split into its parts, each of which has to be a plain name.
 fs::path RelativePath(const std::wstring& name)
 {
     fs::path path;

@@ -13,7 +13,7 @@ struct Switch
     const char* reason;
 };
 
-/// What the browser is started with, whoever's machine it is.
+/// What the browser is started with on every machine.
 constexpr Switch kSwitches[] = {
     {L"--no-first-run", "no dialogs of a first run"},
     {L"--no-default-browser-check", "no question whether it is to be the default"},
@@ -41,7 +41,7 @@ constexpr std::wstring_view kDisabledFeatures =
     L"BackForwardCache,CalculateNativeWinOcclusion,Translate,DialMediaRouteProvider,"
     L"OptimizationHints";
 
-/// A browser heeds the last list only, so there must be one for all.
+/// A browser uses only the last such list, so there must be one for all features.
 std::wstring WithDisabledFeatures(std::wstring arguments)
 {
     constexpr std::wstring_view kSwitch = L"--disable-features=";

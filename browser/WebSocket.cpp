@@ -1,4 +1,4 @@
-// All that includes Beast, because it takes its time to compile.
+// The only file that includes Beast, because that takes long to compile.
 
 #include "browser/WebSocket.h"
 
@@ -84,7 +84,7 @@ class WebSocket : public AsioLink
 
     void Close() override
     {
-        // There is nothing to say goodbye for: whoever ends the browser has told it so already.
+        // No closing handshake: whoever ends the browser has told it so already.
         error_code ignored;
         beast::get_lowest_layer(m_stream).socket().close(ignored);
     }

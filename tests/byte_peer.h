@@ -16,7 +16,7 @@ namespace tvn::tests
 {
 
 /// One end of a pipe in message mode. Every operation ends when the other side closes, when its
-/// time-out, in milliseconds, is over, or when `stop` is signalled; it is then taken back. Used by
+/// time-out, in milliseconds, expires, or when `stop` is signalled; it is then cancelled. Used by
 /// one thread at a time. Copies are the same end, which is closed with the last of them.
 class BytePeer
 {
@@ -40,7 +40,7 @@ class BytePeer
     /// The next message, whole; false when there will be none.
     bool Read(Bytes& message, DWORD timeout = INFINITE);
 
-    /// Reads `count` bytes of the next message, and leaves what is behind them.
+    /// Reads `count` bytes of the next message, and leaves the rest in the pipe.
     bool ReadPart(std::size_t count);
 
     /// One message. False when nobody has taken it.

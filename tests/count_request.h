@@ -1,4 +1,4 @@
-// How a program of the build that counts what runs is asked to write its counts and to end.
+// How a program of the coverage build is asked to write its counts and to end.
 #pragma once
 
 #include <windows.h>
@@ -8,16 +8,16 @@
 namespace tvn::tests
 {
 
-/// With which it then ends: the code of one that is ended by force.
+/// The exit code that the program then ends with: that of one that is ended by force.
 constexpr UINT kCountedExitCode = 0xFFFFFFFF;
 
-/// The event that asks for it.
+/// The event by which it is asked.
 inline std::string CountRequestName(DWORD pid)
 {
     return "TalvernCountRequest" + std::to_string(pid);
 }
 
-/// Asks it of a process, and waits for its end. False when it is one of another build.
+/// Asks a process for it, and waits for its end. False when the process is one of another build.
 inline bool EndWithCounts(HANDLE process)
 {
     constexpr DWORD kPatience = 5000;

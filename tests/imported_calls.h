@@ -1,5 +1,5 @@
 // Every call that the product makes to the platform, and every block of memory that it asks for,
-// passes through here: it is counted, made to fail, or given to somebody else. A program that is
+// passes through here: it is counted, made to fail, or passed to a replacement. A program that is
 // linked with this gets all of the product's imports in this way; the list is made from the
 // product's libraries when they are built.
 #pragma once
@@ -16,8 +16,8 @@ namespace tvn::tests
 
 /// How a call fails.
 enum class Fails : unsigned char {
-    kOnce,        ///< it does nothing, and says so
-    kThoughDone,  ///< it does what it is for, and reports a failure all the same
+    kOnce,        ///< it does nothing, and reports the failure
+    kThoughDone,  ///< it does its work, and reports a failure all the same
     kFromHereOn,  ///< this one, and every later one of the same kind: memory stays short
 };
 
@@ -26,8 +26,8 @@ enum class Fails : unsigned char {
 inline constexpr const char* kMemory = "memory";
 inline constexpr const char* kAnything = "anything";
 
-/// Counts the calls and the blocks of memory of the thread that makes this, until it goes, and lets
-/// them fail. One at a time.
+/// Counts the calls and the blocks of memory of the thread that makes this, until it is destroyed,
+/// and lets them fail. One at a time.
 class ImportWatch
 {
   public:
@@ -36,8 +36,8 @@ class ImportWatch
     ImportWatch(const ImportWatch&) = delete;
     ImportWatch& operator=(const ImportWatch&) = delete;
 
-    /// Lets the `call`-th call of `what` from now on, the first is 1, fail with the code `error`. A
-    /// call that gives something back does so in any case. 0 for no call any more.
+    /// Lets the `call`-th call of `what` from now on, counted from 1, fail with the code `error`; 0
+    /// lets no call fail any more. A call that frees something does so in any case.
     void Fail(std::string_view what, DWORD error, unsigned int call = 1,
               Fails how = Fails::kOnce) noexcept;
 
@@ -55,11 +55,11 @@ class ImportWatch
     int OpenHandles() const noexcept;
     int OpenBlocks() const noexcept;
 
-    /// The most bytes of blocks that were open at a time.
+    /// The most bytes of blocks that were allocated at a time.
     std::size_t PeakBytes() const noexcept;
 };
 
-/// What one failure came to.
+/// What one failure led to.
 struct Failure
 {
     std::string_view what;  ///< the import, or "new"
@@ -75,8 +75,8 @@ void FailEach(Fails how, const std::function<void()>& before, const std::functio
 bool BlockFails(std::size_t size) noexcept;
 void BlockIsFreed(std::size_t size) noexcept;
 
-/// Puts another function in the place of an import, on all threads, until it goes. Made by the
-/// macro, which sees to it that the two are of one type.
+/// Puts another function in the place of an import, on all threads, until it is destroyed. Made by
+/// the macro, which makes sure that the two are of one type.
 class ReplacedImport
 {
   public:

@@ -13,8 +13,8 @@
 namespace tvn::tests
 {
 
-/// The moments at which the scripting object waits for the other side, in the order in which an
-/// attach through the runner service, a start and an end come to them.
+/// The moments at which the scripting object waits for the other side, in the order in which they
+/// come in an attach through the runner service, a start and an end.
 enum class Stage {
     Runner,
     List,
@@ -37,13 +37,12 @@ struct Turn
     Bytes answer = {};           ///< a whole message; empty for the moments without one
 };
 
-/// In threads of this process, does all that it is asked and answers at once, unless it is told
-/// what else to do. The runner's pipe is one for the machine, so there can be one of these at a
-/// time.
+/// Does all that it is asked and answers at once, in threads of this process, unless it is told to
+/// do something else. The machine has one runner's pipe, so there can be one of these at a time.
 class OtherSide
 {
   public:
-    /// Does what is done in the place of the answer. False: the connection is closed.
+    /// What is done in the place of the answer. False: the connection is closed.
     using Act = std::function<bool(Turn& turn)>;
 
     /// What a play is answered with, and the value that names the instance's window.
@@ -57,10 +56,10 @@ class OtherSide
     /// connected to the runner, before anything is read. Callable from any thread.
     void Next(Stage stage, Act act);
 
-    /// Forgets what was to be done and has not come yet.
+    /// Forgets the acts whose stage has not come yet.
     void Oblige();
 
-    /// Whether the runner lists an instance; without one, a start follows. It does at first.
+    /// Whether the runner lists an instance; without one, a start follows. True at first.
     void ListInstance(bool listed);
 
   private:

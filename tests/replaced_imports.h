@@ -1,4 +1,4 @@
-// The platform's functions as tests let them fail, or look at what they are given.
+// The platform's functions, which tests let fail, or whose arguments they look at.
 #pragma once
 
 #include <windows.h>

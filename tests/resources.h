@@ -14,8 +14,8 @@ std::ptrdiff_t CountHandles();
 extern std::size_t g_largestAllocation;
 extern std::size_t g_allocatedBytes;
 
-/// While one lives, memory that is freed can no longer be touched, and is not given out again: who
-/// touches it ends the program, with a line that says so. Slow, and good for some million blocks.
+/// While one exists, freed memory is inaccessible and is not reused: code that touches it ends the
+/// program, with a line that says so. Slow, and good for some million blocks.
 class FreedMemoryIsGone
 {
   public:

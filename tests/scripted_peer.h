@@ -23,14 +23,14 @@ struct Step
     std::vector<Bytes> replies = {};                  ///< a message each
     DWORD delay = 0;                                  ///< milliseconds before the replies
     bool closes = false;                              ///< the connection, after the replies
-    DWORD patience = INFINITE;                        ///< a reply not read by then is taken back
+    DWORD patience = INFINITE;                        ///< a reply not read by then is cancelled
 };
 
 using Script = std::vector<Step>;
 
 /// One end of a message pipe. A test uses it by hand, or has it perform a script on a thread of its
 /// own. A script goes on with the next client when one goes away; the last connection stays open as
-/// long as the peer lives. A message that does not come, or is another, fails the test.
+/// long as the peer exists. A message that does not come, or is another one, fails the test.
 class ScriptedPeer
 {
   public:
@@ -41,7 +41,7 @@ class ScriptedPeer
     /// The client's part on a pipe that somebody else has made.
     explicit ScriptedPeer(const boost::shared_ptr<Handle>& client);
 
-    /// Gives a script that still runs some seconds to come to its end.
+    /// Gives a script that still runs some seconds to finish.
     ~ScriptedPeer();
 
     ScriptedPeer(const ScriptedPeer&) = delete;
@@ -50,7 +50,7 @@ class ScriptedPeer
     /// The pipe's other end, opened as the product opens it.
     boost::shared_ptr<Handle> Client() const;
 
-    /// Performs one more script; the one before comes to its end first.
+    /// Performs one more script; the one before finishes first.
     void Perform(Script script);
 
     /// By hand, for peers without a script: writes or reads one message within some seconds.
@@ -64,10 +64,10 @@ class ScriptedPeer
     bool NextClient();
 
     std::string m_name;
-    const boost::shared_ptr<Handle> m_done;  ///< the script has come to its end
-    const boost::shared_ptr<Handle> m_stop;  ///< and this is its end if it has not
+    const boost::shared_ptr<Handle> m_done;  ///< the script has finished
+    const boost::shared_ptr<Handle> m_stop;  ///< ends it if it has not
     std::optional<BytePeer> m_end;
-    std::optional<BytePeer> m_spare;  ///< where the next client finds its place
+    std::optional<BytePeer> m_spare;  ///< the end that the next client connects to
     bool m_connected = false;
     std::thread m_thread;
 };

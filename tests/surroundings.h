@@ -42,7 +42,7 @@ std::string Ran(const std::string& commandLine);
 /// All that a file holds.
 std::string Contents(const std::string& path);
 
-/// Starts one as an instance whose starter goes away while it reports itself.
+/// Starts one as an instance whose starter goes away while it calls back.
 boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program);
 
 /// The running processes of an executable, and the end of those of all browsers.

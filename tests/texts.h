@@ -8,7 +8,7 @@
 namespace tvn::tests
 {
 
-/// The text that nobody gave.
+/// A text that was left out.
 inline const ComString kNone;
 
 std::string Narrow(const ComString& text);

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # shellcheck disable=SC2034 # the lists of packages are for those who source this
 #
-# What all commands in this folder share: where things are, what they say, and the packages that they
-# need. To be sourced; what only some of them need is in the files of lib/, sourced after this one.
-# Everything that is made lies below build/; nothing else is written.
+# What all commands in this folder share: paths, messages, and the packages that they need. To be
+# sourced; what only some of them need is in the files of lib/, sourced after this one. Everything
+# that is made lies below build/; nothing else is written.
 
 set -euo pipefail
 

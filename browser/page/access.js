@@ -1,8 +1,8 @@
-// How long a page may be busy with what an operation has set off before that is taken for its own.
+// How many milliseconds an operation waits for a page that is busy with what it has triggered.
 const longestTurn = 1500;
 
-// How the operations get at a frame: what they ask it, the points where the mouse meets it, and the
-// wait for what they lead to.
+// How the operations reach a frame: what they ask it, the points where they click, and the wait for
+// the page that they lead to.
 class FrameAccess {
   // `where(deadline)` gives the frame, once it is there, and its tab.
   constructor(where) {
@@ -31,7 +31,8 @@ class FrameAccess {
     }
   }
 
-  // Has the frame's own world answer, in the document that comes when one is left meanwhile.
+  // Asks this system's own world in the frame; when the document is replaced meanwhile, asks the new
+  // one.
   async ask(question, selector, values, deadline) {
     const subject = selector === null ? [] : [String(selector)];
     const late = () => [...subject, "gets no answer from the page"].join(" ");
@@ -58,8 +59,8 @@ class FrameAccess {
     }
   }
 
-  // Does something that may lead to another page, which the next operation is meant for: when it is
-  // done, a document that it has asked for is there and parsed.
+  // Does something that may lead to another page, which the next operation is meant for: when this
+  // returns, a document that was asked for has come and is parsed.
   async leading(deadline, act) {
     const place = await this.where(deadline);
     const { tab, frame } = place;
@@ -84,16 +85,16 @@ class FrameAccess {
     return result;
   }
 
-  // One turn of the page's tasks. A navigation is a task that was posted; after the turn it has
-  // begun, and its event has come in front of the answer. A page that is too busy to answer is met
-  // by the next operation.
+  // One turn of the page's event loop. A navigation is a task that was posted; after the turn it has
+  // begun, and its event has come before the answer. A page that is too busy to answer is left to
+  // the next operation.
   async #turn({ tab, frame }, deadline) {
     const world = frame.worlds.get(ownWorld);
     if (!world) {
       return; // the document has been left already
     }
     const turn = "function() { return talvernElements.answers.turn(); }";
-    const call = tab.callIn(frame, world, turn, []).catch(() => {}); // it has gone meanwhile
+    const call = tab.callIn(frame, world, turn, []).catch(() => {}); // the page has gone meanwhile
     const tooLong = new Promise((resolve) => setTimeout(resolve, longestTurn));
     await deadline.within(Promise.race([call, tooLong]), () => "the page does not answer");
   }
@@ -113,8 +114,8 @@ class FrameAccess {
     });
   }
 
-  // A frame from another site draws by itself. Until the browser knows where it lies, what is
-  // clicked there goes to the page around it: the mouse is moved until the frame has seen it.
+  // A frame from another site is drawn by another process. Until the browser knows where the frame
+  // lies, a click there goes to the page around it: the mouse is moved until the frame has seen it.
   async #reach(selector, { x, y }, deadline) {
     const { tab, frame } = await this.where(deadline);
     if (frame.session === tab.session) {
@@ -129,7 +130,7 @@ class FrameAccess {
     }
   }
 
-  // Where the mouse meets the element, as seen from the page's corner.
+  // Where to put the mouse on the element, relative to the page's corner.
   async aim(question, selector, deadline) {
     for (;;) {
       let point = await this.ask(question, selector, [], deadline);
@@ -146,8 +147,8 @@ class FrameAccess {
     }
   }
 
-  // A point of a frame as seen from the corner of the one that it lies in; nothing when something
-  // lies over the frame there.
+  // A point of a frame relative to the corner of the frame around it; nothing when something covers
+  // the frame there.
   async #inParent(tab, frame, { x, y }, deadline) {
     const { session } = frame.parent;
     const late = () => "the page does not answer";

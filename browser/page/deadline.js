@@ -1,11 +1,11 @@
-// The longest time that a timer takes: what is longer would be over at once.
+// The longest time that a timer takes: a longer one would fire at once.
 const longestTimer = 2 ** 31 - 1;
 
 // The time of one operation, which every wait inside it shares, and the signal of its play, whose end
 // ends them all.
 class Deadline {
-  // How much longer than its own waits something inside the visible page is waited for. An answer
-  // that names what was waited for is worth more than one that comes on the dot.
+  // By how many milliseconds a wait for code inside the visible page outlasts that code's own waits:
+  // its answer says what did not come true, which is worth more than a time-out to the millisecond.
   static grace = 500;
 
   #signal;
@@ -26,8 +26,8 @@ class Deadline {
     return this.end - performance.now() < 2 || this.#signal.aborted;
   }
 
-  // What `promise` gives; an error with the text of `late` when the time is over before, and the
-  // signal's own when the play is.
+  // What `promise` gives; an error with the text of `late` when it times out, and the signal's own
+  // error when the play ends first.
   async within(promise, late, grace = 0) {
     let timer;
     let ended;
@@ -56,7 +56,7 @@ class Deadline {
   }
 }
 
-// Tells all who wait that something they look at has changed.
+// Notifies all who wait that something they look at has changed.
 class Changes {
   #waiting = new Set();
 

@@ -1,6 +1,6 @@
 // Runs in the visible page, in a world of its own: shows a text in a bar at the top for a while.
-// The bar is in nobody's way, clicks go through it; and the text is nobody's but the person's, the
-// page's scripts do not see into a closed root.
+// The bar is in nobody's way, for clicks go through it; and only the person can read the text, for
+// the page's scripts cannot see into a closed shadow root.
 function (text, milliseconds) {
   globalThis.talvernDisplay?.remove();
   const bar = (globalThis.talvernDisplay = document.createElement("div"));

@@ -1,4 +1,4 @@
-// What the pages download, as the browser tells of it.
+// What the pages download, as the browser reports it.
 class Downloads {
   expected = 0; // operations that wait for one
 
@@ -13,7 +13,7 @@ class Downloads {
     }
   }
 
-  // The path of the file that comes of what `action` does.
+  // The path of the file that is downloaded because of what `action` does.
   async fileOf(action, deadline) {
     const before = new Set(this.#all.keys());
     const find = () => {

@@ -1,13 +1,13 @@
-// Runs inside the visible page as `selectorsInPage` does: waits until what a person would need of an
-// element is true. To `own` it adds the waiting, and the answers that `ask` gives.
+// Runs inside the visible page as `selectorsInPage` does: waits until a person could use an element.
+// To `own` it adds the waiting, and the answers that `ask` gives.
 function elementsInPage(own) {
   const gone = "is not there";
-  // What a person acts on by itself, also inside a label.
+  // What a click is meant for itself, even inside a label.
   const controls =
     "a[href], area[href], button, input, select, textarea, summary, [contenteditable]," +
     " [role=button], [role=link], [role=checkbox], [role=radio], [role=switch], [role=textbox]," +
     " [role=combobox], [role=tab], [role^=menuitem]";
-  // Whoever waits goes on as long as this is the object that it began with.
+  // A wait goes on as long as this is the object that it began with.
   let round = {};
 
   // Resolves at the next frame with true, and without one with false.
@@ -48,7 +48,7 @@ function elementsInPage(own) {
     return !element.readOnly && element.getAttribute("aria-readonly") !== "true";
   }
 
-  // Where the element's first visible piece has its middle, as seen from this frame's corner.
+  // The middle of the element's first visible piece, relative to this frame's corner.
   function middle(element) {
     const box = [...element.getClientRects()].find((one) => one.width > 0 && one.height > 0);
     const left = Math.max(box.left, 0);
@@ -105,8 +105,8 @@ function elementsInPage(own) {
     return { lacks: hit ? `is covered by ${own.named(hit)}` : "cannot be scrolled into view" };
   }
 
-  // Whether an animation may move a box: it runs by itself, not as far as somebody scrolls, and is
-  // about more than colours.
+  // Whether an animation may move a box: it runs by time, not by scrolling, and changes more than
+  // colours.
   function mayMove({ timeline, effect }) {
     const harmless = /color|opacity|shadow|filter|outline|background|fill|stroke|visibility|cursor/i;
     const names = effect.getKeyframes().flatMap((frame) => Object.keys(frame));
@@ -124,8 +124,8 @@ function elementsInPage(own) {
   // An animation, a frame of scripted movement or a late layout: whatever it is, the box moves from
   // one time of the page's clock to the next. The first frame after a task may still have the task's
   // time, and without frames nothing that is animated moves: there, and before its first frame, an
-  // animation of the element or of what it lies in counts by itself. So it does where the other time
-  // is that of an operation before.
+  // animation of the element or of what contains it counts as movement. So it does when the box is
+  // compared with the one that an earlier operation saw.
   function isResting(element, drawn, isFirstLook) {
     const { x, y, width, height } = element.getBoundingClientRect();
     const box = `${x} ${y} ${width} ${height}`;
@@ -153,7 +153,7 @@ function elementsInPage(own) {
   }
 
   // Looks again and again, at most `timeout` milliseconds (null: no limit), until `look` gives
-  // something else than what is lacking: a value, or what stands against it for good.
+  // something else than what is lacking: a value, or a reason why there never will be one.
   async function until(text, timeout, look) {
     const mine = round;
     const end = timeout === null ? Infinity : performance.now() + timeout;
@@ -204,8 +204,8 @@ function elementsInPage(own) {
     });
   };
 
-  // What this world is asked for by name, each answer the `value`, what the element `lacks`, or what
-  // stands `against` it.
+  // What this world is asked for by name. Each answer has a `value`, what the element `lacks`, or
+  // the reason `against` any further waiting.
   own.answers = {
     // The place to click at.
     aim: (selector, timeout) =>
@@ -242,18 +242,18 @@ function elementsInPage(own) {
         }
       }),
 
-    // Gives the page's other tasks a turn: one that is to lead elsewhere has then begun to.
+    // Gives the page's other tasks a turn, after which a navigation among them has begun.
     turn: () => new Promise((resolve) => setTimeout(resolve, 0, { value: true })),
   };
 
-  // Nobody waits any more for what is waited for here.
+  // Ends all waits here, because nobody waits for their answers any more.
   own.stop = () => {
     round = {};
   };
 }
 
 // Runs in the visible page too, with the element of a frame as `this`: where a point of that frame
-// lies, as seen from the corner of the document that holds it. Null when something lies over it.
+// lies, relative to the corner of the document that holds it. Null when something covers it.
 function placeInParent(x, y) {
   const box = this.getBoundingClientRect();
   const style = getComputedStyle(this);

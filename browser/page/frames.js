@@ -1,7 +1,7 @@
 // The name of the world that is this system's own in each document of the visible page.
 const ownWorld = "talvern";
 
-// What a call gets to hear when the document that it was made in has been left.
+// The error of a call when the document that it was made in has been left.
 class DocumentGone extends Error {}
 
 // One frame of a tab, the top one included: where it is, which document it shows and how far that
@@ -156,7 +156,7 @@ class Frames {
     "Page.lifecycleEvent": ({ frameId, loaderId, name }) =>
       this.#all.get(frameId)?.reaches(name, loaderId),
 
-    // While a session tells of its worlds, see Tab.
+    // Comes only while a session reports its worlds, see Tab.
     "Runtime.executionContextCreated": ({ context }, session) => {
       const { frameId, isDefault } = context.auxData ?? {};
       const frame = this.#all.get(frameId);

@@ -1,5 +1,5 @@
 // What the program calls in this page. It has put two channels here: one to itself, and one to the
-// browser, whose messages come in under that one's name.
+// browser; the browser's messages arrive under the name of the second one.
 
 // Questions that only the program can answer.
 class Program {
@@ -44,7 +44,7 @@ delete globalThis.talvernProgram;
 
 const AsyncFunction = (async () => {}).constructor;
 
-// The names and values of an object's own, and nothing that it inherits.
+// The names and values of an object's own properties, without inherited ones.
 function ownNames(pairs) {
   const object = Object.create(null);
   for (const [name, value] of pairs) {

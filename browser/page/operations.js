@@ -1,4 +1,4 @@
-// The operations on one frame, the top one of the driven page as a rule. Each waits, within its
+// The operations on one frame, as a rule the top one of the driven page. Each waits, within its
 // time-out, for what it needs, and says in its error what did not come true.
 class FrameOperations {
   #play;
@@ -110,7 +110,7 @@ class FrameOperations {
     return this.#read("isChecked", "isChecked", selector, options);
   }
 
-  // The next three tell what is so now, and wait for nothing.
+  // The next three report the present state, and wait for nothing.
   isVisible(selector) {
     return this.#read("isVisible", "isVisible", selector, {});
   }
@@ -193,7 +193,7 @@ class FrameOperations {
   }
 }
 
-// What no operation is called.
+// Any name that no operation has is an error.
 Object.setPrototypeOf(
   FrameOperations.prototype,
   new Proxy(Object.prototype, {

@@ -206,7 +206,7 @@ class Page extends FrameOperations {
     );
   }
 
-  // A page that crashes while it is asked for is told from one that does not come a little later.
+  // Whether a page has crashed as it was asked for, or just does not come, is known a little later.
   async #crashOf(errorText) {
     if (errorText === "net::ERR_ABORTED") {
       const soon = new Deadline(300, new AbortController().signal);

@@ -5,7 +5,7 @@ class Awaited extends Promise {
   }
 
   isHeard = false;
-  isRaced = false; // against others, of which one is enough
+  isRaced = false; // against other promises, of which one is enough
 
   then(...values) {
     this.isHeard = true;

@@ -1,4 +1,4 @@
-// What the browser says to a command that it does not carry out.
+// The browser's error for a command that it does not carry out.
 class ProtocolError extends Error {}
 
 // The browser's own protocol, spoken over the channel that the program has put into this page: an
@@ -15,8 +15,8 @@ class Protocol {
     channel.onmessage = (text) => this.#receive(JSON.parse(text));
   }
 
-  // What the browser answers; without a session it is the browser itself that is asked. An end of
-  // the session is an answer too.
+  // Gives the browser's answer; without a session the command goes to the browser itself. The end of
+  // the session rejects the call.
   call(method, params = {}, sessionId = undefined) {
     const id = ++this.#lastId;
     return new Promise((resolve, reject) => {

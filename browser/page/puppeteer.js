@@ -35,7 +35,7 @@ class LibraryTransport {
     );
   }
 
-  // An event of the browser itself, which the program has heard.
+  // An event of the browser itself, which the program has received.
   heard(method, params) {
     this.onmessage?.(JSON.stringify({ method, params }));
   }
@@ -122,8 +122,8 @@ class PageLibrary {
   }
 }
 
-// The library's errors tell nothing of the macro. So each of its methods notes the line that calls it,
-// which stands for what fails later.
+// The library's errors do not tell the macro's line. So each of its methods notes the line that calls
+// it, which is reported when the call fails later.
 function noteLines(module) {
   for (const { prototype } of Object.values(module).filter((value) => value?.prototype)) {
     for (const [name, property] of Object.entries(Object.getOwnPropertyDescriptors(prototype))) {

@@ -21,7 +21,7 @@ function selectorsInPage(own) {
     return [...rootsIn(root)].flatMap((one) => [...one.querySelectorAll(css)]);
   }
 
-  // What `"text"`, `'text'`, `/pattern/flags` or a plain text asks of another text.
+  // The test that `"text"`, `'text'`, `/pattern/flags` or a plain text makes of another text.
   function matcherOf(wanted, plain) {
     const quoted = /^(["'])(.*)\1$/s.exec(wanted);
     if (quoted) {
@@ -165,7 +165,7 @@ function selectorsInPage(own) {
     #finders;
     #css = null;
 
-    // Throws when the text is none.
+    // Throws when the text is no selector.
     constructor(text) {
       const parts = [""];
       for (const [token] of text.matchAll(/"(?:[^"\\]|\\.)*"|'(?:[^'\\]|\\.)*'|>>|[^]/g)) {

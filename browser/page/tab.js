@@ -16,7 +16,7 @@ class Tab {
     this.targetId = targetId;
     this.#changes = changes;
     this.ready = this.#attach();
-    this.ready.catch(() => {}); // it has gone again
+    this.ready.catch(() => {}); // the page has gone again
   }
 
   get top() {
@@ -30,8 +30,8 @@ class Tab {
     return this.#protocol.call(method, params, session);
   }
 
-  // Ends the script that runs in the page when it does not let the page answer. What is asked next
-  // has to wait for that: it would be ended with it.
+  // Ends the script that runs in the page when it does not let the page answer. The next call has to
+  // wait for that, or it would be ended too.
   async interruptBusy(session = this.session, patience = 1000) {
     const within = (time, method, params) => {
       const call = this.#protocol.call(method, params, session);
@@ -43,9 +43,9 @@ class Tab {
     }
   }
 
-  // To be called before the page is asked to go elsewhere, which brings a crashed one back. A page
-  // whose script does not end cannot be left, and is not to be reached any more once it has been
-  // told to leave: its script is ended before.
+  // To be called before the page is asked to go elsewhere, which revives a crashed one. A page whose
+  // script does not end cannot be left, and cannot be reached any more once it has been told to
+  // leave: its script is ended before.
   async readyToLeave() {
     if (this.crashed) {
       this.crashed = false;
@@ -191,8 +191,8 @@ class Tab {
     ]);
   }
 
-  // Has a session tell which worlds its documents have. It is not left to do so by itself: with
-  // them come the lines of the page's console, however many there are.
+  // Has a session report which worlds its documents have. This is not left switched on, because the
+  // lines of the page's console come with the worlds, however many there are.
   #learnWorlds(session) {
     let learning = this.#learning.get(session);
     if (!learning) {
@@ -241,7 +241,7 @@ class Tab {
       if (frame) {
         frame.worlds.clear();
         frame.session = sessionId;
-        this.#begin(sessionId, frame).catch(() => {}); // it has gone again
+        this.#begin(sessionId, frame).catch(() => {}); // the frame has gone again
       }
     },
 

@@ -84,13 +84,13 @@ class Tabs {
     return tab;
   }
 
-  // What the macro says to a dialog, as the protocol puts it; nothing when that is not its business.
+  // The macro's answer to a dialog, as the protocol puts it; nothing when it leaves dialogs alone.
   async #answer({ type, message }) {
     if (this.#dialogAnswer === null) {
       return null;
     }
     if (type === "beforeunload") {
-      return { accept: true }; // a page is always let go
+      return { accept: true }; // leaving a page is always confirmed
     }
     const given = this.#dialogAnswer;
     const answer = typeof given === "function" ? await given(message) : given;

@@ -1,7 +1,7 @@
 // A copy of a value that JSON carries without loss: what JSON does not know, such as a date, becomes
 // an object with one name that no other has. What means nothing elsewhere (a window, an element, a
-// function) becomes undefined, and so does what holds itself. It is sent into the visible page as
-// text, so it uses nothing from outside.
+// function) becomes undefined, and so does what contains itself. This is sent into the visible page
+// as text, so it uses nothing from outside.
 function packed(whole) {
   const marked = (kind, text) => ({ "talvern value": kind, text });
   const above = [];

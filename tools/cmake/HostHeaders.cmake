@@ -1,6 +1,6 @@
-# Libraries that are headers only serve any target. Each is found where its package puts it and is
-# linked into a folder of its own, so that nothing else that lies beside it on the building machine
-# comes onto the cross compiler's path.
+# Header-only libraries serve any target. Each is found where its package puts it and is linked into
+# a folder of its own, so that no other header of the build machine comes onto the cross compiler's
+# include path.
 #
 #     tvn_link_headers(boost boost/shared_ptr.hpp)
 #

@@ -1,6 +1,6 @@
-# The version stands in project() and nowhere else; this hands it to the sources as Version.h. What
-# the scripting object gives as its version is one number: one digit for each of the first three
-# parts, and four for the last.
+# The version is given in project() and nowhere else; this passes it to the sources as Version.h. The
+# scripting object reports its version as one number: one digit for each of the first three parts,
+# and four for the last.
 foreach(part MAJOR MINOR PATCH)
   if(NOT PROJECT_VERSION_${part} MATCHES "^[0-9]$")
     message(FATAL_ERROR "The version ${PROJECT_VERSION} has more than one digit in its ${part} part")

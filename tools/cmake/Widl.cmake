@@ -10,7 +10,7 @@ find_path(
   NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
 
 # Makes NAME.tlb, NAME.h and NAME_i.c (the identifiers) from NAME.idl in the folder `output`. The
-# results tell neither when nor in which folder they were made.
+# results contain neither the time nor the folder in which they were made.
 function(tvn_compile_idl idl output)
   get_filename_component(name ${idl} NAME_WE)
   get_filename_component(source ${idl} ABSOLUTE)

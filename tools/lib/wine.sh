@@ -35,12 +35,12 @@ start_wine() { # name
         touch "$WINEPREFIX/ready"
     fi
     "$(wine_tool wineserver64)" -p >/dev/null 2>&1 || true
-    # The first program brings Wine's own services up, which keep what it has for an output open.
+    # The first program starts Wine's own services, which inherit its output and keep it open.
     wine cmd /c exit >/dev/null 2>&1 </dev/null || true
 }
 
-# Ends the server of the prefix in use, and with it every program that still runs in it. What such a
-# program has started on this machine itself is none of Wine's.
+# Ends the server of the prefix in use, and with it every program that still runs in it, but not the
+# programs of this machine that such a program has started.
 stop_wine() {
     local file
     for file in $(grep -lsF -- "--user-data-dir=$WINEPREFIX/" /proc/[0-9]*/cmdline || true); do

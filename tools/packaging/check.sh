@@ -21,7 +21,7 @@ expect_registry_as_before() { # when
     [ -z "$left" ] || fail "$1, the registry is not as it was:"$'\n'"$left"
 }
 
-# Into a file, because what Wine starts beside the script would hold a pipe open.
+# Into a file, because other processes that Wine starts would hold a pipe open.
 expect_answer() { # answer, when
     local answer
     wine cscript.exe //nologo "$(windows_path "$work/version.vbs")" >"$work/answer.log" 2>&1 || true
@@ -53,7 +53,7 @@ expect_path() { # "with" or "without" the folder of the product, when
     fi
 }
 
-# The machine below gets the lower eight bits of an exit code: 3010, a restart is asked for, is 194.
+# Outside Wine only the lower eight bits of an exit code arrive: 3010 (restart required) becomes 194.
 restart_asked_for=194
 msi() { # exit code, option, package
     local code=0
@@ -128,7 +128,7 @@ check_zip() {
     unzip -q "$build/$name.zip" -d "$folder"
     mkdir "$folder/part"
     cp "$folder/$name/register.cmd" "$folder/part"
-    # Wine's shell looks no further than an empty entry, and its installer has left some.
+    # Wine's shell stops its search at an empty entry, and its installer has left some.
     wine reg add "$environment" /v PATH /t REG_EXPAND_SZ /d '%SystemRoot%\system32;%SystemRoot%' /f >/dev/null
     path_of_machine "$work/path-before.txt"
     expect_words 2 'is not beside this file' 'C:\unpacked\part\register.cmd'

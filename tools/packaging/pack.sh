@@ -4,7 +4,7 @@
 # tools/setup.sh.
 : "${root:?tools/setup.sh comes first}" "${build:?}"
 
-# A name in the form that the installer wants, made from a text: the same text gives the same one.
+# A GUID in the installer's form, derived from a text: the same text gives the same GUID.
 guid_of() { # text
     local hash
     hash=$(printf '%s' "$1" | sha256sum | tr '[:lower:]' '[:upper:]')
@@ -17,7 +17,7 @@ fingerprint() { # folder
     (cd "$1" && find . -type f -print0 | LC_ALL=C sort -z | xargs -0 sha256sum | sha256sum)
 }
 
-# The names that were made up by chance for the folders become numbers.
+# The random names of the folders become numbers.
 number_folders() { # file
     local name names number=0
     mapfile -t names < <(grep -oE 'dir[0-9A-F]{32}' "$1" | awk '!seen[$0]++')
@@ -37,7 +37,7 @@ make_msi() { # folder, file
             --component-group Files --win64 >"$files"
     number_folders "$files"
     rm -f "$2"
-    # Not every error that it tells of makes it fail.
+    # It reports some errors without failing.
     if ! wixl --arch x64 -D Version="${1##*-}" -D ProductCode="$product" -D Stage="$stage" \
         -D Packaging=tools/packaging -D Win64=yes \
         -o "$2" tools/packaging/talvern.wxs "$files" >"$log" 2>&1 || [ -s "$log" ]; then

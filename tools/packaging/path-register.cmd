@@ -7,7 +7,7 @@ set "FOLDER=%FOLDER:~0,-1%"
 set "SYSTEM=%SystemRoot%\System32"
 if defined PROCESSOR_ARCHITEW6432 set "SYSTEM=%SystemRoot%\Sysnative"
 set "KEY=HKLM\SYSTEM\CurrentControlSet\Control\Session Manager\Environment"
-rem What is longer than a line of this file can be is left alone.
+rem A path longer than a line of a batch file can be is left alone.
 "%SYSTEM%\reg.exe" query "%KEY%" /v Path >"%FOLDER%\path.txt"
 set "SIZE=9999"
 for %%f in ("%FOLDER%\path.txt") do set "SIZE=%%~zf"
@@ -18,7 +18,7 @@ for /f "tokens=2" %%a in ('%SYSTEM%\reg.exe query "%KEY%" /v Path') do set "KIND
 for /f "tokens=2*" %%a in ('%SYSTEM%\reg.exe query "%KEY%" /v Path') do set "OLD=%%b"
 if not defined OLD exit /b 0
 
-rem The path without this folder; the name of the folder has to stand in a line of its own for that.
+rem The path without this folder; for that, the folder's name has to be written into a batch file.
 echo set "REST=%%OLD:;%FOLDER%=%%">"%FOLDER%\rest.cmd"
 call "%FOLDER%\rest.cmd"
 del "%FOLDER%\rest.cmd"

@@ -62,11 +62,11 @@ echo begun: %DATE% %TIME%>> "%REPORT%"
 call :step "registration" regsvr32 /s "%WORK%\run\talvern.dll"
 reg add "%KEY%" /v PathBasic /d "%WORK%\run\standins" /f /reg:32 >nul
 reg add "%FIREFOX%" /v PathToExe /d "%WORK%\run\standins\firefox.exe" /f /reg:32 >nul
-rem (Windows keeps this one to itself: where it cannot be written, what needs it is in the report.)
+rem (Windows protects this key: where it cannot be written, the report lists what needs it.)
 reg add "HKCR\CLSID\{0002DF01-0000-0000-C000-000000000046}\LocalServer32" /ve /d "\"%WORK%\run\standins\iexplore.exe\"" /f /reg:32 >nul 2>&1
 if errorlevel 1 echo The stand-in for Internet Explorer cannot be registered here.>> "%REPORT%"
 
-rem Two tests look for the folder of the sources.
+rem Without the tests that need the sources.
 call :step "tests" "%WORK%\run\tests\talvern_tests.exe" --gtest_brief=1 --gtest_filter=-ScriptHost.*:Examples.*:*NoPathOfTheMachineThatBuiltIt
 for %%S in (vbs js) do call :script %%S
 
@@ -89,7 +89,7 @@ echo NOT as it should be:%FAILED%. The report tells what happened: %REPORT%
 exit /b 1
 
 rem Runs a command and puts what it prints into the report: :step NAME PROGRAM ARGUMENTS...
-rem Each has a file of its own, because what it starts beside itself may keep it open.
+rem Each has a file of its own, because the processes that it starts may keep it open.
 :step
 set /a STEP=STEP+1
 set "OUTPUT=%WORK%\step%STEP%.txt"

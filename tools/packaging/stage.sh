@@ -17,8 +17,8 @@ stage_programs() { # folder
     cp tools/packaging/{,un,path-}register.cmd "$1"
 }
 
-# What tries everything on the machine where it is installed: each program in the folder, below one
-# of its own, in which its build has it.
+# The self-test for the machine where it is installed: below a folder of its own, each program lies
+# in the same folder as in its build.
 stage_selftest() { # folder
     local programs=$1/selftest
     mkdir -p "$programs/scripts"
@@ -30,7 +30,7 @@ stage_selftest() { # folder
 }
 
 # Whose code is linked into the programs: the compiler's runtime libraries, the platform's threads and
-# start-up code, the libraries that are headers, the page library and, in the self-test, the test
+# start-up code, the header-only libraries, the page library and, in the self-test, the test
 # framework.
 notice_packages() {
     local compiler=x86_64-w64-mingw32-g++-posix file

@@ -1,5 +1,5 @@
 @echo off
-rem Takes back what register.cmd has done. The files stay.
+rem Undoes what register.cmd has done. The files stay.
 setlocal
 set "FOLDER=%~dp0"
 set "FOLDER=%FOLDER:~0,-1%"
@@ -18,7 +18,7 @@ echo talvern.dll is not beside this file. Run the unregister.cmd of the folder t
 exit /b 2
 
 :complete
-rem Writes what is to go, which tells whether this is an administrator, whatever is registered.
+rem Writes the key that is to be removed: that succeeds only for an administrator, registered or not.
 "%SYSTEM%\reg.exe" add HKLM\SOFTWARE\Talvern /v PathBasic /d "%FOLDER%\browser" /f /reg:32 >nul 2>&1
 if not errorlevel 1 goto allowed
 echo This needs an administrator: click unregister.cmd with the right mouse button and choose
