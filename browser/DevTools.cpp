@@ -61,8 +61,7 @@ void DevTools::Connect(const Connector& connect)
 Json DevTools::Call(const std::string& session, const std::string& method, const Json& parameters,
                     DWORD timeout)
 {
-    const auto call = std::make_shared<Pending>();
-    call->session = session;
+    const auto call = std::make_shared<Pending>(session);
     std::unique_lock<std::mutex> lock(m_mutex);
     if (!m_link || m_ended) {
         throw BrowserError("The browser has gone.");

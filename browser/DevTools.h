@@ -9,6 +9,7 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 
 #include "browser/Link.h"
 
@@ -49,6 +50,8 @@ class DevTools
   private:
     struct Pending
     {
+        explicit Pending(std::string ofSession) : session(std::move(ofSession)) {}
+
         std::string session;
         bool answered = false;
         Json answer;
