@@ -178,7 +178,9 @@ TEST_P(FailingCalls, EndAMethodWithItsStatusAndLeaveItsObjectOfUse)
         }
         CourseOf(way, 0, GetParam());  // makes what is kept
         const Course usual = CourseOf(way, 0, GetParam());
-        for (unsigned int call = 0; call <= usual.calls; ++call) {
+        // Of the longest ways, a third is enough for every day.
+        const unsigned int step = Scale() == 1 && usual.calls > 50 ? 3 : 1;
+        for (unsigned int call = 0; call <= usual.calls; call += step) {
             const Course course = CourseOf(way, call, GetParam());
             if (way.startsProcesses) {
                 EndBrowsers();
@@ -195,10 +197,12 @@ TEST_P(FailingCalls, EndAMethodWithItsStatusAndLeaveItsObjectOfUse)
             const bool isShort = GetParam() == Fails::kOnce && course.failed != nullptr &&
                                  testing::Matches(isMemory)(course.failed);
             EXPECT_TRUE(!isShort || course.status == sOk || course.hasText || way.isGetter);
-            ++tally[course.status == sOk ? "succeeded"
-                    : course.hasText     ? "with_text"
-                                         : "status_" + std::to_string(-course.status)];
-            ++tally["calls"];
+            if (course.failed != nullptr) {  // a wait may be needed only now and then
+                ++tally["failures"];
+                ++tally[course.status == sOk ? "succeeded"
+                        : course.hasText     ? "with_text"
+                                             : "status_" + std::to_string(-course.status)];
+            }
         }
     });
     for (const auto& [what, count] : tally) {
