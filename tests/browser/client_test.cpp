@@ -137,7 +137,7 @@ TEST_F(BrowserClients, TheRunnerServiceStartsItToo)
     ASSERT_EQ(app.Init("-runner", true, 60), sOk);
     EXPECT_EQ(Plays("extract(await page.title())"), "1||");
     EXPECT_EQ(app.Exit(), sOk);
-    EXPECT_TRUE(BrowserProcesses().empty());
+    EXPECT_TRUE(Eventually([] { return BrowserProcesses().empty(); }));
 }
 
 }  // namespace tvn::tests
