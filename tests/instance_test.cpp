@@ -217,7 +217,9 @@ TEST(Instance, ReadsNoMoreCommandsFromAClientThatReadsNoReplies)
 TEST(Instance, WhatIsTooMuchForItEndsOneClientAndTheNextIsServed)
 {
     const Served served(L"/creatorUuid=creator");
-    const auto& [window, name, commands, service] = served;
+    const ComString& name = served.name;
+    const FaultyCommands& commands = served.commands;
+    const instance::CommandService& service = served.service;
     EXPECT_TRUE(service.IsReserved());
     EXPECT_EQ(Client(name).Asks(kCommandAttachIfFree, L"other"), "-1 ");
     int clients = 0;
