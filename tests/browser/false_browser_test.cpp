@@ -2,12 +2,12 @@
 // started with, and what is left of it.
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "basicslib/StatusCode.h"
+#include "process/Process.h"
 #include "tests/browser/real_browser.h"
 #include "tests/moments.h"
 #include "tests/surroundings.h"
@@ -171,9 +171,10 @@ TEST_F(FalseBrowser, EndsWithAnInstanceThatIsEndedByForceAndTheNextClearsUpWitho
     CreateSymbolicLinkW(link.c_str(), somebodys.c_str(), SYMBOLIC_LINK_FLAG_DIRECTORY);
     if (GetFileAttributesW(link.c_str()) == INVALID_FILE_ATTRIBUTES) {
         // Under Wine a process that has started a program of the host loses its registry.
-        std::system(("start /unix /bin/ln -s \"" + HostPath(somebodys.string()) + "\" \"" +
-                     HostPath(link.string()) + "\"")
-                        .c_str());
+        Process().Start(L"cmd.exe",
+                        ToComString("/c start /unix /bin/ln -s \"" + HostPath(somebodys.string()) +
+                                    "\" \"" + HostPath(link.string()) + "\""),
+                        kNone, kNone, kNone, 5000);
     }
     ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(link / "file"); }));
     ASSERT_EQ(app.Init("", true, 60), sOk);
