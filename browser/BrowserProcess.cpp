@@ -166,13 +166,13 @@ bool BrowserProcess::WaitForEnd(DWORD timeout) const
     return true;
 }
 
-bool BrowserProcess::EndByForce(DWORD timeout) const
+bool BrowserProcess::EndByForce(DWORD timeout, const std::wstring& folder)
 {
     if (m_isOnHost) {
-        // When the main process has gone, the others follow; their ids may be reused by then.
-        if (!m_hostPids.empty() && RunsOnHost(m_hostPids.front())) {
-            KillOnHost(m_hostPids);
+        if (!m_hostPids.empty() && !RunsOnHost(m_hostPids.front())) {
+            m_hostPids.clear();  // the others follow the main one, and their ids may be reused
         }
+        EndOnHost(m_hostPids, folder);
     } else {
         TerminateJobObject(m_job.Get(), 1);
     }

@@ -42,8 +42,9 @@ class BrowserProcess
     /// ended.
     bool WaitForEnd(DWORD timeout) const;
 
-    /// Ends all its processes by force and waits for that as WaitForEnd does.
-    bool EndByForce(DWORD timeout) const;
+    /// Ends all its processes by force and waits for that as WaitForEnd does. Of a program of the
+    /// machine below, `folder` is removed, too, unless it is empty.
+    bool EndByForce(DWORD timeout, const std::wstring& folder);
 
   private:
     void StartWithPipes(HANDLE input, HANDLE output);

@@ -119,12 +119,10 @@ std::string Chromium::PathForBrowser(const std::wstring& path) const
 void Chromium::End()
 {
     CloseSlowly();
-    if (!m_process.EndByForce(kForceTime)) {
+    if (!m_process.EndByForce(kForceTime, m_profile.IsKept() ? L"" : m_profile.Path())) {
         tvn::LogError("The browser does not end when it is told to");
     }
-    if (!m_process.IsOnHost() || !m_profile.RemoveApart()) {
-        m_profile.Remove(kRemoveTime);
-    }
+    m_profile.Remove(kRemoveTime);
     RemoveDirectoryW(m_downloads.c_str());  // if nothing was downloaded
 }
 

@@ -20,22 +20,6 @@ GetUnixFileName UnixFileNames()
         reinterpret_cast<void*>(GetProcAddress(kernel, "wine_get_unix_file_name")));
 }
 
-/// There is no handle of such a process, so nobody waits for it.
-bool RunTool(const std::wstring& name, const std::wstring& arguments)
-{
-    std::wstring line = name + L" " + arguments;
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION started = {};
-    if (!CreateProcessW((L"\\\\?\\unix\\bin\\" + name).c_str(), line.data(), nullptr, nullptr,
-                        FALSE, 0, nullptr, nullptr, &startup, &started)) {
-        return false;
-    }
-    const tvn::Handle process(started.hProcess);
-    const tvn::Handle thread(started.hThread);
-    return true;
-}
-
 }  // namespace
 
 bool IsHostProgram(const std::wstring& program)
@@ -55,19 +39,24 @@ std::wstring HostPath(const std::wstring& path)
     return result;
 }
 
-bool RemoveOnHost(const std::wstring& folder)
+void EndOnHost(const std::vector<unsigned long>& pids, const std::wstring& folder)
 {
-    return UnixFileNames() != nullptr && RunTool(L"rm", L"-rf \"" + HostPath(folder) + L"\"");
-}
-
-void KillOnHost(const std::vector<unsigned long>& pids)
-{
-    std::wstring arguments = L"-9";
-    for (const unsigned long pid : pids) {
-        arguments += L" " + std::to_wstring(pid);
+    if (UnixFileNames() == nullptr) {
+        return;
     }
-    if (!pids.empty()) {
-        RunTool(L"kill", arguments);
+    // One tool for both: to start one takes longer than what it does.
+    std::wstring line = LR"(sh -c "[ $# = 0 ] || kill -9 $@; rm -rf \"$0\"" ")";
+    line += (folder.empty() ? folder : HostPath(folder)) + L"\"";
+    for (const unsigned long pid : pids) {
+        line += L" " + std::to_wstring(pid);
+    }
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION started = {};
+    if (CreateProcessW(L"\\\\?\\unix\\bin\\sh", line.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                       nullptr, &startup, &started)) {
+        const tvn::Handle process(started.hProcess);
+        const tvn::Handle thread(started.hThread);
     }
 }
 

@@ -118,12 +118,6 @@ bool ProfileFolder::Remove(DWORD timeout)
     return true;
 }
 
-bool ProfileFolder::RemoveApart()
-{
-    m_isRemoved = m_isRemoved || m_isKept || RemoveOnHost(m_path);
-    return m_isRemoved;
-}
-
 void ProfileFolder::RemoveAbandoned(const std::function<void(const std::wstring& path)>& endBrowser)
 {
     std::error_code error;
@@ -133,7 +127,7 @@ void ProfileFolder::RemoveAbandoned(const std::function<void(const std::wstring&
         if (mark.IsValid()) {
             endBrowser(folder);
             RemoveTree(folder);
-            RemoveOnHost(folder);
+            EndOnHost({}, folder);
         }
     }
 }

@@ -33,10 +33,6 @@ class ProfileFolder
     /// use. True when it is gone, or kept.
     bool Remove(DWORD timeout);
 
-    /// Has the machine below Wine remove a fresh folder, which is faster there, and does not wait
-    /// for it. False where there is no such machine.
-    bool RemoveApart();
-
     /// Clears away the fresh folders whose owners were ended by force; `endBrowser` is given each
     /// one before, to end a browser that still runs on it.
     static void RemoveAbandoned(const std::function<void(const std::wstring& path)>& endBrowser);

@@ -36,10 +36,11 @@ constexpr Switch kSwitches[] = {
 
 /// Features that are off: a page that comes back from the cache without its load events, pages that
 /// stop when their window is covered, a bar that covers the page to offer a translation, a look for
-/// television sets in the network, and downloads of hints.
+/// television sets in the network, downloads of hints, and a pause after each click until the next
+/// frame, in which the page does not do what the click has asked for.
 constexpr std::wstring_view kDisabledFeatures =
     L"BackForwardCache,CalculateNativeWinOcclusion,Translate,DialMediaRouteProvider,"
-    L"OptimizationHints";
+    L"OptimizationHints,DeferRendererTasksAfterInput";
 
 /// A browser uses only the last such list, so there must be one for all features.
 std::wstring WithDisabledFeatures(std::wstring arguments)

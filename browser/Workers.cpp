@@ -1,14 +1,30 @@
 #include "browser/Workers.h"
 
+#include <windows.h>
+
 #include <chrono>
+#include <memory>
+#include <utility>
 
 #include "basicslib/Log.h"
-#include "instance/RunApart.h"
 
 namespace browser
 {
+namespace
+{
 
-void Workers::Run(const std::function<void()>& work)
+using Work = std::function<void()>;
+
+void CALLBACK RunWork(PTP_CALLBACK_INSTANCE instance, void* parameter)
+{
+    CallbackMayRunLong(instance);
+    const std::unique_ptr<Work> work(static_cast<Work*>(parameter));
+    (*work)();
+}
+
+}  // namespace
+
+void Workers::Run(std::function<void()> work)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -19,10 +35,14 @@ void Workers::Run(const std::function<void()>& work)
         --m_running;
         m_changed.notify_all();
     };
-    if (!instance::RunApart([=] {
-            work();
-            end();
-        })) {
+    auto owned = std::make_unique<Work>([work = std::move(work), end] {
+        work();
+        end();
+    });
+    // The pool keeps its threads: a new one for each play would take longer than a short play.
+    if (TrySubmitThreadpoolCallback(&RunWork, owned.get(), nullptr)) {
+        static_cast<void>(owned.release());  // now owned by the callback
+    } else {
         tvn::LogError("There is no thread for a command");
         end();
     }

@@ -7,12 +7,13 @@
 namespace browser
 {
 
-/// The commands that run on threads of their own. Used by several threads; lives as long as they.
+/// The commands that run on threads of the system's pool. Used by several threads; lives as long as
+/// they run.
 class Workers
 {
   public:
-    /// Runs `work` on a thread of its own, soon. It must not throw.
-    void Run(const std::function<void()>& work);
+    /// Runs `work`, which may take any time and must not throw, on another thread, soon.
+    void Run(std::function<void()> work);
 
     /// Waits up to `timeout` milliseconds until nothing runs any more.
     void WaitForAll(unsigned int timeout);

@@ -9,17 +9,24 @@ class FrameAccess {
     this.where = where;
   }
 
-  async evaluate(name, work, argument, deadline, unanswered = "the page does not answer") {
-    const late = () => `${name}: ${unanswered}`;
-    const { tab, frame } = await this.where(deadline);
+  // Runs code in the page's own world. With the `place` that `leading` gives, the page's turn is sent
+  // along, which is enough for a function that is done at once.
+  async evaluate(name, work, argument, deadline, { place = null, unanswered } = {}) {
+    const late = () => `${name}: ${unanswered ?? "the page does not answer"}`;
+    const { tab, frame } = place ?? (await this.where(deadline));
     const world = await tab.world(frame, "", deadline);
     const values = argument === undefined ? [] : [packed(argument)];
     const call =
       typeof work === "function"
         ? tab.callIn(frame, world, sentFunction(sourceOf(work)), values)
         : tab.evaluateIn(frame, world, String(work));
+    const turn = place ? this.#turn(place) : null;
     try {
-      return unpacked(await deadline.within(call, late));
+      const { value, later } = await deadline.within(call, late);
+      if (place && !later) {
+        place.turn = turn;
+      }
+      return unpacked(value);
     } catch (error) {
       if (deadline.isOver) {
         await tab.interruptBusy(frame.session, 100); // or nothing would run in this page any more
@@ -60,15 +67,17 @@ class FrameAccess {
   }
 
   // Does something that may lead to another page, which the next operation is meant for: when this
-  // returns, a document that was asked for has come and is parsed.
+  // returns, a document that was asked for has come and is parsed. `act` is given the place, in which
+  // it leaves the page's turn when it has begun one itself.
   async leading(deadline, act) {
-    const place = await this.where(deadline);
+    const place = { ...(await this.where(deadline)), turn: null };
     const { tab, frame } = place;
     const before = new Map([tab.top, frame].map((one) => [one, one.document]));
     const result = await act(place);
     const late = () => "the page that was asked for does not come";
     if (!tab.gone && !tab.crashed) {
-      await this.#turn(place, deadline);
+      const turn = place.turn ?? this.#turn(place);
+      await deadline.within(turn, () => "the page does not answer");
     }
     if (tab.gone) {
       return result; // what was done has closed it
@@ -88,15 +97,14 @@ class FrameAccess {
   // One turn of the page's event loop. A navigation is a task that was posted; after the turn it has
   // begun, and its event has come before the answer. A page that is too busy to answer is left to
   // the next operation.
-  async #turn({ tab, frame }, deadline) {
+  async #turn({ tab, frame }) {
     const world = frame.worlds.get(ownWorld);
     if (!world) {
       return; // the document has been left already
     }
     const turn = "function() { return talvernElements.answers.turn(); }";
     const call = tab.callIn(frame, world, turn, []).catch(() => {}); // the page has gone meanwhile
-    const tooLong = new Promise((resolve) => setTimeout(resolve, longestTurn));
-    await deadline.within(Promise.race([call, tooLong]), () => "the page does not answer");
+    await Promise.race([call, new Promise((resolve) => setTimeout(resolve, longestTurn))]);
   }
 
   clickAt(selector, options, deadline) {

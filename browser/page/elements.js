@@ -117,7 +117,8 @@ function elementsInPage(own) {
     );
   }
 
-  // Where an element was, and at which time of the page's clock, when it was last looked at.
+  // Where an element was, at which time of the page's clock, and whether it had rested before, when it
+  // was last looked at.
   const places = new WeakMap();
   const placeIsOld = 250; // in milliseconds
 
@@ -142,14 +143,14 @@ function elementsInPage(own) {
     const before = places.get(element);
     const isKnown = before?.box === box && !(isFirstLook && time - before.time > placeIsOld);
     if (moves || !isKnown) {
-      places.set(element, { box, time });
+      places.set(element, { box, time, rested: false });
       return false;
     }
-    const isOther = before.time !== time;
-    if (isOther) {
-      places.set(element, { box, time });
+    if (before.time !== time) {
+      places.set(element, { box, time, rested: true });
+      return true;
     }
-    return isOther || (!drawn && !isFirstLook);
+    return before.rested || (!drawn && !isFirstLook);
   }
 
   // Looks again and again, at most `timeout` milliseconds (null: no limit), until `look` gives

@@ -154,7 +154,9 @@ class FrameOperations {
       if (more.length > 0) {
         throw new Error("evaluate takes one argument; give it an object or an array of several");
       }
-      return this.#access.leading(deadline, () => this.#access.evaluate("evaluate", work, argument, deadline));
+      return this.#access.leading(deadline, (place) =>
+        this.#access.evaluate("evaluate", work, argument, deadline, { place }),
+      );
     });
   }
 
@@ -164,9 +166,9 @@ class FrameOperations {
     return this.#step("waitForFunction", [work], options, [], async (deadline) => {
       for (;;) {
         try {
-          const value = await this.#access.evaluate(
-            ...["waitForFunction", work, argument, deadline, never],
-          );
+          const value = await this.#access.evaluate("waitForFunction", work, argument, deadline, {
+            unanswered: never,
+          });
           if (value) {
             return value;
           }

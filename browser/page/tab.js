@@ -93,8 +93,8 @@ class Tab {
     });
   }
 
-  // Runs a text as a script of the page's own. Also a page that forbids its scripts to do so allows
-  // it here.
+  // Runs a text as a script of the page's own, and gives what a sent function does. Also a page that
+  // forbids its scripts to do so allows it here.
   async evaluateIn(frame, world, expression) {
     const remote = await this.#run(frame, world, "Runtime.evaluate", {
       expression,
@@ -103,15 +103,16 @@ class Tab {
       userGesture: true,
     });
     if (!remote?.objectId) {
-      return remote;
+      return { value: remote, later: true };
     }
-    return this.#run(frame, world, "Runtime.callFunctionOn", {
+    const { value } = await this.#run(frame, world, "Runtime.callFunctionOn", {
       functionDeclaration: sentFunction("((value) => value)"),
       objectId: remote.objectId,
       arguments: [{ objectId: remote.objectId }],
       returnByValue: true,
       awaitPromise: true,
     });
+    return { value, later: true };
   }
 
   // The element that this system's own world of a frame has chosen, as the protocol names it.

@@ -115,12 +115,14 @@ function sourceOf(work) {
 }
 
 // A function of the page, as text, that calls the one with this source: with copies of what it is
-// given, and giving a copy of its result.
+// given, and giving a copy of its result, and whether that came later, as a promise.
 function sentFunction(source) {
   return `function(...values) {
     ${packed}
     ${unpacked}
     const result = ${source}(...values.map(unpacked));
-    return typeof result?.then === "function" ? result.then(packed) : packed(result);
+    return typeof result?.then === "function"
+      ? result.then((value) => ({ value: packed(value), later: true }))
+      : { value: packed(result), later: false };
   }`;
 }
