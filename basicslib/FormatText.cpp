@@ -13,6 +13,14 @@ namespace
 {
 
 constexpr const char* kNullText = "(null)";
+constexpr std::size_t kLongestConversion = 15;
+
+/// Whether a conversion with this letter, and so many bytes in front of it, is one of a number.
+bool IsNumber(char letter, std::size_t prefix) noexcept
+{
+    constexpr std::string_view kLetters = "diuxX";
+    return prefix < kLongestConversion && kLetters.find(letter) != std::string_view::npos;
+}
 
 /// Builds a text in the caller's buffer and drops what no longer fits.
 class Output
@@ -58,6 +66,20 @@ class Output
             Append(narrow, static_cast<std::size_t>(bytes));
             text += units;
         }
+    }
+
+    /// `conversion` begins with one of `length` bytes, at most `kLongestConversion`.
+    void AppendNumber(const char* conversion, std::size_t length, unsigned int value) noexcept
+    {
+        char format[kLongestConversion + 1];
+        char digits[64];
+        std::memcpy(format, conversion, length);
+        format[length] = '\0';
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+        std::snprintf(digits, sizeof digits, format, value);
+#pragma GCC diagnostic pop
+        AppendNarrow(digits);
     }
 
     std::string_view Finish() noexcept
@@ -107,24 +129,14 @@ std::string_view FormatTextV(char* buffer, std::size_t size, const char* format,
             case '%':
                 output.Append("%", 1);
                 break;
-            default: {
-                char conversion[16];
-                char digits[64];
-                if (prefix + 2 > sizeof conversion || std::strchr("diuxX", letter) == nullptr) {
+            default:
+                if (!IsNumber(letter, prefix)) {
                     // The type of this argument is unknown, so those after it cannot be read
                     // either.
                     output.AppendNarrow(format);
                     return output.Finish();
                 }
-                std::memcpy(conversion, format, prefix + 1);
-                conversion[prefix + 1] = '\0';
-                const unsigned int value = va_arg(arguments, unsigned int);
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-                std::snprintf(digits, sizeof digits, conversion, value);
-#pragma GCC diagnostic pop
-                output.AppendNarrow(digits);
-            }
+                output.AppendNumber(format, prefix + 1, va_arg(arguments, unsigned int));
         }
         format += prefix + 1;
     }

@@ -19,12 +19,12 @@ int Process::Start(ComString appPath, ComString cmdLine, ComString user, ComStri
     const auto handle = boost::make_shared<Handle>([&] {
         result = ProcessCreator().Create(appPath, cmdLine, user, domain, password, timeoutMs,
                                          processInfo);
+        const Handle thread(processInfo.hThread);  // of no use to anybody
         return processInfo.hProcess;
     });
     if (result != sOk) {
         return result;
     }
-    const Handle thread(processInfo.hThread);
     m_handle = handle;
     m_pid = processInfo.dwProcessId;
     return sOk;
