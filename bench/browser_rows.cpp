@@ -54,7 +54,7 @@ Comparisons StartAndEnd(const Settings& settings)
     };
     const Pairs starts = Interleave(settings.seconds, 5, ours, server);
     return {Compare("start", "the driver's session", "ms", starts, Goal::NoMore, 1),
-            Compare("end", "the driver's session", "ms", ends, Goal::NoMore, 1)};
+            Compare("end", "the driver's session", "ms", ends, Goal::NoMore, 1.5)};
 }
 
 }  // namespace
@@ -86,7 +86,7 @@ Comparisons MeasureBrowser(const Settings& settings)
         Require(object.LastExtract().find(L"four[EXTRACT]five") != std::wstring::npos,
                 "the macro reads something else");
         lines.push_back(
-            Compare("20 steps", "the driver's commands", "ms", twenty, Goal::NoMore, 0.2));
+            Compare("20 steps", "the driver's commands", "ms", twenty, Goal::NoMore, 0.15));
         RequireOk(object.Exit(60));
     }
     for (Comparison& line : StartAndEnd(settings)) {

@@ -117,7 +117,7 @@ void DevTools::Receive(const std::string& text)
     try {
         Take(Parse(text));
     } catch (const Json::exception& error) {
-        tvn::LogError("The browser has sent what cannot be read (%u bytes): %s",
+        tvn::LogError("The browser has sent a message that cannot be read (%u bytes): %s",
                       static_cast<unsigned int>(text.size()), error.what());
     }
 }

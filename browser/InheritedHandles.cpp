@@ -22,15 +22,16 @@ InheritedHandles::InheritedHandles(HANDLE input, HANDLE output, std::vector<HAND
     m_memory = std::make_unique<char[]>(size);
     auto* const list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
     if (!InitializeProcThreadAttributeList(list, 1, 0, &size)) {
-        throw BrowserError("No process can be started (error " + std::to_string(GetLastError()) +
-                           ").");
+        throw BrowserError("The list of handles that a browser inherits cannot be made (error " +
+                           std::to_string(GetLastError()) + ").");
     }
     m_startup.lpAttributeList = list;
     if (!UpdateProcThreadAttribute(list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, m_handles.data(),
                                    m_handles.size() * sizeof(HANDLE), nullptr, nullptr)) {
         const DWORD error = GetLastError();
         DeleteProcThreadAttributeList(list);
-        throw BrowserError("No handle can be inherited (error " + std::to_string(error) + ").");
+        throw BrowserError("The browser cannot be given its handles (error " +
+                           std::to_string(error) + ").");
     }
 }
 

@@ -65,7 +65,8 @@ Json MacroQuestions::Answer(const std::string& session, const Json& question)
         m_macroPage.Load(session, source);
         return nullptr;
     }
-    throw BrowserError("This is not to be had: " + question.dump(-1, ' ', true));
+    throw BrowserError("The macro page asks for what this program does not know: " +
+                       question.dump(-1, ' ', true));
 }
 
 Json MacroQuestions::FilesForBrowser(const Json& paths) const

@@ -9,6 +9,7 @@
 #include "browser/BrowserError.h"
 #include "browser/FileNames.h"
 #include "browser/UserFolder.h"
+#include "browser/Utf8.h"
 
 namespace browser
 {
@@ -32,7 +33,8 @@ std::wstring NewDownloadFolder()
             return folder + name;
         }
     }
-    throw BrowserError("There is no folder for downloads.");
+    throw BrowserError("No folder for downloads can be made below " +
+                       ToUtf8(OutputFolders().back()) + "; can this account write there?");
 }
 
 }  // namespace browser

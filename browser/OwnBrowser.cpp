@@ -85,7 +85,7 @@ void OwnBrowser::PrepareToPlay()
     try {
         m_macroPage->Open();
     } catch (const std::exception& error) {
-        tvn::LogDebug("the page of the macros does not open: %s", error.what());
+        tvn::LogDebug("the page that runs macros does not open: %s", error.what());
     }
 }
 
@@ -156,7 +156,8 @@ void OwnBrowser::RunPlay(const instance::PlayRequest& request, const instance::A
     }
     try {
         if (request.hasBlankInName) {
-            throw MacroError("The name of a variable holds a blank, with which none can be sent.");
+            throw MacroError(
+                "A variable's name holds a blank, which tvnSet cannot send; use another name.");
         }
         const std::string source = MacroSource(request.macro);
         const MacroPage::Outcome outcome =

@@ -25,8 +25,8 @@ constexpr DWORD kBufferSize = 64 * 1024;
 
 [[noreturn]] void ThrowNoPipe()
 {
-    throw BrowserError("There is no pipe for the browser (error " + std::to_string(GetLastError()) +
-                       ").");
+    throw BrowserError("The pipes to the browser cannot be made (error " +
+                       std::to_string(GetLastError()) + ").");
 }
 
 std::wstring NewName()

@@ -13,7 +13,8 @@ std::wstring UserFolder()
 {
     wchar_t path[MAX_PATH] = L"";
     if (FAILED(SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, path))) {
-        throw BrowserError("There is no folder for the user's own data.");
+        throw BrowserError(
+            "Windows names no folder for local data of this user, where profiles are kept.");
     }
     return std::wstring(path) + L"\\Talvern";
 }

@@ -43,7 +43,7 @@ void Workers::Run(std::function<void()> work)
     if (TrySubmitThreadpoolCallback(&RunWork, owned.get(), nullptr)) {
         static_cast<void>(owned.release());  // now owned by the callback
     } else {
-        tvn::LogError("There is no thread for a command");
+        tvn::LogError("A command is not run, because no thread can be started for it");
         end();
     }
 }

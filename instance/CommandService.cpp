@@ -90,7 +90,7 @@ void CommandService::ReadCommands(const boost::shared_ptr<Connection>& connectio
     } catch (const tvn::ReadPipeTimeout&) {
         tvn::LogDebug("A client that is not attached has sent no command in time.");
     } catch (const tvn::BaseException&) {
-        tvn::LogDebug("A client has gone, or has sent what is no command.");
+        tvn::LogDebug("A client has disconnected, or has sent something that is no command.");
     } catch (const std::bad_alloc&) {
         tvn::LogError("A command does not fit into memory.");
     } catch (const _com_error&) {

@@ -53,7 +53,8 @@ TEST_F(BrowserTexts, CrossUnchangedWhateverTheyHold)
     for (const char* name : {"two words", "a b c", "-two words"}) {
         app.Set(name, "1");
         EXPECT_EQ(Plays("extract(1)"),
-                  "-100|The name of a variable holds a blank, with which none can be sent. (-100)|")
+                  "-100|A variable's name holds a blank, which tvnSet cannot send; use another "
+                  "name. (-100)|")
             << name;
     }
 }
