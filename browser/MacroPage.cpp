@@ -16,14 +16,24 @@ constexpr const char* kBrowserChannel = "talvernBrowser";
 constexpr const char* kProgramChannel = "talvernProgram";
 
 /// Runs before the page is given the protocol: a text of a web page that a macro puts into its own
-/// document must not become code that could use it, and must load nothing. Frames are removed from
-/// such a text because a frame that loads something in a hidden page ends the browser.
+/// document must not become code that could use it, and must load nothing. There are no frames,
+/// neither in such a text nor made by a macro: one that loads something in a hidden page ends the
+/// browser.
 constexpr const char* kPolicy = R"((() => {
   const policy = "default-src 'none'; script-src 'unsafe-eval'; " +
     "require-trusted-types-for 'script'; trusted-types default";
   const meta = { httpEquiv: "Content-Security-Policy", content: policy };
   document.head.append(Object.assign(document.createElement("meta"), meta));
   const frame = /<(?=\/?(i?frame|object|embed|portal|fencedframe))/gi;
+  for (const method of ["createElement", "createElementNS"]) {
+    const create = Document.prototype[method];
+    Document.prototype[method] = function (...values) {
+      if (`<${values.join(" <")}`.search(frame) >= 0) {
+        throw new Error("the document of a macro has no frames; use those of the page");
+      }
+      return create.apply(this, values);
+    };
+  }
   trustedTypes.createPolicy("default", {
     createScript: (text) => text,
     createHTML: (text) => text.replace(frame, "<no-"),
