@@ -30,9 +30,9 @@ struct Pairs
 
 /// Whether a ratio has to be at most or at least its goal.
 enum class Goal {
-    None,
-    NoMore,
-    NoLess,
+    kNone,
+    kNoMore,
+    kNoLess,
 };
 
 /// One line of a table: this code beside the least that could do the same work.
@@ -45,7 +45,7 @@ struct Comparison
     Spread baseline;
     double ratio = 0;  ///< of the medians, ours over the baseline
     Spread ratios;     ///< of the rounds
-    Goal relation = Goal::None;
+    Goal relation = Goal::kNone;
     double goal = 0;
     std::size_t rounds = 0;
 };

@@ -53,8 +53,8 @@ Comparisons StartAndEnd(const Settings& settings)
         return start / kMillisecond;
     };
     const Pairs starts = Interleave(settings.seconds, 5, ours, server);
-    return {Compare("start", "the driver's session", "ms", starts, Goal::NoMore, 1),
-            Compare("end", "the driver's session", "ms", ends, Goal::NoMore, 1.5)};
+    return {Compare("start", "the driver's session", "ms", starts, Goal::kNoMore, 1),
+            Compare("end", "the driver's session", "ms", ends, Goal::kNoMore, 1.5)};
 }
 
 }  // namespace
@@ -76,7 +76,7 @@ Comparisons MeasureBrowser(const Settings& settings)
             [&] { Require(driver.Evaluate("return 1") == "1", "the driver evaluates wrongly"); });
         Require(object.LastExtract() == L"1", "the macro evaluates wrongly");
         lines.push_back(
-            Compare("one evaluate", "the driver's command", "ms", one, Goal::NoMore, 0.85));
+            Compare("one evaluate", "the driver's command", "ms", one, Goal::kNoMore, 0.85));
 
         const std::string name = driver.Find("#name");
         const std::string send = driver.Find("#send");
@@ -86,7 +86,7 @@ Comparisons MeasureBrowser(const Settings& settings)
         Require(object.LastExtract().find(L"four[EXTRACT]five") != std::wstring::npos,
                 "the macro reads something else");
         lines.push_back(
-            Compare("20 steps", "the driver's commands", "ms", twenty, Goal::NoMore, 0.15));
+            Compare("20 steps", "the driver's commands", "ms", twenty, Goal::kNoMore, 0.15));
         RequireOk(object.Exit(60));
     }
     for (Comparison& line : StartAndEnd(settings)) {

@@ -35,9 +35,9 @@ void Print(const bench::Spread& spread)
 
 void Print(const bench::Comparison& line)
 {
-    const char* const relation = line.relation == bench::Goal::NoMore   ? "most"
-                                 : line.relation == bench::Goal::NoLess ? "least"
-                                                                        : "none";
+    const char* const relation = line.relation == bench::Goal::kNoMore   ? "most"
+                                 : line.relation == bench::Goal::kNoLess ? "least"
+                                                                         : "none";
     std::printf("%s\t%s\t%s", line.name.c_str(), line.baselineName.c_str(), line.unit.c_str());
     Print(line.ours);
     Print(line.baseline);

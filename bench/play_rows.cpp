@@ -21,7 +21,7 @@ Comparisons MeasurePlay(const Settings& settings)
     const Pairs pairs = InterleaveTimes(
         settings.seconds, 100, kMicrosecond, [&] { RequireOk(object.Play(L"")); },
         [&] { bare.Transfer(); });
-    return {Compare("an empty macro", "one write, one read", "µs", pairs, Goal::None, 0)};
+    return {Compare("an empty macro", "one write, one read", "µs", pairs, Goal::kNone, 0)};
 }
 
 Comparisons MeasureDriver(const Settings& settings)
@@ -35,7 +35,7 @@ Comparisons MeasureDriver(const Settings& settings)
         [&] {
             Require(driver.Evaluate("return 1") == "1", "the driver does not answer as it should");
         });
-    return {Compare("an empty macro", "the driver's return 1", "µs", pairs, Goal::NoMore, 0.5)};
+    return {Compare("an empty macro", "the driver's return 1", "µs", pairs, Goal::kNoMore, 0.5)};
 }
 
 Comparisons MeasureDispatch(const Settings& settings)
@@ -75,8 +75,8 @@ Comparisons MeasureDispatch(const Settings& settings)
         settings.seconds / 4, 100, kMicrosecond * kCalls,
         [&] { repeated([&] { byNumber(detached.Get()); }); },
         [&] { repeated([&] { byTable(detached.Get()); }); });
-    return {Compare("tvnDisplay", "virtual table", "µs", display, Goal::NoMore, 1.03),
-            Compare("tvnDisplay, detached", "virtual table", "µs", call, Goal::None, 0)};
+    return {Compare("tvnDisplay", "virtual table", "µs", display, Goal::kNoMore, 1.03),
+            Compare("tvnDisplay, detached", "virtual table", "µs", call, Goal::kNone, 0)};
 }
 
 }  // namespace bench

@@ -43,9 +43,9 @@ Comparisons MeasureReply(const Settings& settings)
             return throughput(Seconds([&] { bare.TransferLengthFirst(); }));
         });
         const std::string name = std::to_string(size) + " MiB";
-        lines.push_back(Compare(name, "a bare pipe", "MiB/s", whole, Goal::NoLess, 0.85));
+        lines.push_back(Compare(name, "a bare pipe", "MiB/s", whole, Goal::kNoLess, 0.85));
         lines.push_back(
-            Compare(name, "a bare pipe, the length first", "MiB/s", parts, Goal::None, 0));
+            Compare(name, "a bare pipe, the length first", "MiB/s", parts, Goal::kNone, 0));
     }
     return lines;
 }
@@ -71,9 +71,9 @@ Comparisons MeasureMemory(const Settings& /*settings*/)
         const double left = over(CurrentMemory().own, before.own);
         const auto bytes = static_cast<double>(size);
         lines.push_back(
-            Compare(name + ", peak", "the reply", "MiB", {{peak}, {bytes}}, Goal::NoMore, 3));
+            Compare(name + ", peak", "the reply", "MiB", {{peak}, {bytes}}, Goal::kNoMore, 3));
         lines.push_back(Compare(name + ", after the next play", "the reply", "MiB",
-                                {{left}, {bytes}}, Goal::NoMore, 0.1));
+                                {{left}, {bytes}}, Goal::kNoMore, 0.1));
     }
     return lines;
 }

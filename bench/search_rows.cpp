@@ -63,11 +63,11 @@ Comparisons MeasureSearch(const Settings& settings)
         lines.push_back(Compare(
             name, "windows, descendants", "ms",
             InterleaveTimes(settings.seconds, 10, kMillisecond, search, [] { LookAtAll(true); }),
-            Goal::NoMore, 1.2));
+            Goal::kNoMore, 1.2));
         lines.push_back(Compare(name, "top-level windows only", "ms",
                                 InterleaveTimes(settings.seconds / 4, 10, kMillisecond, search,
                                                 [] { LookAtAll(false); }),
-                                Goal::None, 0));
+                                Goal::kNone, 0));
     }
     return lines;
 }

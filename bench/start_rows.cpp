@@ -44,7 +44,7 @@ Comparisons MeasureStart(const Settings& settings)
             return seconds / kMillisecond;
         },
         [&] { return StartAndConnect(program) / kMillisecond; });
-    return {Compare("a stand-in", "starting it, its connect", "ms", pairs, Goal::NoMore, 1.1)};
+    return {Compare("a stand-in", "starting it, its connect", "ms", pairs, Goal::kNoMore, 1.1)};
 }
 
 }  // namespace bench

@@ -134,10 +134,10 @@ Comparisons MeasureThreads(const Settings& settings)
     for (const std::size_t count : kCounts) {
         const std::string name = std::to_string(count) + (count == 1 ? " object" : " objects");
         lines.push_back(
-            Compare(name, "as many bare pipes", "plays/s", pairs[count], Goal::None, 0));
+            Compare(name, "as many bare pipes", "plays/s", pairs[count], Goal::kNone, 0));
         if (count > 1) {
             lines.push_back(Compare(name, "one object", "plays/s",
-                                    {pairs[count].ours, pairs[1].ours}, Goal::None, 0));
+                                    {pairs[count].ours, pairs[1].ours}, Goal::kNone, 0));
         }
     }
     return lines;

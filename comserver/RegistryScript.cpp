@@ -53,9 +53,9 @@ class RegistryScript::Parser
     bool ParseKey(Key& key)
     {
         if (Accept(L"NoRemove")) {
-            key.keep = Keep::NoRemove;
+            key.keep = Keep::kNoRemove;
         } else if (Accept(L"ForceRemove")) {
-            key.keep = Keep::ForceRemove;
+            key.keep = Keep::kForceRemove;
         }
         if (!TakeName(key.name) || (Is(L"=") && !ParseText(key.values.emplace_back().text))) {
             return false;
@@ -179,7 +179,7 @@ HRESULT RegistryScript::WriteSubkey(HKEY parent, const Key& key)
 {
     HKEY opened = nullptr;
     LSTATUS status =
-        key.keep == Keep::ForceRemove ? DeleteKey(parent, key.name) : LSTATUS{ERROR_SUCCESS};
+        key.keep == Keep::kForceRemove ? DeleteKey(parent, key.name) : LSTATUS{ERROR_SUCCESS};
     if (status == ERROR_SUCCESS) {
         status = RegCreateKeyExW(parent, key.name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
                                  KEY_READ | KEY_WRITE | DELETE, nullptr, &opened, nullptr);
@@ -200,7 +200,7 @@ HRESULT RegistryScript::RemoveSubkeys(HKEY opened, const Key& key)
 
 HRESULT RegistryScript::RemoveSubkey(HKEY parent, const Key& key)
 {
-    if (key.keep != Keep::NoRemove) {
+    if (key.keep != Keep::kNoRemove) {
         return ResultOf(DeleteKey(parent, key.name));
     }
     HKEY opened = nullptr;

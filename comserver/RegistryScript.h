@@ -35,7 +35,7 @@ class RegistryScript
     HRESULT Unregister() const;
 
   private:
-    enum class Keep { Remove, NoRemove, ForceRemove };
+    enum class Keep { kRemove, kNoRemove, kForceRemove };
 
     struct Value
     {
@@ -45,7 +45,7 @@ class RegistryScript
 
     struct Key
     {
-        Keep keep = Keep::Remove;
+        Keep keep = Keep::kRemove;
         std::wstring name;
         std::vector<Value> values;
         std::vector<Key> subkeys;

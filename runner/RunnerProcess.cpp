@@ -40,7 +40,7 @@ int RunnerProcess::Terminate(DWORD timeoutMs)
     const auto request = boost::make_shared<MsgTerminate>();
     request->processKey = m_processKey;
     boost::shared_ptr<MsgTerminateComplete> answer;
-    return Ask(request, {.time = timeoutMs, .busyPipe = bpIsTriedAgain}, answer);
+    return Ask(request, {.time = timeoutMs, .busyPipe = BusyPipe::kIsTriedAgain}, answer);
 }
 
 int RunnerProcess::GetProcessesByName(ComString name,

@@ -31,7 +31,7 @@ int AskRunner(const boost::shared_ptr<BaseMsg>& request, const RequestTerms& ter
         } catch (const ReadPipeTimeout&) {
             return terms.lateAnswer;
         } catch (const PipeException& failure) {
-            if (terms.busyPipe == bpFails || failure.GetError() != ERROR_PIPE_BUSY) {
+            if (terms.busyPipe == BusyPipe::kFails || failure.GetError() != ERROR_PIPE_BUSY) {
                 return terms.failure;
             }
         }

@@ -10,7 +10,7 @@ namespace tvn::trace
 {
 
 /// What a line is about, from what matters least. Lines of other programs have no tag.
-enum class Level { Other, Debug, Protocol, Error };
+enum class Level { kOther, kDebug, kProtocol, kError };
 
 /// How the lines of a level begin, what people call it, and a console's order for its colour.
 struct LevelForm

@@ -50,8 +50,8 @@ BOOL WINAPI StopOnRequest(DWORD /*event*/)
 /// What the person who starts the viewer asks for.
 struct Options
 {
-    Level level = Level::Debug;  ///< the least one that is shown
-    std::vector<DWORD> pids;     ///< the only processes that are shown; all when empty
+    Level level = Level::kDebug;  ///< the least one that is shown
+    std::vector<DWORD> pids;      ///< the only processes that are shown; all when empty
     std::optional<std::regex> grep;
     std::string out;  ///< a file to print to, in place of the standard output
     bool explain = false;
@@ -149,7 +149,7 @@ void Print(const Options& options, const LinePrinter& printer, DebugBuffer& buff
     const bool all = origins.empty();
     std::map<DWORD, std::string> last;  // of each process
     while (auto line = buffer.Read(end)) {
-        if (line->level != Level::Other) {
+        if (line->level != Level::kOther) {
             origins.insert(line->pid);
         }
         if (!options.Shows(*line) || (!all && !origins.contains(line->pid))) {
