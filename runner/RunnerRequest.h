@@ -16,12 +16,13 @@ enum class BusyPipe { kFails, kIsTriedAgain };
 /// How long a request may take, and the status for each kind of failure.
 struct RequestTerms
 {
-    DWORD time;          ///< milliseconds for all of it, INFINITE for no limit
-    DWORD openTime = 0;  ///< how much of it opening the pipe may take; 0: one attempt
-    BusyPipe busyPipe =
-        BusyPipe::kFails;    ///< when retried: at once, until the time-out (`sTimeout`)
+    DWORD time;              ///< milliseconds for all of it, INFINITE for no limit
+    DWORD openTime = 0;      ///< how much of it opening the pipe may take; 0: one attempt
     int lateAnswer = sFail;  ///< the result when the answer does not come in time
     int failure = sFail;     ///< the result of any other failure
+
+    /// When it is retried: at once, until the time-out (`sTimeout`).
+    BusyPipe busyPipe = BusyPipe::kFails;
 };
 
 /// Sends `request` to the runner service over a connection of its own, which is closed on return.
