@@ -39,7 +39,7 @@ static Method::Parameter Described(const ELEMDESC& element, const std::string& n
     return parameter;
 }
 
-std::vector<Method> MethodsOf(ITypeInfo& info)
+static std::vector<Method> MethodsOf(ITypeInfo& info)
 {
     std::vector<Method> methods;
     FUNCDESC* function = nullptr;

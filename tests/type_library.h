@@ -34,10 +34,7 @@ struct Method
 template <class Source>
 std::pair<std::string, std::string> Named(Source& source, long index);
 
-/// Those of an interface, without what it inherits.
-std::vector<Method> MethodsOf(ITypeInfo& info);
-
-/// The same of IApp in the DLL that was built.
+/// The methods of IApp in the DLL that was built, without those that it inherits.
 std::vector<Method> MethodsOfTheDll();
 
 }  // namespace tvn::tests

@@ -1,0 +1,132 @@
+// The type library in the built DLL, as the platform's own loader reads it.
+
+#include "tests/type_library.h"
+
+#include <gmock/gmock.h>
+#include <wrl/client.h>
+
+#include <sstream>
+
+#include "Interface.h"
+#include "tests/surroundings.h"
+#include "tests/texts.h"
+
+namespace tvn::tests
+{
+
+using Microsoft::WRL::ComPtr;
+using testing::ElementsAre;
+
+static std::string Described(const std::pair<std::string, std::string>& named)
+{
+    return named.first + " '" + named.second + "'";
+}
+
+/// One method written out as its definition would be.
+static std::string Described(const Method& method)
+{
+    std::ostringstream text;
+    text << method.id << " " << method.name << " '" << method.help << "' " << method.result << " ";
+    for (const Method::Parameter& each : method.parameters) {
+        text << (&each == method.parameters.data() ? "(" : ", ") << each.name << ":" << each.type;
+        if (each.type == VT_PTR) {
+            text << ">" << each.pointed;
+        }
+        text << "/" << each.flags;
+        if ((each.flags & PARAMFLAG_FHASDEFAULT) != 0) {
+            text << "=" << each.defaultType << ":" << each.byDefault;
+        }
+    }
+    return text.str() + ")";
+}
+
+/// One type: its kind, what it is, what it implements with which flags, and its constants.
+static std::string Described(ITypeLib& library, UINT index)
+{
+    ComPtr<ITypeInfo> info;
+    TYPEATTR* type = nullptr;
+    library.GetTypeInfo(index, info.GetAddressOf());
+    info->GetTypeAttr(&type);
+    std::ostringstream text;
+    text << type->typekind << ' ' << std::hex << type->wTypeFlags << std::dec;
+    if (type->typekind != TKIND_ENUM) {  // the compiler makes up the enumeration's own name
+        text << ' ' << Described(Named(library, static_cast<long>(index)));
+    }
+    HREFTYPE reference = 0;
+    if (info->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference) == S_OK) {
+        ComPtr<ITypeInfo> dual;
+        TYPEATTR* of = nullptr;
+        info->GetRefTypeInfo(reference, dual.GetAddressOf());
+        dual->GetTypeAttr(&of);
+        text << ", dual " << std::hex << of->wTypeFlags << std::dec;
+        dual->ReleaseTypeAttr(of);
+    }
+    for (UINT number = 0; number < type->cImplTypes; ++number) {
+        INT flags = 0;
+        ComPtr<ITypeInfo> base;
+        info->GetRefTypeOfImplType(number, &reference);
+        info->GetRefTypeInfo(reference, base.GetAddressOf());
+        info->GetImplTypeFlags(number, &flags);
+        text << " : " << Named(*base.Get(), -1).first << ' ' << flags;
+    }
+    for (UINT number = 0; number < type->cVars; ++number) {
+        VARDESC* member = nullptr;
+        info->GetVarDesc(number, &member);
+        text << ' ' << Described(Named(*info.Get(), member->memid)) << '='
+             << V_I4(member->lpvarValue);
+        info->ReleaseVarDesc(member);
+    }
+    info->ReleaseTypeAttr(type);
+    return text.str();
+}
+
+TEST(TypeLibrary, HoldsTheWholeInterface)
+{
+    ComPtr<ITypeLib> library;
+    const auto path = ToComString(BuildFolder() + "\\talvern.dll\\1");
+    ASSERT_EQ(LoadTypeLibEx(path, REGKIND_NONE, library.GetAddressOf()), S_OK);
+    TLIBATTR* attributes = nullptr;
+    ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
+    EXPECT_EQ(attributes->lcid, 0x409U);
+    EXPECT_EQ(attributes->wMajorVerNum, 1);
+    EXPECT_EQ(attributes->wMinorVerNum, 0);
+    EXPECT_TRUE(IsEqualGUID(attributes->guid, LIBID_Talvern));
+    library->ReleaseTLibAttr(attributes);
+    EXPECT_EQ(Described(Named(*library.Get(), -1)), "Talvern 'Talvern Scripting Interface'");
+
+    // Types: 3 long, 8 BSTR, 11 VARIANT_BOOL, 12 VARIANT, 25 HRESULT, 26 pointer, 29 user-defined.
+    // Flags: 1 in, 2 out, 8 retval, 16 optional, 32 with a default.
+    std::vector<std::string> methods;
+    for (const Method& method : MethodsOfTheDll()) {
+        methods.push_back(Described(method));
+    }
+    const std::string status = "Status:26>29/10)";
+    EXPECT_THAT(
+        methods,
+        ElementsAre(
+            "30 tvnInit 'method tvnInit' 25 (commandLine:12/17, openNewBrowser:11/49=11:-1, "
+            "user:12/17, password:12/17, domain:12/17, timeout:3/49=3:30, " +
+                status,
+            "22 tvnDisplay 'method tvnDisplay' 25 (text:8/1, timeout:3/49=3:10, " + status,
+            "23 tvnPlay 'method tvnPlay' 25 (inText:8/1, timeout:3/49=3:600, " + status,
+            "24 tvnExit 'method tvnExit' 25 (timeout:3/49=3:10, " + status,
+            "25 tvnSet 'method tvnSet' 25 (sVariable:8/1, sValue:8/1, " + status,
+            "26 tvnGetLastError 'method tvnGetLastError' 25 (value:26>8/10)",
+            "27 tvnGetLastExtract 'method tvnGetLastExtract' 25 (index:12/16, value:26>8/10)",
+            "29 tvnGetInterfaceVersion 'method tvnGetInterfaceVersion' 25 (version:26>3/10)"));
+
+    // Kinds: 0 enumeration, 4 interface for scripts, 5 class, 6 another name. Flags: 2 can be
+    // created, 40 dual, 100 only types of automation, 1000 derives from IDispatch.
+    std::vector<std::string> types;
+    for (UINT index = 0; index < library->GetTypeInfoCount(); ++index) {
+        types.push_back(Described(*library.Get(), index));
+    }
+    EXPECT_THAT(types, testing::UnorderedElementsAre(
+                           "4 1040 IApp 'IApp Interface', dual 1140 : IDispatch 0",
+                           "5 2 App 'App Class' : IApp 1", "6 0 Status ''",
+                           "0 0 sOk ''=1 sFail ''=-1 sNotCompleted ''=-2 sTimeout ''=-3 "
+                           "sNotStarted ''=-4 sInternal ''=-20 sMacroError ''=-100 "
+                           "sRunnerNotReachable ''=-6 sInstancesCountLimitReached ''=-7"));
+}
+
+}  // namespace tvn::tests
