@@ -135,7 +135,7 @@ TEST_F(Attach, TheTraceTellsTheStepsOfAStart)
                   folder + "\\talvern.exe, cmdLine: -fxLocale \"de DE\" -other /pipeUuid=P " +
                   "/creatorUuid=C)\nWait new instance to callback\nThe new instance HWND = H\n"
                   "CApp::AttachIfFree(pipeHwnd = H, creatorUuid = C)\nCApp::AttachIfFree - sOk\n");
-    EXPECT_THAT(g_imports.newPipe, testing::EndsWith(" inheritable, null list"))
+    EXPECT_THAT(log.Lines(kDebug + "CreateNamedPipe, ").at(0), testing::EndsWith(" = 1"))
         << "a browser under another account calls back too";
     EXPECT_EQ(app.Exit(), sOk);
 }
@@ -229,9 +229,9 @@ TEST_F(Attach, CredentialsLastOverAFailureAndAreGoneAfterExit)
     _variant_t texts[] = {"U", "P", "D", "Q"};
     EXPECT_EQ(app.Init(_variant_t("-a"), true, 20, texts[0], texts[1], texts[2]), sFail);
     const std::string program = folder + "\\talvern.exe| -a /pipeUuid=";  // the line without it
-    EXPECT_EQ(ToNarrow(g_imports.logon).rfind("U|D|P|1|" + program, 0), 0U);
+    EXPECT_EQ(ToNarrow(g_imports.logon).rfind("U|D|P|" + program, 0), 0U);
     EXPECT_EQ(app.Init(_variant_t("-a"), true, 20, _variant_t(5L), Referring(texts[3])), sFail);
-    EXPECT_EQ(ToNarrow(g_imports.logon).rfind("U|D|Q|1|" + program, 0), 0U);
+    EXPECT_EQ(ToNarrow(g_imports.logon).rfind("U|D|Q|" + program, 0), 0U);
 
     const auto running = RunningFirefox();
     EXPECT_EQ(app.Init("-fx", false), sOk) << "no logon to attach to one that runs";

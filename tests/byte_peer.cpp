@@ -42,13 +42,13 @@ boost::shared_ptr<Handle> BytePeer::Open(const std::string& name, DWORD timeout)
     }
 }
 
-bool BytePeer::Connect()
+bool BytePeer::Connect(DWORD timeout)
 {
     DWORD bytes = 0;
     const auto connect = [this](OVERLAPPED* block) {
         return ConnectNamedPipe(m_end->Get(), block);
     };
-    const DWORD error = Complete(connect, INFINITE, bytes);
+    const DWORD error = Complete(connect, timeout, bytes);
     // A client may be there already, and may have gone already.
     return error == ERROR_SUCCESS || error == ERROR_PIPE_CONNECTED || error == ERROR_NO_DATA;
 }
@@ -155,9 +155,6 @@ PeerHost::PeerHost(std::string name, std::size_t ends, Session session)
 PeerHost::~PeerHost()
 {
     SetEvent(m_stop.Get());
-    for (std::thread& thread : m_threads) {
-        thread.join();
-    }
 }
 
 void PeerHost::Serve(BytePeer end)

@@ -35,7 +35,7 @@ class BytePeer
     HANDLE Stop() const { return m_stop; }
 
     /// Waits for the client of a server end.
-    bool Connect();
+    bool Connect(DWORD timeout = INFINITE);
 
     /// The next message, whole; false when there will be none.
     bool Read(Bytes& message, DWORD timeout = INFINITE);
@@ -87,7 +87,7 @@ class PeerHost
     std::string m_name;
     Session m_session;
     Handle m_stop;
-    std::vector<std::thread> m_threads;
+    std::vector<std::jthread> m_threads;
 };
 
 }  // namespace tvn::tests

@@ -1,18 +1,17 @@
 // The one-shot pipe server on which a new instance reports itself.
 
 #include <boost/make_shared.hpp>
+#include <sstream>
 
 #include "basicslib/Exceptions.h"
 #include "pipeutils/CallbackProtocol.h"
 #include "pipeutils/PipeOperation.h"
-#include "pipeutils/RemotePipeClient.h"
 #include "pipeutils/SimplePipeServer.h"
+#include "tests/byte_peer.h"
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
-#include "tests/replaced_imports.h"
 #include "tests/resources.h"
-#include "tests/scripted_peer.h"
 
 namespace tvn::tests
 {
@@ -39,8 +38,8 @@ static void ServeOneClient()
     EXPECT_FALSE(server->WaitForClient(0));
     EXPECT_FALSE(server->WaitForClient(50));
     EXPECT_EQ(log.Count(kDebug + "SimplePipeServer, Timeout 50"), 1);
-    std::optional<ScriptedPeer> instance(RemotePipeClient(kName).OpenPipe());
-    instance->Send(Message(0x80010040));
+    std::optional<BytePeer> instance(std::in_place, BytePeer::Open(kName), nullptr);
+    EXPECT_TRUE(instance->Write(Message(0x80010040)));
     const auto pipe = server->WaitForClient(5000);
     ASSERT_TRUE(pipe);
     EXPECT_THROW(server->WaitForClient(0), InvalidOperationException);
@@ -77,12 +76,12 @@ TEST(Callback, AConnectEndsWithAClientOrOnTimeOrWithTheInterrupt)
     EXPECT_FALSE(PipeServer::ConnectPipe(pipe, 50, interrupt->Get(), error));
     SetEvent(interrupt->Get());
     EXPECT_FALSE(PipeServer::ConnectPipe(pipe, INFINITE, interrupt->Get(), error));
-    const auto client = RemotePipeClient(kName).OpenPipe();
+    const auto client = BytePeer::Open(kName);
     const auto block = boost::make_shared<Overlapped>(pipe);
     EXPECT_TRUE(PipeServer::ConnectPipe(pipe, block, error));
     EXPECT_EQ(error, static_cast<DWORD>(ERROR_PIPE_CONNECTED));
-    EXPECT_TRUE(block->Wait(0));
-    EXPECT_TRUE(PipeServer::ConnectPipe(pipe, 1000, nullptr, error));
+    EXPECT_TRUE(block->Wait(0, interrupt->Get())) << "a client goes before the interrupt";
+    EXPECT_TRUE(PipeServer::ConnectPipe(pipe, 1000, INVALID_HANDLE_VALUE, error)) << "no interrupt";
 
     const LogCapture log;
     EXPECT_FALSE(PipeServer::ConnectPipe(interrupt->Get(), 50, nullptr, error)) << "no pipe";
@@ -108,6 +107,7 @@ TEST(Callback, WhatTheSystemRefusesIsTheReasonThatIsGiven)
     watch.Fail("CreateEventA", ERROR_NO_SYSTEM_RESOURCES);
     EXPECT_FALSE(PipeServer::ConnectPipe(pipe.Get(), 50, nullptr, error));
     EXPECT_EQ(error, static_cast<DWORD>(ERROR_NO_SYSTEM_RESOURCES));
+    EXPECT_EQ(watch.OpenHandles(), 1) << "the pipe";
     const auto connects = TVN_REPLACE_IMPORT(ConnectNamedPipe, [](HANDLE, OVERLAPPED*) -> BOOL {
         SetLastError(ERROR_PIPE_LISTENING);
         return TRUE;
@@ -118,19 +118,37 @@ TEST(Callback, WhatTheSystemRefusesIsTheReasonThatIsGiven)
 
 TEST(Callback, APipeIsOpenToEveryAccountWhenThatIsAskedFor)
 {
+    static std::string made;  // the arguments of the last pipe but its name
+    const auto makes = TVN_REPLACE_IMPORT(
+        CreateNamedPipeA, [](LPCSTR name, DWORD openMode, DWORD pipeMode, DWORD count, DWORD out,
+                             DWORD in, DWORD time, SECURITY_ATTRIBUTES* security) {
+            std::ostringstream text;
+            text << std::hex << openMode << ' ' << pipeMode << std::dec << ' ' << count << ' '
+                 << out << ' ' << in << ' ' << time;
+            if (security != nullptr) {
+                BOOL present = FALSE;
+                BOOL defaulted = TRUE;
+                ACL* list = nullptr;
+                GetSecurityDescriptorDacl(security->lpSecurityDescriptor, &present, &list,
+                                          &defaulted);
+                text << (security->bInheritHandle ? " inheritable" : "")
+                     << (present && list == nullptr && !defaulted ? ", null list" : "");
+            }
+            made = text.str();
+            return TVN_REAL_IMPORT(CreateNamedPipeA)(name, openMode, pipeMode, count, out, in, time,
+                                                     security);
+        });
     const LogCapture log;
     DWORD error = 0;
     const Handle own(PipeServer::CreatePipe(kName, FALSE, error));
-    EXPECT_EQ(g_imports.newPipe, "40000003 6 255 1024 1024 5000 default");
+    EXPECT_EQ(made, "40000003 6 255 1024 1024 5000");
     const Handle open(PipeServer::CreatePipe(kName, TRUE, error));
-    EXPECT_EQ(g_imports.newPipe, "40000003 6 255 1024 1024 5000 inheritable, null list");
-    EXPECT_TRUE(own.IsValid());
-    EXPECT_TRUE(open.IsValid());
+    EXPECT_EQ(made, "40000003 6 255 1024 1024 5000 inheritable, null list");
     const Handle other(PipeServer::CreatePipe(
         "\\\\.\\pipe\\Talvern_callback_other",
         {FILE_FLAG_FIRST_PIPE_INSTANCE, PIPE_REJECT_REMOTE_CLIENTS, nullptr}, error));
-    EXPECT_EQ(g_imports.newPipe, "40080003 e 255 1024 1024 5000 default");
-    EXPECT_TRUE(other.IsValid());
+    EXPECT_EQ(made, "40080003 e 255 1024 1024 5000");
+    EXPECT_TRUE(own.IsValid() && open.IsValid() && other.IsValid());
     const std::string line = kDebug + "CreateNamedPipe, " + kName + ", allowAllToAccessPipe = ";
     EXPECT_THAT(log.Lines(), ElementsAre(line + "0", line + "1"));
 }

@@ -156,7 +156,7 @@ TEST_F(Framing, WhatATornMessageLeavesIsTakenOut)
     const auto sized = [](std::size_t size) {
         return Message(std::string(size, 'm'));
     };
-    const Step takenBack = {std::nullopt, {sized(3000)}, 0, false, 100};
+    const Step takenBack = {std::nullopt, {sized(3000)}, 0, 100};
     peer->Perform({takenBack});
     EXPECT_THAT(Elapsed([&] { EXPECT_THROW(Read(5000), ReadPipeError); }), Within(0, 3000));
     peer->Perform({takenBack, {std::nullopt, {sized(8000)}}, {std::nullopt, {Words({8, 7})}}});
@@ -198,7 +198,7 @@ TEST_F(Framing, AWriteThatEndsOnTimeOrWithTheInterruptLeavesNothingPending)
 
 TEST_F(Framing, AWriteThatIsAwaitedWithoutAnyTimeDropsWhatIsThereButNotWithoutEnd)
 {
-    ScriptedPeer flooding("\\\\.\\pipe\\TalvernTestFlood", {}, 0x4000);
+    ScriptedPeer flooding("\\\\.\\pipe\\TalvernTestFlood", 0x4000);
     const auto end = flooding.Client();
     CommandsProtocol writer(end->Get(), nullptr);
     EXPECT_TRUE(writer.SendCommand(1, L"L", std::wstring(0x4000, L'x'), 0));

@@ -17,6 +17,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "tests/import_kinds.h"
+
 namespace tvn::tests
 {
 namespace
@@ -36,77 +38,6 @@ constexpr std::string_view kNames[] = {
 #include "imports.inc"
 #undef TVN_IMPORT
     "new"};
-
-constexpr bool IsOneOf(std::string_view name, std::initializer_list<std::string_view> names)
-{
-    return std::find(names.begin(), names.end(), name) != names.end();
-}
-
-/// What this call, when it succeeds, opens; negative for what it closes.
-constexpr int HandlesOpenedBy(std::string_view name)
-{
-    return name == "CreateProcessA" ? 2
-           : name == "CloseHandle"
-               ? -1
-               : IsOneOf(name, {"CreateEventA", "CreateFileA", "CreateNamedPipeA",
-                                "DuplicateHandle", "OpenProcess"});
-}
-
-constexpr int TextsOpenedBy(std::string_view name)
-{
-    return name == "SysFreeString" ? -1 : name.starts_with("SysAlloc");
-}
-
-constexpr bool IsMemory(std::string_view name)
-{
-    return TextsOpenedBy(name) > 0 || IsOneOf(name, {"malloc", "new"});
-}
-
-/// Whoever closes or cancels has nobody left to try it again: it is done, and may report a failure.
-constexpr bool GivesBack(std::string_view name)
-{
-    return IsOneOf(name,
-                   {"CancelIo", "CancelIoEx", "CloseHandle", "RegCloseKey", "RpcStringFreeW"});
-}
-
-/// Whether a call can fail in this way so that its caller sees it.
-constexpr bool CanFail(std::string_view name, Fails how)
-{
-    constexpr std::string_view kCannot[] = {"CoTaskMemFree",
-                                            "DefWindowProcW",
-                                            "DeleteCriticalSection",
-                                            "DispatchMessageA",
-                                            "DispatchMessageW",
-                                            "EnterCriticalSection",
-                                            "GetCurrentProcess",
-                                            "GetCurrentThreadId",
-                                            "GetLastError",
-                                            "GetTickCount",
-                                            "InitializeCriticalSection",
-                                            "LeaveCriticalSection",
-                                            "LocalFree",
-                                            "OutputDebugStringA",
-                                            "PeekMessageA",
-                                            "PostQuitMessage",
-                                            "SetLastError",
-                                            "Sleep",
-                                            "SysFreeString",
-                                            "SysStringByteLen",
-                                            "SysStringLen",
-                                            "TranslateMessage",
-                                            "VariantClear",
-                                            "VariantInit"};
-    if (std::find(std::begin(kCannot), std::end(kCannot), name) != std::end(kCannot)) {
-        return false;
-    }
-    // What opens something and says that it did not leaves that open by itself.
-    constexpr std::string_view kOpening[] = {
-        "Create",   "Open",       "Duplicate",    "RegOpen", "RegCreate", "SysAlloc",   "malloc",
-        "operator", "StringFrom", "UuidToString", "Load",    "Variant",   "CommandLine"};
-    return how != Fails::kThoughDone ||
-           std::none_of(std::begin(kOpening), std::end(kOpening),
-                        [name](std::string_view start) { return name.starts_with(start); });
-}
 
 /// What is to fail, and what has.
 struct Plan
@@ -142,12 +73,18 @@ struct Plan
 // The runtime calls some of these before anything of this program is initialised.
 constinit std::array<void*, kImportCount> g_real = {};
 constinit std::array<void*, kImportCount> g_replacements = {};
-constinit std::array<unsigned int, kPointCount> g_calls = {};
 constinit DWORD g_watchedThread = 0;
-constinit int g_openHandles = 0;
-constinit int g_openBlocks = 0;
-constinit std::size_t g_openBytes = 0;
-constinit std::size_t g_peakBytes = 0;
+
+/// What the watched thread has done since the watch began.
+struct Counts
+{
+    std::array<unsigned int, kPointCount> calls = {};
+    int openHandles = 0;
+    int openBlocks = 0;
+    std::size_t openBytes = 0;
+    std::size_t peakBytes = 0;
+};
+constinit Counts g_counts;
 constinit Plan g_plan;
 
 void* Find(const char* name)
@@ -214,10 +151,9 @@ bool HasSucceeded(Result result)
 template <ImportIndex kIndex, class Result>
 Result Counted(Result result)
 {
-    if (HasSucceeded<kIndex>(result)) {
-        g_openHandles += HandlesOpenedBy(kNames[kIndex]);
-        g_openBlocks += TextsOpenedBy(kNames[kIndex]);
-    }
+    const int times = HasSucceeded<kIndex>(result) ? 1 : 0;
+    g_counts.openHandles += times * HandlesOpenedBy(kNames[kIndex]);
+    g_counts.openBlocks += times * TextsOpenedBy(kNames[kIndex]);
     return result;
 }
 
@@ -242,7 +178,7 @@ struct Entry<kIndex, Result(Arguments...)>
         if (!IsWatched()) {
             return function(arguments...);
         }
-        ++g_calls[kIndex];
+        ++g_counts.calls[kIndex];
         if constexpr (CanFail(kName, Fails::kOnce) && !std::is_void_v<Result>) {
             if (g_plan.Strikes(kIndex)) {
                 return Fail(function, arguments...);
@@ -251,7 +187,7 @@ struct Entry<kIndex, Result(Arguments...)>
         if constexpr (HandlesOpenedBy(kName) == 0 && TextsOpenedBy(kName) == 0) {
             return function(arguments...);
         } else if constexpr (std::is_void_v<Result>) {
-            g_openBlocks += (... && (arguments != nullptr)) ? TextsOpenedBy(kName) : 0;
+            g_counts.openBlocks += (... && (arguments != nullptr)) ? TextsOpenedBy(kName) : 0;
             function(arguments...);
         } else {
             return Counted<kIndex>(function(arguments...));
@@ -292,11 +228,7 @@ const bool g_found = [] {
 
 ImportWatch::ImportWatch() noexcept
 {
-    g_calls = {};
-    g_openHandles = 0;
-    g_openBlocks = 0;
-    g_openBytes = 0;
-    g_peakBytes = 0;
+    g_counts = {};
     g_plan = {};
     g_watchedThread = Real<kGetCurrentThreadId, DWORD()>()();
 }
@@ -318,7 +250,7 @@ const char* ImportWatch::Failed() const noexcept
 
 std::map<std::string, unsigned int> ImportWatch::Calls() const
 {
-    const auto calls = g_calls;
+    const auto calls = g_counts.calls;
     std::map<std::string, unsigned int> named;
     for (std::size_t index = 0; index < kPointCount; ++index) {
         if (calls[index] != 0) {
@@ -332,24 +264,24 @@ unsigned int ImportWatch::CallsThatCanFail(Fails how) const noexcept
 {
     unsigned int calls = 0;
     for (std::size_t index = 0; index < kPointCount; ++index) {
-        calls += CanFail(kNames[index], how) ? g_calls[index] : 0;
+        calls += CanFail(kNames[index], how) ? g_counts.calls[index] : 0;
     }
     return calls;
 }
 
 int ImportWatch::OpenHandles() const noexcept
 {
-    return g_openHandles;
+    return g_counts.openHandles;
 }
 
 int ImportWatch::OpenBlocks() const noexcept
 {
-    return g_openBlocks;
+    return g_counts.openBlocks;
 }
 
 std::size_t ImportWatch::PeakBytes() const noexcept
 {
-    return g_peakBytes;
+    return g_counts.peakBytes;
 }
 
 bool BlockFails(std::size_t size) noexcept
@@ -357,21 +289,21 @@ bool BlockFails(std::size_t size) noexcept
     if (!IsWatched()) {
         return false;
     }
-    ++g_calls[kOperatorNew];
+    ++g_counts.calls[kOperatorNew];
     if (g_plan.Strikes(kOperatorNew)) {
         return true;
     }
-    ++g_openBlocks;
-    g_openBytes += size;
-    g_peakBytes = std::max(g_peakBytes, g_openBytes);
+    ++g_counts.openBlocks;
+    g_counts.openBytes += size;
+    g_counts.peakBytes = std::max(g_counts.peakBytes, g_counts.openBytes);
     return false;
 }
 
 void BlockIsFreed(std::size_t size) noexcept
 {
     if (IsWatched()) {
-        --g_openBlocks;
-        g_openBytes -= std::min(g_openBytes, size);  // it may be an older one
+        --g_counts.openBlocks;
+        g_counts.openBytes -= std::min(g_counts.openBytes, size);  // it may be an older one
     }
 }
 

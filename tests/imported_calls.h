@@ -94,8 +94,8 @@ class ReplacedImport
 void* RealImport(const char* import);
 
 #define TVN_REAL_IMPORT(name) reinterpret_cast<decltype(&(name))>(tvn::tests::RealImport(#name))
-#define TVN_REPLACE_IMPORT(name, replacement) \
-    tvn::tests::ReplacedImport(               \
-        #name, reinterpret_cast<void*>(static_cast<decltype(&(name))>(replacement)))
+#define TVN_REPLACE_IMPORT(name, ...) \
+    tvn::tests::ReplacedImport(       \
+        #name, reinterpret_cast<void*>(static_cast<decltype(&(name))>(__VA_ARGS__)))
 
 }  // namespace tvn::tests

@@ -30,23 +30,16 @@ class LongWrite : public testing::Test
         "\\\\.\\pipe\\Talvern_long_write_test", boost::shared_ptr<Handle>(), true);
 };
 
-TEST_F(LongWrite, ArrivesWholeHoweverLateTheInstanceReads)
+TEST_F(LongWrite, ArrivesWholeAndIsAwaitedByTheNextCommandWhichSendsNothingWhenItsOwnTimeEnds)
 {
     const LogCapture log;
     EXPECT_EQ(Run(0, L"L", longText), sTimeout);
     EXPECT_EQ(log.Count(kDebug + "[CommandClient::Execute] sTimeout (cmd = L)"), 1);
     EXPECT_EQ(log.Lines(kDebug + "[CommandClient::Execute] sFail").size(), 0U);
-    instance.Perform({{LongCommand(1), {Message(1, sOk, "late")}},
-                      {Message(2, "N", ""), {Message(2, sOk, "next")}}});
-    EXPECT_EQ(Run(5000, L"N"), sOk);
-}
-
-TEST_F(LongWrite, IsAwaitedByTheNextCommandWhichSendsNothingWhenItsOwnTimeEnds)
-{
-    EXPECT_EQ(Run(0, L"L", longText), sTimeout);
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Run(300, L"refused"), sTimeout); }), Within(250, 1500));
     // What was not sent used no id. The reading begins while the third command waits.
-    const Script script = {{LongCommand(1)}, {Message(2, "N", ""), {Message(2, sOk, "")}}};
+    const Script script = {{LongCommand(1), {Message(1, sOk, "late")}},
+                           {Message(2, "N", ""), {Message(2, sOk, "")}}};
     CallLater(200, [&] { instance.Perform(script); });
     EXPECT_EQ(Run(5000, L"N"), sOk);
 }
@@ -123,16 +116,20 @@ TEST_F(LongWrite, IsNoLongerAwaitedWhenThePipeOrTheWaitFails)
     }
     EXPECT_EQ(log.Count(kDebug + "[BaseProtocol::ReadPipe] ReadFile (GetLastError() = 0x0000006d)"),
               1);
-    const auto wait =
-        TVN_REPLACE_IMPORT(MsgWaitForMultipleObjectsEx,
-                           [](DWORD, const HANDLE*, DWORD, DWORD, DWORD) -> DWORD { return 5; });
-    EXPECT_THROW(Run(1000, L"N"), AssertException) << "no wait has this answer";
+    static int early;
+    early = 3;
+    const auto wait = TVN_REPLACE_IMPORT(
+        MsgWaitForMultipleObjectsEx, [](DWORD, const HANDLE*, DWORD, DWORD, DWORD) -> DWORD {
+            return --early > 0 ? WAIT_TIMEOUT : WAIT_ABANDONED_0 + 5;
+        });
+    EXPECT_THROW(Run(1000, L"N"), AssertException) << "a wait has no such answer";
+    EXPECT_EQ(early, 0) << "one that ends before its time goes on";
 }
 
 TEST_F(LongWrite, IsCancelledWithItsClientOnAnyThread)
 {
     for (const bool elsewhere : {false, true}) {
-        ScriptedPeer other("\\\\.\\pipe\\Talvern_long_write_other");
+        BytePeer other("\\\\.\\pipe\\Talvern_long_write_other");
         const NoHandleStaysOpen handles;
         auto owner = boost::make_shared<MacrosClient>("\\\\.\\pipe\\Talvern_long_write_other",
                                                       boost::shared_ptr<Handle>(), true);

@@ -20,13 +20,8 @@ bool Eventually(const std::function<bool()>& condition)
     return is;
 }
 
-void CallLater(UINT delay, const std::function<void()>& action)
-{
-    CallWhen([] { return true; }, action, delay);
-}
-
-void CallWhen(const std::function<bool()>& condition, const std::function<void()>& action,
-              UINT delay)
+void CallLater(UINT delay, const std::function<void()>& action,
+               const std::function<bool()>& condition)
 {
     static std::function<bool()> isTime;
     static std::function<void()> later;

@@ -29,11 +29,11 @@ testing::Matcher<long long> Within(long long least, long long most);
 /// Repeats `condition` until it is true; false when it is not after some seconds.
 bool Eventually(const std::function<bool()>& condition);
 
-/// Calls `action` from a message that this thread dispatches after `delay` milliseconds, or as soon
-/// as `condition` is true. One at a time.
-void CallLater(UINT delay, const std::function<void()>& action);
-void CallWhen(const std::function<bool()>& condition, const std::function<void()>& action,
-              UINT delay = 1);
+/// Calls `action` from a message that this thread dispatches after `delay` milliseconds, and not
+/// before `condition` is true. One at a time.
+void CallLater(
+    UINT delay, const std::function<void()>& action,
+    const std::function<bool()>& condition = [] { return true; });
 
 boost::shared_ptr<Handle> NewEvent(bool set = false);
 

@@ -1,5 +1,7 @@
 #include "tests/other_side.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 
 namespace tvn::tests
@@ -9,30 +11,16 @@ namespace
 
 constexpr std::string_view kPipePrefix = R"(\\.\pipe\Talvern_)";
 
-Stage StageOfRequest(std::uint32_t type)
-{
-    switch (type) {
-        case 1:
-            return Stage::Start;
-        case 3:
-            return Stage::Terminate;
-        case 5:
-            return Stage::WaitForExit;
-        default:
-            return Stage::List;
-    }
-}
+const std::map<std::uint32_t, Stage> kRequests = {{1, Stage::Start},
+                                                  {3, Stage::Terminate},
+                                                  {5, Stage::WaitForExit},
+                                                  {7, Stage::List},
+                                                  {9, Stage::List}};
 
-Stage StageOfCommand(const std::wstring& command)
-{
-    if (command == L"PLAY") {
-        return Stage::Play;
-    }
-    if (command == L"appSendText") {
-        return Stage::Display;
-    }
-    return command == L"appEnd" ? Stage::End : Stage::Attach;
-}
+const std::map<std::wstring, Stage> kCommands = {{L"tvnAuxAttachIfFree", Stage::Attach},
+                                                 {L"PLAY", Stage::Play},
+                                                 {L"appSendText", Stage::Display},
+                                                 {L"appEnd", Stage::End}};
 
 }  // namespace
 
@@ -58,6 +46,14 @@ void OtherSide::Oblige()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_next.clear();
+}
+
+OtherSide::Act OtherSide::Expects(const Bytes& request, const Bytes& answer)
+{
+    return [=](Turn& turn) {
+        EXPECT_EQ(turn.request, request);
+        return turn.peer.Write(answer);
+    };
 }
 
 void OtherSide::ListInstance(bool listed)
@@ -86,7 +82,7 @@ void OtherSide::ServeCommands(BytePeer& peer)
     for (bool goOn = true; goOn && peer.Read(message);) {
         Fields fields(message);
         Turn turn = {peer, fields.Number()};
-        const Stage stage = StageOfCommand(fields.Text());
+        const Stage stage = kCommands.at(fields.Text());
         turn.argument = fields.Text();
         turn.answer = Message(turn.id, 1, stage == Stage::Play ? kPlayed : "");
         goOn = Answer(stage, turn);
@@ -102,9 +98,11 @@ void OtherSide::ServeRunner(BytePeer& peer)
     }
     Fields fields(message);
     const std::uint32_t type = fields.Number();
-    const Stage stage = StageOfRequest(type);
+    const Stage stage = kRequests.at(type);
     Turn turn = {peer, fields.Number()};
     turn.answer = RunnerAnswer(type, turn.id);
+    turn.request = message;
+    std::fill_n(turn.request.begin() + 8, sizeof turn.id, '\0');
     if (!Answer(stage, turn)) {
         return;
     }

@@ -35,6 +35,7 @@ struct Turn
     std::uint32_t id = 0;        ///< of the request
     std::wstring argument = {};  ///< of a command
     Bytes answer = {};           ///< a whole message; empty for the moments without one
+    Bytes request = {};          ///< to the runner, with 0 in the place of its id
 };
 
 /// Does all that it is asked and answers at once, in threads of this process, unless it is told to
@@ -58,6 +59,9 @@ class OtherSide
 
     /// Forgets the acts whose stage has not come yet.
     void Oblige();
+
+    /// Expects this request, with 0 in the place of its id, and gives this answer.
+    static Act Expects(const Bytes& request, const Bytes& answer);
 
     /// Whether the runner lists an instance; without one, a start follows. True at first.
     void ListInstance(bool listed);

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <array>
 
 #include "tests/resources.h"
 
@@ -53,13 +53,7 @@ TEST(PlayTexts, TheArgumentOfAPlayIsTheMacroAndThenTheVariables)
 
 TEST(PlayTexts, AReplyBeginsWithItsErrorWhenItHasOne)
 {
-    struct Case
-    {
-        std::wstring reply;
-        std::wstring error;
-        std::wstring extract;
-    };
-    const Case cases[] = {
+    const std::array<std::wstring, 3> cases[] = {
         {L"", L"", L""},
         {L"all extract", L"", L"all extract"},
         {L"Stop[tvn!E!tvn]", L"Stop (-100)", L""},
@@ -68,12 +62,12 @@ TEST(PlayTexts, AReplyBeginsWithItsErrorWhenItHasOne)
         {L"[tvn!E!tvn[tvn!E!tvn]a", L"[tvn!E!tvn (-100)", L"a"},
         {L"[tvn!E!tvn", L"", L"[tvn!E!tvn"},
     };
-    for (const Case& one : cases) {
-        std::wstring error = L"old";
-        std::wstring_view extract = L"old";
-        ParseReply(one.reply, -100, error, extract);
-        EXPECT_EQ(error, one.error) << one.reply;
-        EXPECT_EQ(extract, one.extract) << one.reply;
+    for (const auto& [reply, error, extract] : cases) {
+        std::wstring parsed = L"old";
+        std::wstring_view rest = L"old";
+        ParseReply(reply, -100, parsed, rest);
+        EXPECT_EQ(parsed, error) << reply;
+        EXPECT_EQ(rest, extract) << reply;
     }
 }
 
@@ -98,32 +92,19 @@ TEST(PlayTexts, ExtractsAreCutAtEverySeparatorWhereverItLies)
 
 TEST(PlayTexts, TextsFourTimesAsLongTakeFourTimesTheMemoryAndNotSixteen)
 {
-    const auto variables = [](std::size_t count) {
+    const auto bytes = [](std::size_t count) {
         std::wstring argument;
-        for (; count > 0; --count) {
-            AppendVariable(argument, L"variable", L"a value");
-        }
-        MakePlayArgument(L"macro", argument);
-    };
-    const auto macro = [](std::size_t count) {
-        EncodeArg(std::wstring(10 * count, L' '));
-    };
-    const auto pieces = [](std::size_t count) {
         std::wstring reply;
-        for (; count > 0; --count) {
+        g_allocatedBytes = 0;
+        for (std::size_t number = 0; number < count; ++number) {
+            AppendVariable(argument, L"variable", L"a value");
             reply += L"[EXTRACT]piece";
         }
+        MakePlayArgument(std::wstring(10 * count, L' '), argument);
         Split(reply);
+        return g_allocatedBytes;
     };
-    const std::function<void(std::size_t)> works[] = {variables, macro, pieces};
-    for (const auto& work : works) {
-        const auto bytes = [&](std::size_t count) {
-            g_allocatedBytes = 0;
-            work(count);
-            return g_allocatedBytes;
-        };
-        EXPECT_LT(bytes(4000), 6 * bytes(1000)) << &work - works;
-    }
+    EXPECT_LT(bytes(4000), 6 * bytes(1000));
 }
 
 }  // namespace tvn::tests

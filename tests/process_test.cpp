@@ -53,14 +53,14 @@ TEST(Processes, CredentialsGoToTheLogonCallAndAFailureToTheLog)
     EXPECT_EQ(process.GetPid(), 0U);
     EXPECT_EQ(log.Lines(kError + "CreateProcess failed 0x0000000").size(), 1U);
     EXPECT_EQ(process.Start(L"C:\\app.exe", L" -x \"y z\"", L"U", L"D", L"P", 0), sFail);
-    EXPECT_EQ(g_imports.logon, L"U|D|P|1|C:\\app.exe| -x \"y z\"|32|0|(null)|0|1|1");
+    EXPECT_EQ(g_imports.logon, L"U|D|P|C:\\app.exe| -x \"y z\"|(null)|1|32|0|0|1|1");
     EXPECT_EQ(log.Count(kError + "CreateProcessWithLogonW failed 0x00000078"), 1);
     EXPECT_EQ(process.GetPid(), 0U);
     g_imports.logonSucceeds = true;
     EXPECT_EQ(process.Start(L"C:\\app.exe", kNone, L"U", kNone, kNone, 0), sOk);
-    EXPECT_EQ(g_imports.logon.substr(0, 12), L"U|(null)||1|");
+    EXPECT_EQ(g_imports.logon.substr(0, 10), L"U|(null)||");
     EXPECT_EQ(process.Start(L"C:\\app.exe", kNone, L"U", L"", kNone, 0), sOk);
-    EXPECT_EQ(g_imports.logon.substr(0, 6), L"U|||1|") << "an empty domain is one, too";
+    EXPECT_EQ(g_imports.logon.substr(0, 5), L"U|||C") << "an empty domain is one, too";
     EXPECT_EQ(process.GetPid(), 4711U);
 }
 

@@ -10,24 +10,6 @@ namespace tvn::tests
 
 ReplacedImports g_imports;
 
-static const DWORD g_mainThread = GetCurrentThreadId();
-
-static const char* Described(const SECURITY_ATTRIBUTES* security)
-{
-    if (security == nullptr) {
-        return "default";
-    }
-    BOOL present = FALSE;
-    BOOL defaulted = TRUE;
-    ACL* list = nullptr;
-    GetSecurityDescriptorDacl(security->lpSecurityDescriptor, &present, &list, &defaulted);
-    const bool isNull = present && list == nullptr && !defaulted;
-    if (!isNull || security->nLength != sizeof *security) {
-        return "other";
-    }
-    return security->bInheritHandle ? "inheritable, null list" : "null list";
-}
-
 static const ReplacedImport g_replaced[] = {
     TVN_REPLACE_IMPORT(GetTickCount,
                        [] { return TVN_REAL_IMPORT(GetTickCount)() + g_imports.tickOffset; }),
@@ -45,31 +27,17 @@ static const ReplacedImport g_replaced[] = {
                            return EndWithCounts(process) ||
                                   TVN_REAL_IMPORT(TerminateProcess)(process, code);
                        }),
-    TVN_REPLACE_IMPORT(CreateNamedPipeA,
-                       [](LPCSTR name, DWORD openMode, DWORD pipeMode, DWORD count, DWORD out,
-                          DWORD in, DWORD time, SECURITY_ATTRIBUTES* security) {
-                           if (GetCurrentThreadId() == g_mainThread) {
-                               std::ostringstream text;
-                               text << std::hex << openMode << ' ' << pipeMode << std::dec << ' '
-                                    << count << ' ' << out << ' ' << in << ' ' << time << ' '
-                                    << Described(security);
-                               g_imports.newPipe = text.str();
-                           }
-                           return TVN_REAL_IMPORT(CreateNamedPipeA)(name, openMode, pipeMode, count,
-                                                                    out, in, time, security);
-                       }),
     TVN_REPLACE_IMPORT(
         CreateProcessWithLogonW,
         [](LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD logonFlags, LPCWSTR application,
            LPWSTR commandLine, DWORD flags, void* environment, LPCWSTR directory,
            STARTUPINFOW* startup, PROCESS_INFORMATION* process) -> BOOL {
             std::wostringstream text;
-            const auto shown = [](LPCWSTR value) {
-                return value == nullptr ? L"(null)" : value;
-            };
-            text << shown(user) << '|' << shown(domain) << '|' << shown(password) << '|'
-                 << logonFlags << '|' << shown(application) << '|' << shown(commandLine) << '|'
-                 << flags << '|' << environment << '|' << shown(directory) << '|'
+            const LPCWSTR values[] = {user, domain, password, application, commandLine, directory};
+            for (LPCWSTR value : values) {
+                text << (value == nullptr ? L"(null)" : value) << '|';
+            }
+            text << logonFlags << '|' << flags << '|' << environment << '|'
                  << startup->cb - sizeof *startup << '|' << startup->dwFlags << '|'
                  << startup->wShowWindow;
             g_imports.logon = text.str();

@@ -14,8 +14,6 @@ struct ReplacedImports
 {
     DWORD tickOffset = 0;          ///< added to GetTickCount
     bool failCreateEvent = false;  ///< with ERROR_NO_SYSTEM_RESOURCES
-    std::string newPipe;           ///< the arguments of the main thread's last CreateNamedPipeA but
-                                   ///< its name; peers make theirs on threads of their own
     bool logonSucceeds = false;    ///< CreateProcessWithLogonW gives a process with the id 4711
     std::wstring logon;            ///< its last arguments, divided by bars
 };

@@ -2,19 +2,16 @@
 
 #include <gmock/gmock.h>
 
-#include <thread>
-
 #include "basicslib/StatusCode.h"
 #include "pipeutils/PipeNames.h"
 #include "process/Instance.h"
 #include "runner/RunnerInstancesMgr.h"
 #include "runner/RunnerProcess.h"
-#include "runner/RunnerProcessFactory.h"
-#include "tests/attached_app.h"
+#include "tests/app_client.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
+#include "tests/other_side.h"
 #include "tests/resources.h"
-#include "tests/scripted_peer.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
 
@@ -24,27 +21,19 @@ namespace tvn::tests
 using testing::ElementsAre;
 using testing::HasSubstr;
 using Instances = std::vector<boost::shared_ptr<Instance>>;
-using Results = std::vector<int>;
 
 const std::string kPipe = Narrow(RunnerPipeName());
 
-const auto kStart = Asks(1, "app", "cmd", "", "", "");
-
-static int Start(IProcess& process, DWORD timeout)
-{
-    return process.Start(L"app", L"cmd", kNone, kNone, kNone, timeout);
-}
-
 /// The results of Start, Terminate, GetProcessesByName, WaitForExit and GetInstancesByName.
-static Results AllResults(DWORD timeout)
+static std::vector<int> AllResults(DWORD timeout, const ComString& text = L"p")
 {
-    RunnerProcess process;
+    RunnerProcess process(text, 1);
     Processes processes(1);
     Instances instances(1);
-    Results results = {Start(process, timeout), process.Terminate(timeout),
-                       process.GetProcessesByName(L"p", processes, timeout),
-                       process.WaitForExit(timeout),
-                       RunnerInstancesMgr().GetInstancesByName(instances, L"p", timeout)};
+    std::vector<int> results = {
+        process.Start(text, kNone, kNone, kNone, kNone, timeout), process.Terminate(timeout),
+        process.GetProcessesByName(text, processes, timeout), process.WaitForExit(timeout),
+        RunnerInstancesMgr().GetInstancesByName(instances, text, timeout)};
     EXPECT_TRUE(processes.empty());
     EXPECT_TRUE(instances.empty());
     return results;
@@ -55,13 +44,13 @@ TEST(RunnerFailures, StartAwaitsAnAbsentServiceAndTerminateABusyOne)
     EXPECT_THAT(AllResults(200), ElementsAre(-6, -1, -1, -1, -1));
     const NoHandleStaysOpen handles;
     RunnerProcess process;
-    EXPECT_EQ(process.GetPid(), 0U);
-    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Start(process, 1500), sRunnerNotReachable); }),
-                Within(950, 1450))
+    EXPECT_THAT(
+        Elapsed([&] { EXPECT_EQ(process.Start(L"app", kNone, kNone, kNone, kNone, 1500), -6); }),
+        Within(950, 1450))
         << "two thirds of the time, and one pause";
     EXPECT_EQ(process.Terminate(0), sTimeout) << "before any attempt";
-    const ScriptedPeer service(kPipe);
-    const auto taken = service.Client();
+    const BytePeer service(kPipe);
+    const auto taken = BytePeer::Open(kPipe);
     EXPECT_THAT(AllResults(200), ElementsAre(-6, -3, -1, -1, -1));
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(process.Terminate(300), sTimeout); }), Within(280, 1500));
 }
@@ -69,36 +58,49 @@ TEST(RunnerFailures, StartAwaitsAnAbsentServiceAndTerminateABusyOne)
 TEST(RunnerFailures, ARequestThatIsNotTakenInTimeIsATimeout)
 {
     const PeerHost deaf(kPipe, 5, [](BytePeer& client) { client.Hold(); });
-    const ComString longName = ToComString(std::wstring(4000, L'n'));
-    RunnerProcess process(longName, 1);
-    Processes processes;
-    Instances instances;
-    EXPECT_EQ(process.Start(longName, kNone, kNone, kNone, kNone, 300), sTimeout);
-    EXPECT_EQ(process.Terminate(300), sTimeout);
-    EXPECT_EQ(process.GetProcessesByName(longName, processes, 300), sTimeout);
-    EXPECT_EQ(process.WaitForExit(300), sTimeout);
-    EXPECT_EQ(RunnerInstancesMgr().GetInstancesByName(instances, longName, 300), sTimeout);
+    EXPECT_THAT(AllResults(300, ToComString(std::wstring(4000, L'n'))), testing::Each(sTimeout));
 }
 
-TEST(RunnerFailures, AFailedStartKeepsTheKeyAndTheIdOfItsReply)
+TEST(RunnerRequests, CarryWhatTheyAreAboutAndAFailedStartKeepsItsKeyAndId)
 {
-    const ScriptedPeer service(kPipe, {{kStart, {Message(2, 0, sFail, 99, "AB")}},
-                                       {Asks(3, "AB"), {Message(4, 0, sFail)}},
-                                       {kStart, {}, 0, true}});
+    OtherSide service(OtherSide::Pipes::RunnerOnly);
     RunnerProcess process;
-    EXPECT_EQ(Start(process, 1000), sFail);
+    EXPECT_EQ(process.GetPid(), 0U);
+    const auto start = [&process] {
+        return process.Start(L"app", L"cmd", L"user", L"domain", L"password", 1000);
+    };
+    service.Next(Stage::Start,
+                 OtherSide::Expects(Message(1, 0, "app", "cmd", "user", "domain", "password"),
+                                    Message(2, 0, sFail, 99, "AB")));
+    EXPECT_EQ(start(), sFail);
+    service.Next(Stage::Terminate, OtherSide::Expects(Message(3, 0, "AB"), Message(4, 0, sFail)));
     EXPECT_EQ(process.Terminate(1000), sFail);
     EXPECT_EQ(process.GetPid(), 99U);
-    EXPECT_EQ(Start(process, 1000), sRunnerNotReachable);
+    service.Next(Stage::Start, [](Turn&) { return false; });
+    EXPECT_EQ(start(), sRunnerNotReachable);
     EXPECT_EQ(process.GetPid(), 99U) << "without a reply it is as it was";
+    service.Next(Stage::WaitForExit,
+                 OtherSide::Expects(Message(5, 0, 1000, "AB"), Message(6, 0, sTimeout)));
+    EXPECT_EQ(process.WaitForExit(1000), sTimeout);
+
+    Processes listed;
+    service.Next(Stage::List,
+                 OtherSide::Expects(Message(7, 0, "exe"), Message(8, 0, 1, 2, 11, "C", 22, "D")));
+    EXPECT_EQ(process.GetProcessesByName(L"exe", listed, 1000), sOk);
+    ASSERT_EQ(listed.size(), 2U);
+    EXPECT_EQ(listed[1]->GetPid(), 22U);
+    service.Next(Stage::Terminate, OtherSide::Expects(Message(3, 0, "D"), Message(4, 0, sOk)));
+    EXPECT_EQ(listed[1]->Terminate(1000), sOk);
 }
 
 TEST(RunnerFailures, TheServicesCodesReachTheScript)
 {
     AppClient app;
     EXPECT_EQ(app.Init("-runner", true, 1), sRunnerNotReachable);
+    OtherSide service(OtherSide::Pipes::RunnerOnly);
     for (const int code : {+sInstancesCountLimitReached, 4711}) {
-        const ScriptedPeer service(kPipe, {{testing::A<Bytes>(), {Message(2, 0, code, 0, "")}}});
+        service.Next(Stage::Start,
+                     [code](Turn& turn) { return turn.peer.Write(Message(2, 0, code, 0, "")); });
         EXPECT_EQ(app.Init("", true, 5), code);
     }
     EXPECT_EQ(app.Texts(), "|");
@@ -106,54 +108,56 @@ TEST(RunnerFailures, TheServicesCodesReachTheScript)
 
 TEST(RunnerInstances, InstancesAreAskedInTheOrderOfTheReply)
 {
-    const ScriptedPeer service(
-        kPipe,
-        {{Asks(9, "talvern.exe"),
-          {Message(10, 0, 1, 3, 11, "1", 0x80000003, 22, "2", 0x80000002, 33, "3", 0x80000001)}},
-         {AsksForExit("2", testing::_), {Message(6, 0, sTimeout)}},
-         {Asks(3, "2"), {Message(4, 0, sOk)}}});
-    const Bytes attach = Message(1, "tvnAuxAttachIfFree", "");
-    const std::string names[] = {"\\\\.\\pipe\\Talvern_-2147483645",
-                                 "\\\\.\\pipe\\Talvern_-2147483646",
-                                 "\\\\.\\pipe\\Talvern_-2147483647"};
-    const ScriptedPeer refuses(names[0], {{attach, {Message(1, sFail, "")}}});
-    const ScriptedPeer accepts(names[1], {{attach, {Message(1, sOk, "")}},
-                                          {Message(2, "PLAY", " -macro m "), {Message(2, sOk, "")}},
-                                          {Message(3, "appEnd", ""), {Message(3, sOk, "")}}});
-    const ScriptedPeer third(names[2]);
+    OtherSide service(OtherSide::Pipes::RunnerOnly);
+    service.Next(Stage::List, OtherSide::Expects(Message(9, 0, "talvern.exe"),
+                                                 Message(10, 0, 1, 3, 11, "1", 0x80000003, 22, "2",
+                                                         5, 33, "3", 6)));
+    const std::string names[] = {R"(\\.\pipe\Talvern_-2147483645)", R"(\\.\pipe\Talvern_5)",
+                                 R"(\\.\pipe\Talvern_6)"};
+    const auto answering = [](int status) {
+        return [status](BytePeer& client) {
+            for (Bytes command; client.Read(command);) {
+                client.Write(Message(Fields(command).Number(), status, ""));
+            }
+        };
+    };
+    const PeerHost refuses(names[0], 1, answering(sFail));
+    const PeerHost accepts(names[1], 1, answering(sOk));
+    const PeerHost third(names[2], 1, answering(sOk));
     const LogCapture log;
     AppClient app;
     ASSERT_EQ(app.Init("-runner", false, 20), sOk);
     const std::string open = kDebug + "[RemotePipeClient::OpenPipe] ";
     EXPECT_THAT(log.Lines(open), ElementsAre(open + kPipe, open + names[0], open + names[1]));
     EXPECT_EQ(app.Play("m"), sOk);
-    EXPECT_EQ(app.Exit(), sOk) << "awaited and then terminated through the service";
+    service.Next(Stage::WaitForExit, [](Turn&) { return false; });
+    service.Next(Stage::Terminate, OtherSide::Expects(Message(3, 0, "2"), Message(4, 0, -9)));
+    EXPECT_EQ(app.Exit(), -9) << "awaited and then terminated through the service";
 }
 
-TEST(RunnerInstances, InstancesAreListedForAQuarterOfTheTime)
+TEST(RunnerInstances, AreListedForAQuarterOfTheTimeHoweverManyThereAre)
 {
-    const ScriptedPeer service(
-        kPipe, {{Asks(9, "talvern.exe")}, {testing::A<Bytes>(), {Message(2, 0, -7, 0, "")}}});
-    AppClient app;
-    int status = 0;
-    EXPECT_THAT(Elapsed([&] { status = app.Init("-runner", false, 4); }), Within(950, 1900));
-    EXPECT_EQ(status, sInstancesCountLimitReached) << "of the start that comes then";
-}
+    OtherSide service(OtherSide::Pipes::RunnerOnly);
+    const auto inits = [&service](LONG seconds) {
+        service.Next(Stage::Start,
+                     [](Turn& turn) { return turn.peer.Write(Message(2, 0, -7, 0, "")); });
+        EXPECT_EQ(AppClient().Init("-runner", false, seconds), -7)
+            << "of the start that comes then";
+    };
+    service.Next(Stage::List, [](Turn& turn) {
+        turn.peer.Hold();
+        return false;
+    });
+    EXPECT_THAT(Elapsed([&] { inits(4); }), Within(950, 1900));
 
-TEST(RunnerInstances, AListOfAnyLengthHoldsNobody)
-{
     constexpr DWORD kCount = 20000;
     Bytes list = Words({4 * (5 + 3 * kCount), 10, 0, 1, kCount});
     for (DWORD number = 0; number < kCount; ++number) {
         const Bytes instance = Words({number, 0, number + 1});
         list.insert(list.end(), instance.begin(), instance.end());
     }
-    const ScriptedPeer service(kPipe, {{Asks(9, "talvern.exe"), {list}},
-                                       {testing::A<Bytes>(), {Message(2, 0, -7, 0, "")}}});
-    AppClient app;
-    int status = 0;
-    EXPECT_THAT(Elapsed([&] { status = app.Init("-runner", false, 1); }), Within(400, 1250));
-    EXPECT_EQ(status, sInstancesCountLimitReached) << "of the start that comes then";
+    service.Next(Stage::List, [&list](Turn& turn) { return turn.peer.Write(list); });
+    EXPECT_THAT(Elapsed([&] { inits(1); }), Within(400, 1250));
 }
 
 // ---- a real service
@@ -172,34 +176,6 @@ class Runner : public testing::Test
     boost::shared_ptr<IProcess> service;
     AppClient app;
 };
-
-TEST_F(Runner, BrowsersAreStartedListedAwaitedAndEndedByTheirKeys)
-{
-    Begin();
-    const ComString browser = (StandinFolder() + "\\talvern.exe").c_str();
-    RunnerProcessFactory factory;
-    const auto first = factory.NewProcess();
-    const auto second = factory.NewProcess();
-    EXPECT_EQ(first->Terminate(2000), sFail) << "an empty key names nothing";
-    ASSERT_EQ(first->Start(browser, kNone, kNone, kNone, kNone, 10000), sOk);
-    ASSERT_EQ(second->Start(browser, kNone, kNone, kNone, kNone, 10000), sOk);
-    EXPECT_EQ(first->Start(L"C:\\none.exe", kNone, kNone, kNone, kNone, 10000), sFail);
-    EXPECT_EQ(first->GetPid(), 0U);
-    Instances instances;
-    EXPECT_TRUE(Eventually([&] {
-        factory.NewInstancesMgr()->GetInstancesByName(instances, L"talvern.exe", 5000);
-        return instances.size() == 2;
-    }));
-    Processes processes;
-    EXPECT_EQ(first->GetProcessesByName(L"talvern.exe", processes, 5000), sOk);
-    ASSERT_EQ(processes.size(), 2U);
-    EXPECT_EQ(second->WaitForExit(100), sTimeout);
-    EXPECT_EQ(processes[1]->GetPid(), second->GetPid());
-    EXPECT_EQ(processes[1]->Terminate(5000), sOk);
-    EXPECT_EQ(second->WaitForExit(5000), sOk);
-    EXPECT_EQ(std::minmax({instances[0]->process->GetPid(), instances[1]->process->GetPid()}),
-              std::minmax({processes[0]->GetPid(), processes[1]->GetPid()}));
-}
 
 TEST_F(Runner, AScriptStartsAndAttachesThroughTheService)
 {

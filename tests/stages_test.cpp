@@ -19,6 +19,24 @@ static long long Latest(LONG seconds)
     return 1000LL * seconds + kSlack;
 }
 
+/// The call that comes to this stage, with a text of so many characters.
+static int Call(AppClient& app, Stage stage, LONG seconds, std::size_t length = 5)
+{
+    const std::wstring text(length, L'x');
+    switch (stage) {
+        case Stage::Play:
+            return app.Client::Play(text, seconds);
+        case Stage::Display:
+            return app.Client::Display(text, seconds);
+        case Stage::End:
+        case Stage::WaitForExit:
+        case Stage::Terminate:
+            return app.Exit(seconds);
+        default:
+            return app.Init("-runner", stage != Stage::List, seconds);
+    }
+}
+
 // ---- in which way
 
 /// What kind of answer comes of it.
@@ -30,7 +48,7 @@ struct Way
     Kind kind;
     bool onlyCommands;  ///< whose answers carry the id of what they answer
     bool (*act)(Turn& turn, std::size_t place);
-    std::size_t (*places)(const Bytes& answer);  ///< at which it is done in turn
+    int places;  ///< at which it is done in turn; from 0 down, added to the bytes of the answer
 };
 
 static Bytes Part(const Bytes& bytes, std::size_t from, std::size_t to)
@@ -65,18 +83,10 @@ static bool WriteParts(Turn& turn, std::size_t place)
 
 constexpr std::uint32_t kLengths[] = {0, 3, 4, 5, 0x7FFFFFFF, 0xFFFFFFFF};
 
-constexpr auto kOnce = [](const Bytes& /*answer*/) -> std::size_t {
-    return 1;
-};
-constexpr auto kEveryByte = [](const Bytes& answer) {
-    return answer.size();
-};
-constexpr auto kBetweenBytes = [](const Bytes& answer) {
-    return answer.size() - 1;
-};
-constexpr auto kEveryLength = [](const Bytes& /*answer*/) {
-    return std::size(kLengths);
-};
+constexpr int kOnce = 1;
+constexpr int kEveryByte = 0;
+constexpr int kBetweenBytes = -1;
+constexpr int kEveryLength = std::size(kLengths);
 
 constexpr Way kWays[] = {
     {"cut off and closed", Kind::Broken, false,
@@ -144,29 +154,14 @@ class CallStages : public testing::TestWithParam<Moment>
         EXPECT_EQ(app.Played("again", 5), "1||played[EXTRACT]well|played|well");
     }
 
-    bool IsCommand() const
+    /// Brings the other side and the object to where the call begins.
+    void Begin()
     {
-        const Stage stage = GetParam().stage;
-        return stage == Stage::Attach || stage == Stage::Play || stage == Stage::Display;
-    }
-
-    /// The call that comes to the moment.
-    int Call(LONG seconds)
-    {
-        switch (GetParam().stage) {
-            case Stage::Play:
-                return app.Play("macro", seconds);
-            case Stage::Display:
-                return app.Client::Display(L"text", seconds);
-            case Stage::Terminate:
-                other.Next(Stage::WaitForExit, [](Turn& /*turn*/) { return false; });
-                [[fallthrough]];
-            case Stage::End:
-            case Stage::WaitForExit:
-                return app.Exit(seconds);
-            default:
-                app.Exit(1);
-                return app.Init("-runner", GetParam().stage != Stage::List, seconds);
+        ExpectItWorks();
+        if (GetParam().stage < Stage::Play) {
+            app.Exit(1);
+        } else if (GetParam().stage == Stage::Terminate) {
+            other.Next(Stage::WaitForExit, [](Turn& /*turn*/) { return false; });
         }
     }
 
@@ -174,19 +169,20 @@ class CallStages : public testing::TestWithParam<Moment>
     void Try(const Way& way, LONG seconds)
     {
         const int statuses[] = {sOk, GetParam().broken, GetParam().silent};
-        std::size_t places = 1;
-        for (std::size_t place = 0; place < places; ++place) {
+        int places = 1;
+        for (int place = 0; place < places; ++place) {
             SCOPED_TRACE(place);
             places = 0;  // until the moment has come
-            ExpectItWorks();
+            Begin();
             other.Next(GetParam().stage, [&, place](Turn& turn) {
-                places = way.places(turn.answer);
-                return way.act(turn, place);
+                places = way.places + (way.places > 0 ? 0 : static_cast<int>(turn.answer.size()));
+                return way.act(turn, static_cast<std::size_t>(place));
             });
             int status = 0;
-            EXPECT_LT(Elapsed([&] { status = Call(seconds); }), Latest(seconds));
+            EXPECT_LT(Elapsed([&] { status = Call(app, GetParam().stage, seconds); }),
+                      Latest(seconds));
             EXPECT_EQ(status, statuses[static_cast<std::size_t>(way.kind)]);
-            ASSERT_NE(places, 0U) << "the moment has not come";
+            ASSERT_NE(places, 0) << "the moment has not come";
         }
     }
 
@@ -196,12 +192,17 @@ class CallStages : public testing::TestWithParam<Moment>
 
 TEST_P(CallStages, EndInTimeWithTheirStatusInWhateverWayTheAnswerIsWrong)
 {
+    const Stage stage = GetParam().stage;
+    const bool isCommand = stage >= Stage::Attach && stage <= Stage::Display;
     for (const Way& way : kWays) {
         SCOPED_TRACE(way.name);
-        if (!way.onlyCommands || IsCommand()) {
+        if (!way.onlyCommands || isCommand) {
             Try(way, way.kind == Kind::Silent ? 1 : 5);
         }
     }
+    Begin();
+    other.Next(stage, &Hold);
+    EXPECT_LT(Elapsed([&] { Call(app, stage, 0); }), Latest(0));
     ExpectItWorks();
 }
 
@@ -219,7 +220,7 @@ constexpr Moment kMoments[] = {
 INSTANTIATE_TEST_SUITE_P(Each, CallStages, testing::ValuesIn(kMoments),
                          [](const auto& moment) { return moment.param.name; });
 
-// ---- an other side that does not come so far
+// ---- an instance that reads no further
 
 static bool AnswerAndHold(Turn& turn)
 {
@@ -231,99 +232,22 @@ static bool AnswerReadPartAndHold(Turn& turn)
     return turn.peer.Write(turn.answer) && turn.peer.ReadPart(4) && Hold(turn);
 }
 
-using Acts = std::vector<std::pair<Stage, bool (*)(Turn&)>>;
-
-struct Halt
+TEST(Stages, EndInTimeWhenTheInstanceReadsNothingOrAPartOfALongText)
 {
-    const char* name;
-    std::function<int(AppClient& app, LONG seconds)> call;
-    int status;
-    Acts acts;
-    bool attached = true;  ///< before the call
-    OtherSide::Pipes pipes = OtherSide::Pipes::Both;
-};
-
-static std::vector<Halt> Inits()
-{
-    using Pipes = OtherSide::Pipes;
-    const auto start = [](AppClient& app, LONG seconds) {
-        return app.Init("-runner", true, seconds);
-    };
-    const auto startLong = [](AppClient& app, LONG seconds) {
-        return app.Init(("-runner " + std::string(500000, 'x')).c_str(), true, seconds);
-    };
-    const auto attach = [](AppClient& app, LONG seconds) {
-        return app.Init("-runner", false, seconds);
-    };
-    const auto readPart = [](Turn& turn) {
-        return turn.peer.ReadPart(4) && Hold(turn);
-    };
-    const auto answerAndGo = [](Turn& turn) {
-        turn.peer.Write(turn.answer);
-        return false;
-    };
-    return {
-        {"no runner", start, sRunnerNotReachable, {}, false, Pipes::CommandsOnly},
-        {"a runner and no instance", attach, sFail, {}, false, Pipes::RunnerOnly},
-        {"a deaf runner", startLong, sTimeout, {{Stage::Runner, &Hold}}, false},
-        {"a runner that reads a part", startLong, sTimeout, {{Stage::Runner, readPart}}, false},
-        {"no callback", start, sTimeout, {{Stage::Start, answerAndGo}}, false},
-    };
-}
-
-static std::vector<Halt> CallsOfAnAttachedObject()
-{
-    const auto exit = [](AppClient& app, LONG seconds) {
-        return app.Exit(seconds);
-    };
-    const Acts deaf = {{Stage::Attach, &AnswerAndHold}};
-    const Acts readsPart = {{Stage::Attach, &AnswerReadPartAndHold}};
-    const Acts waits = {{Stage::End, &Hold}, {Stage::WaitForExit, &Hold}};
-    const Acts ends = {{Stage::WaitForExit, &Hold}, {Stage::Terminate, &Hold}};
-    std::vector<Halt> halts = {
-        {"an exit, deaf", exit, sOk, deaf},
-        {"an exit, no answer to it and to its wait", exit, sOk, waits},
-        {"an exit, no answer to its termination", exit, sFail, ends},
-    };
-    for (const std::size_t length : {5U, 1U << 20U}) {
-        const std::wstring text(length, L'x');
-        const auto play = [text](AppClient& app, LONG seconds) {
-            return app.Client::Play(text, seconds);
-        };
-        const auto display = [text](AppClient& app, LONG seconds) {
-            return app.Client::Display(text, seconds);
-        };
-        for (const Acts& acts : {deaf, readsPart}) {
-            halts.push_back({"a play", play, sTimeout, acts});
-            halts.push_back({"a display", display, sTimeout, acts});
-        }
-    }
-    return halts;
-}
-
-static void ExpectInTime(const Halt& halt, LONG seconds)
-{
-    SCOPED_TRACE(testing::Message() << halt.name << ", " << seconds << " s");
-    AppClient app;
-    OtherSide other(halt.pipes);
-    for (const auto& [stage, act] : halt.acts) {
-        other.Next(stage, act);
-    }
-    ASSERT_TRUE(!halt.attached || app.Init("-runner", true, 10) == sOk);
-    int status = 0;
-    EXPECT_LT(Elapsed([&] { status = halt.call(app, seconds); }), Latest(seconds));
-    // Without any time, it depends on how far it comes.
-    const auto any = testing::AnyOf(halt.status, +sTimeout, +sFail, +sRunnerNotReachable);
-    EXPECT_THAT(status, seconds == 0 ? testing::Matcher<int>(any) : halt.status);
-    EXPECT_LT(Elapsed([&] { app.Exit(0); }), kSlack);
-}
-
-TEST(Stages, EndInTimeWhenTheOtherSideComesNoFurther)
-{
-    for (const auto& halts : {Inits(), CallsOfAnAttachedObject()}) {
-        for (const Halt& halt : halts) {
-            ExpectInTime(halt, 1);
-            ExpectInTime(halt, 0);
+    for (const auto act : {&AnswerAndHold, &AnswerReadPartAndHold}) {
+        for (const Stage stage : {Stage::Play, Stage::Display}) {
+            for (const LONG seconds : {1, 0}) {
+                SCOPED_TRACE(testing::Message() << static_cast<int>(stage) << ' ' << seconds);
+                AppClient app;
+                OtherSide other;
+                other.Next(Stage::Attach, act);
+                ASSERT_EQ(app.Init("-runner", true, 10), sOk);
+                const auto call = [&] {
+                    EXPECT_EQ(Call(app, stage, seconds, 1U << 20U), sTimeout);
+                };
+                EXPECT_LT(Elapsed(call), Latest(seconds));
+                EXPECT_LT(Elapsed([&] { EXPECT_EQ(app.Exit(1), sOk); }), Latest(1));
+            }
         }
     }
 }

@@ -4,7 +4,6 @@
 
 #include "basicslib/Exceptions.h"
 #include "basicslib/HandleToDuplicate.h"
-#include "pipeutils/BaseProtocol.h"
 #include "pipeutils/Overlapped.h"
 #include "pipeutils/PipeOperation.h"
 #include "pipeutils/WaitPumping.h"
@@ -32,6 +31,15 @@ class Waits : public testing::Test
         block.SetPending();
     }
 
+    /// A window that is not shown, for messages that are posted to it.
+    static std::shared_ptr<HWND__> NewWindow(WNDPROC procedure)
+    {
+        HWND window =
+            CreateWindowA("Static", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+        SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
+        return {window, &DestroyWindow};
+    }
+
     HANDLE invalid = reinterpret_cast<HANDLE>(0x7FF0);
     const boost::shared_ptr<Handle> owner = NewEvent();
     HANDLE event = owner->Get();
@@ -43,31 +51,28 @@ TEST_F(Waits, BeginWithTheMessagesThatAnEarlierOneHasLeftAndEndWithALookAtTheHan
 {
     static int calls;
     static HANDLE toSet;
-    HWND window =
-        CreateWindowA("Static", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    const WNDPROC count = [](HWND to, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
-        if (message == WM_APP) {
-            ++calls;
-        } else if (message == WM_APP + 1) {
-            Sleep(100);
-            SetEvent(toSet);
-        }
-        return DefWindowProcA(to, message, wParam, lParam);
-    };
-    SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(count));
+    const auto window =
+        NewWindow([](HWND to, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+            if (message == WM_APP) {
+                ++calls;
+            } else if (message == WM_APP + 1) {
+                Sleep(100);
+                SetEvent(toSet);
+            }
+            return DefWindowProcA(to, message, wParam, lParam);
+        });
     toSet = event;
-    PostMessageA(window, WM_APP + 1, 0, 0);
+    PostMessageA(window.get(), WM_APP + 1, 0, 0);
     for (int posted = 1; posted < 600; ++posted) {
-        PostMessageA(window, WM_APP, 0, 0);
+        PostMessageA(window.get(), WM_APP, 0, 0);
     }
     EXPECT_EQ(WaitPumping(event, 5000), WAIT_OBJECT_0 + 0U);
     EXPECT_EQ(calls, 255) << "the handle is looked at now and then";
     ResetEvent(event);
     EXPECT_EQ(WaitPumping(event, 200), 258U);
     EXPECT_EQ(calls, 599);
-    PostMessageA(window, WM_APP + 1, 0, 0);
+    PostMessageA(window.get(), WM_APP + 1, 0, 0);
     EXPECT_EQ(WaitPumping(event, 50), WAIT_OBJECT_0 + 0U) << "set before the wait could end";
-    DestroyWindow(window);
 }
 
 TEST_F(Waits, AWaitTellsWhichHandleWasSignalledAndPrefersTheFirst)
@@ -105,21 +110,18 @@ TEST_F(Waits, AWaitDispatchesMessagesAndStillEndsOnTimeWhenTheTickCounterWraps)
 
 TEST_F(Waits, AFloodOfMessagesHoldsNoWait)
 {
-    HWND window =
-        CreateWindowA("Static", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    const WNDPROC flood = [](HWND to, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
-        return message == WM_APP ? PostMessageA(to, WM_APP, 0, 0)
-                                 : DefWindowProcA(to, message, wParam, lParam);
-    };
-    SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(flood));
-    PostMessageA(window, WM_APP, 0, 0);
+    const auto window =
+        NewWindow([](HWND to, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+            return message == WM_APP ? PostMessageA(to, WM_APP, 0, 0)
+                                     : DefWindowProcA(to, message, wParam, lParam);
+        });
+    PostMessageA(window.get(), WM_APP, 0, 0);
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(WaitPumping(event, 200), 258U); }), Within(150, 2000));
     const std::jthread signaller([&] {
         Sleep(100);
         SetEvent(event);
     });
     EXPECT_EQ(WaitPumping(event, INFINITE), WAIT_OBJECT_0 + 0U);
-    DestroyWindow(window);
 }
 
 TEST_F(Waits, InputThatIsNotHandedOutKeepsNoWaitBusy)
@@ -138,53 +140,6 @@ TEST_F(Waits, InputThatIsNotHandedOutKeepsNoWaitBusy)
         });
     EXPECT_EQ(WaitPumping(event, 300), 258U);
     EXPECT_LT(turns, 20);
-}
-
-TEST_F(Waits, ABlockAwaitsItsOperationOrTheInterrupt)
-{
-    Overlapped block(pipe->Get());
-    StartRead(block, nullptr, 0);
-    EXPECT_FALSE(block.Wait(0));
-    EXPECT_FALSE(block.Wait(20, INVALID_HANDLE_VALUE));
-    SetEvent(event);
-    EXPECT_FALSE(block.Wait(INFINITE, event));
-    peer.Send(Words({8, 1}));
-    EXPECT_TRUE(block.Wait(5000, event)) << "the operation goes before the interrupt";
-}
-
-TEST_F(Waits, AnAnswerThatNoWaitGivesIsAnAssertion)
-{
-    Overlapped block(pipe->Get());
-    StartRead(block, nullptr, 0);
-    static int early;
-    early = 3;
-    const auto wait = TVN_REPLACE_IMPORT(
-        MsgWaitForMultipleObjectsEx, [](DWORD, const HANDLE*, DWORD, DWORD, DWORD) -> DWORD {
-            return --early > 0 ? WAIT_TIMEOUT : WAIT_ABANDONED_0 + 5;
-        });
-    EXPECT_THROW(block.Wait(5000), AssertException) << "and what is called too early is no end";
-    EXPECT_EQ(early, 0);
-}
-
-TEST_F(Waits, ABlockThatGoesHasNothingPendingAnyMore)
-{
-    // The read's buffer is on a page that goes away with it: a late completion would be seen.
-    const ImportWatch watch;
-    for (int round = 0; round < 50; ++round) {
-        void* page = VirtualAlloc(nullptr, 0x1000, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
-        {
-            Overlapped block(pipe->Get());
-            StartRead(block, page, 16);
-        }
-        VirtualFree(page, 0, MEM_RELEASE);
-        peer.Send(Words({8, 1}));
-        boost::shared_ptr<Deserializer> message;
-        BaseProtocol(pipe->Get(), nullptr).ReadMessage(message, 1000);  // it has taken none
-    }
-    g_imports.failCreateEvent = true;
-    EXPECT_THROW(Overlapped(pipe->Get()), Win32Exception);
-    g_imports.failCreateEvent = false;
-    EXPECT_EQ(watch.OpenHandles(), 0);
 }
 
 TEST_F(Waits, ACancellationIsAwaitedHoweverLongItTakes)
