@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <regex>
+
 #include "basicslib/StatusCode.h"
 #include "process/Instance.h"
 #include "process/InstancesMgr.h"
@@ -126,9 +128,7 @@ TEST_F(Attach, TheTraceTellsTheStepsOfAStart)
     for (const std::string& line : log.Lines(kTrace)) {
         trace += line.substr(kTrace.size()) + "\n";
     }
-    for (std::size_t at = 0; (at = trace.find(" = 0x", at)) != std::string::npos; ++at) {
-        trace.replace(at + 3, 10, 1, 'H');
-    }
+    trace = std::regex_replace(trace, std::regex("= 0x\\w{8}"), "= H");
     EXPECT_EQ(WithoutIds(trace, log),
               "Allocated id's: pipeUuid = P, creatorUuid = C\nCreated callback server P\n"
               "1 = createProcess(user:(null), domain:(null), password:(null), appPath:" +

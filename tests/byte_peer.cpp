@@ -5,21 +5,13 @@
 
 namespace tvn::tests
 {
-namespace
-{
-
-boost::shared_ptr<Handle> NewServerEnd(const std::string& name, DWORD bufferSize)
-{
-    return boost::make_shared<Handle>(
-        CreateNamedPipeA(name.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED,
-                         PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT,
-                         PIPE_UNLIMITED_INSTANCES, bufferSize, bufferSize, 0, nullptr));
-}
-
-}  // namespace
 
 BytePeer::BytePeer(const std::string& name, HANDLE stop, DWORD bufferSize)
-    : BytePeer(NewServerEnd(name, bufferSize), stop)
+    : BytePeer(boost::make_shared<Handle>(
+                   CreateNamedPipeA(name.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED,
+                                    PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT,
+                                    PIPE_UNLIMITED_INSTANCES, bufferSize, bufferSize, 0, nullptr)),
+               stop)
 {}
 
 BytePeer::BytePeer(boost::shared_ptr<Handle> end, HANDLE stop)

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <boost/noncopyable.hpp>
 #include <boost/shared_ptr.hpp>
 #include <functional>
 #include <string>
@@ -66,7 +67,7 @@ class BytePeer
 };
 
 /// Serves a pipe with several ends, each on a thread of its own, one client at a time on each.
-class PeerHost
+class PeerHost : boost::noncopyable
 {
   public:
     /// Called for each client on the thread of its end. The connection is closed when it returns;
@@ -78,8 +79,6 @@ class PeerHost
 
     /// Ends every session and waits for the threads.
     ~PeerHost();
-    PeerHost(const PeerHost&) = delete;
-    PeerHost& operator=(const PeerHost&) = delete;
 
   private:
     void Serve(BytePeer end);

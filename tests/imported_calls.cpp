@@ -91,8 +91,7 @@ void* Find(const char* name)
 {
     for (const char* module : {"kernel32", "user32", "advapi32", "ole32", "oleaut32", "rpcrt4",
                                "shell32", "psapi", "msvcrt"}) {
-        FARPROC found = GetProcAddress(LoadLibraryA(module), name);
-        if (found != nullptr) {
+        if (FARPROC found = GetProcAddress(LoadLibraryA(module), name)) {
             return reinterpret_cast<void*>(found);
         }
     }
@@ -108,13 +107,18 @@ std::size_t IndexOf(std::string_view name)
     return static_cast<std::size_t>(found - kNames);
 }
 
+void* RealAt(std::size_t index)
+{
+    if (g_real[index] == nullptr) {
+        g_real[index] = Find(kNames[index].data());
+    }
+    return g_real[index];
+}
+
 template <ImportIndex kIndex, class Function>
 Function* Real()
 {
-    if (g_real[kIndex] == nullptr) {
-        g_real[kIndex] = Find(kNames[kIndex].data());
-    }
-    return reinterpret_cast<Function*>(g_real[kIndex]);
+    return reinterpret_cast<Function*>(RealAt(kIndex));
 }
 
 /// What a function returns when it fails.
@@ -211,7 +215,7 @@ struct Entry<kIndex, Result(Arguments...)>
 /// From here on a call leaves the last error alone but for what the function itself does to it.
 const bool g_found = [] {
     for (std::size_t index = 0; index < kImportCount; ++index) {
-        RealImport(kNames[index].data());
+        RealAt(index);
     }
     // The runtime has some memory aside for exceptions, and a lock for it that it makes with
     // malloc: were that to fail at the first use, it would throw, and throw without end.
@@ -329,9 +333,7 @@ void FailEach(Fails how, const std::function<void()>& before, const std::functio
 
 void* RealImport(const char* import)
 {
-    void*& real = g_real[IndexOf(import)];
-    real = real == nullptr ? Find(import) : real;
-    return real;
+    return RealAt(IndexOf(import));
 }
 
 ReplacedImport::ReplacedImport(const char* import, void* replacement)

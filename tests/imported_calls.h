@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include <boost/noncopyable.hpp>
 #include <functional>
 #include <map>
 #include <string>
@@ -28,13 +29,11 @@ inline constexpr const char* kAnything = "anything";
 
 /// Counts the calls and the blocks of memory of the thread that makes this, until it is destroyed,
 /// and lets them fail. One at a time.
-class ImportWatch
+class ImportWatch : boost::noncopyable
 {
   public:
     ImportWatch() noexcept;
     ~ImportWatch();
-    ImportWatch(const ImportWatch&) = delete;
-    ImportWatch& operator=(const ImportWatch&) = delete;
 
     /// Lets the `call`-th call of `what` from now on, counted from 1, fail with the code `error`; 0
     /// lets no call fail any more. A call that frees something does so in any case.
@@ -77,13 +76,11 @@ void BlockIsFreed(std::size_t size) noexcept;
 
 /// Puts another function in the place of an import, on all threads, until it is destroyed. Made by
 /// the macro, which makes sure that the two are of one type.
-class ReplacedImport
+class ReplacedImport : boost::noncopyable
 {
   public:
     ReplacedImport(const char* import, void* replacement);
     ~ReplacedImport();
-    ReplacedImport(const ReplacedImport&) = delete;
-    ReplacedImport& operator=(const ReplacedImport&) = delete;
 
   private:
     void*& m_place;

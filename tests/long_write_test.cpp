@@ -131,12 +131,12 @@ TEST_F(LongWrite, IsCancelledWithItsClientOnAnyThread)
     for (const bool elsewhere : {false, true}) {
         BytePeer other("\\\\.\\pipe\\Talvern_long_write_other");
         const NoHandleStaysOpen handles;
-        auto owner = boost::make_shared<MacrosClient>("\\\\.\\pipe\\Talvern_long_write_other",
-                                                      boost::shared_ptr<Handle>(), true);
-        EXPECT_EQ(owner->Execute(0, L"L", longText).status, sTimeout);
+        client = boost::make_shared<MacrosClient>("\\\\.\\pipe\\Talvern_long_write_other",
+                                                  boost::shared_ptr<Handle>(), true);
+        EXPECT_EQ(Run(0, L"L", longText), sTimeout);
         EXPECT_TRUE(other.HasMessage()) << "it is under way";
-        const auto release = [&owner] {
-            owner.reset();
+        const auto release = [this] {
+            client.reset();
         };
         EXPECT_THAT(Elapsed([&] { elsewhere ? std::thread(release).join() : release(); }),
                     Within(0, 1000));

@@ -11,7 +11,6 @@
 #include "tests/other_side.h"
 #include "tests/resources.h"
 #include "tests/stress/cases.h"
-#include "tests/surroundings.h"
 
 namespace tvn::tests
 {
@@ -61,7 +60,8 @@ const Inner kInners[] = {
          return Init(app);
      },
      sInternal},
-    {[](AppClient& app) { return Init(app); }, sInternal, sInternal, sInternal},
+    {[](AppClient& app) { return app.Init("-runner -fx", true, kSeconds); }, sInternal, sInternal,
+     sInternal},
     {[](AppClient& app) { return app.Play("nested", kSeconds); }, sNotStarted, sFail},
     {[](AppClient& app) { return app.Display("nested"); }, sNotStarted, sFail},
     {[](AppClient& app) { return app.Set("nested", "value"); }, kDone},
@@ -163,31 +163,20 @@ TEST_F(NestedCalls, OfEveryMethodDuringEachWaitOfEachOther)
             const bool attached = outer.Initialises() || (ofSame && which == kExitsAndInits) ||
                                   (!outer.Exits() && !(ofSame && which == kExits));
             EXPECT_EQ(same.Play("after", kSeconds), attached ? sOk : sNotStarted);
+            bool isAwaited = false;
+            otherSide.Next(Stage::WaitForExit, [&](Turn& turn) {
+                isAwaited = true;
+                return turn.peer.Write(turn.answer);
+            });
             same.Exit(kSeconds);
+            otherSide.Oblige();
+            const bool isFirefox = outer.line == kFirefox && !(ofSame && which == kExitsAndInits);
+            EXPECT_EQ(isAwaited, attached && !isFirefox) << "the options are still its own";
             EXPECT_EQ(Init(same), sOk) << "and works again";
             EXPECT_EQ(same.Played("again"), "1||played[EXTRACT]well|played|well");
             EXPECT_EQ(same.Exit(kSeconds), sOk);
         }
     });
-}
-
-TEST_F(NestedCalls, AnInitDuringAnInitIsRefusedAndChangesNothing)
-{
-    AppClient app;
-    int nested = 0;
-    SetEnvironmentVariableA("TALVERN_STANDIN", "no-callback");
-    CallLater(300, [&] { nested = app.Init("-ie -authorizeAll", true, 5); });
-    EXPECT_EQ(app.Init("-fx", true, 2), sTimeout);
-    SetEnvironmentVariableA("TALVERN_STANDIN", nullptr);
-    EXPECT_EQ(nested, sInternal);
-    EXPECT_TRUE(Running("iexplore.exe").empty());
-
-    EXPECT_EQ(app.Init(), sOk);
-    EXPECT_EQ(app.Play("!commandline"), sOk);
-    EXPECT_THAT(app.Extract(), testing::HasSubstr("firefox.exe"));
-    EXPECT_THAT(app.Extract(), testing::HasSubstr("authorizeAll=false"));
-    EXPECT_EQ(app.Exit(), sOk);
-    EndBrowsers();
 }
 
 TEST_F(NestedCalls, TheLastReferenceMayGoWhileAnIndexIsRead)

@@ -136,11 +136,9 @@ void OtherSide::CallBack(const std::wstring& commandLine, BytePeer& runner)
     if (at == std::wstring::npos) {
         return;
     }
-    std::string name(kPipePrefix);
-    for (const wchar_t character : commandLine.substr(at + kSwitch.size(), kUuidLength)) {
-        name += static_cast<char>(character);
-    }
-    BytePeer starter(BytePeer::Open(name), runner.Stop());
+    const std::wstring uuid = commandLine.substr(at + kSwitch.size(), kUuidLength);
+    const std::string name(uuid.begin(), uuid.end());
+    BytePeer starter(BytePeer::Open(std::string(kPipePrefix) + name), runner.Stop());
     Turn turn = {starter};
     turn.answer = Message(kWindow);
     if (starter.IsValid() && Answer(Stage::Callback, turn)) {

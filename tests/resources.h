@@ -1,6 +1,7 @@
 // What this process holds, and what it has asked for.
 #pragma once
 
+#include <boost/noncopyable.hpp>
 #include <cstddef>
 
 namespace tvn::tests
@@ -16,26 +17,22 @@ extern std::size_t g_allocatedBytes;
 
 /// While one exists, freed memory is inaccessible and is not reused: code that touches it ends the
 /// program, with a line that says so. Slow, and good for some million blocks.
-class FreedMemoryIsGone
+class FreedMemoryIsGone : boost::noncopyable
 {
   public:
     FreedMemoryIsGone();
     ~FreedMemoryIsGone();
-    FreedMemoryIsGone(const FreedMemoryIsGone&) = delete;
-    FreedMemoryIsGone& operator=(const FreedMemoryIsGone&) = delete;
 
   private:
     void* m_handler;
 };
 
 /// Remembers the open handles, and compares them with those there are in the end.
-class NoHandleStaysOpen
+class NoHandleStaysOpen : boost::noncopyable
 {
   public:
     NoHandleStaysOpen();
     ~NoHandleStaysOpen();
-    NoHandleStaysOpen(const NoHandleStaysOpen&) = delete;
-    NoHandleStaysOpen& operator=(const NoHandleStaysOpen&) = delete;
 
   private:
     std::ptrdiff_t m_before;

@@ -162,24 +162,11 @@ TEST(RunnerInstances, AreListedForAQuarterOfTheTimeHoweverManyThereAre)
 
 // ---- a real service
 
-class Runner : public testing::Test
+TEST(Runner, AScriptStartsAndAttachesThroughTheService)
 {
-  protected:
-    void Begin(const std::string& arguments = "")
-    {
-        EndBrowsers();
-        service = Started("standins\\runner.exe", arguments);
-        EXPECT_TRUE(Eventually([] { return WaitNamedPipeA(kPipe.c_str(), 1) != FALSE; }));
-    }
-    ~Runner() override { EndBrowsers(); }
-
-    boost::shared_ptr<IProcess> service;
+    const auto service = Started("standins\\runner.exe");
+    EXPECT_TRUE(Eventually([] { return WaitNamedPipeA(kPipe.c_str(), 1) != FALSE; }));
     AppClient app;
-};
-
-TEST_F(Runner, AScriptStartsAndAttachesThroughTheService)
-{
-    Begin();
     for (const char* options : {"-runner -fx", "-ie -runner"}) {
         ASSERT_EQ(app.Init(options), sOk);
         EXPECT_THAT(app.Played("!commandline"), HasSubstr("?authorizeAll=true&")) << options;
@@ -196,18 +183,7 @@ TEST_F(Runner, AScriptStartsAndAttachesThroughTheService)
     EXPECT_EQ(log.Lines(kTrace + "1 = createProcess(").size(), 1U);
     EXPECT_EQ(next.Exit(), sOk);
     EXPECT_TRUE(Running("talvern.exe").empty());
-}
-
-TEST_F(Runner, TheServiceHasALimitAndEndsABrowserThatDoesNotEnd)
-{
-    Begin("/limit=1");
-    AppClient second;
-    ASSERT_EQ(app.Init("-runner -standin=stay"), sOk);
-    EXPECT_EQ(second.Init("-runner"), sInstancesCountLimitReached);
-    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Exit(2), sOk); }), Within(900, 4000));
-    EXPECT_TRUE(Eventually([] { return Running("talvern.exe").empty(); }));
-    EXPECT_EQ(second.Init(), sOk);
-    EXPECT_EQ(second.Exit(), sOk);
+    EndBrowsers();
 }
 
 }  // namespace tvn::tests

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <boost/make_shared.hpp>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -31,16 +32,14 @@ void DeleteRegistryKey(const std::string& key)
 
 std::string TreeFolder()
 {
-    const std::string build = BuildFolder();
-    return build.substr(0, build.rfind('\\', build.rfind('\\') - 1));
+    return std::filesystem::path(BuildFolder()).parent_path().parent_path().string();
 }
 
 std::string BuildFolder()
 {
     char path[MAX_PATH] = "";
     GetModuleFileNameA(nullptr, path, MAX_PATH);
-    const std::string program = path;
-    return program.substr(0, program.rfind('\\', program.rfind('\\') - 1));
+    return std::filesystem::path(path).parent_path().parent_path().string();
 }
 
 std::string StandinFolder()
