@@ -113,6 +113,8 @@ TEST_F(LongWrite, IsNoLongerAwaitedWhenThePipeOrTheWaitFails)
         ImportWatch watch;
         watch.Fail("ReadFile", ERROR_BROKEN_PIPE);
         EXPECT_EQ(Run(1000, L"N"), sFail);
+        watch.Fail("MsgWaitForMultipleObjectsEx", ERROR_NO_SYSTEM_RESOURCES);
+        EXPECT_THROW(Run(1000, L"N"), Win32Exception) << "nothing has arrived";
     }
     EXPECT_EQ(log.Count(kDebug + "[BaseProtocol::ReadPipe] ReadFile (GetLastError() = 0x0000006d)"),
               1);
