@@ -99,6 +99,49 @@ def wrong_with(command):
     return f"there is no {missing[0]}" if missing else None
 
 
+# ---- calls of the scripting object
+
+SHOW_CALLS = sorted({*DOCUMENTS, *ROOT.glob("examples/*.*s*"), *ROOT.glob("examples/play.[bp]*"),
+                     ROOT / "examples/cpp/TalvernClient.h"})
+SIGNATURE = r"(?<![\w.>:])(tvn[A-Z]\w+)\((?!\d)([^)]*)\)"
+CALL = r"\.(tvn[A-Z]\w+)(?:\(((?:[^()\"]|\"[^\"\n]*\")*)\)| +([^=()\s][^()\n]*)|(?=\s))"
+CONSTANTS = {r"[\"'].*": {"BSTR", "VARIANT"}, r"-?\d+": {"long", "VARIANT"},
+             r"(?i:\$?(true|false))": {"VARIANT_BOOL"}}
+
+
+def methods():
+    """{method: [(attributes, type, name) of each parameter]} of the scripting interface."""
+    parameter = r"\[([^]]*)\] (\w+) (\w+)"  # the result is no parameter here: its type ends with a star
+    return {name: re.findall(parameter, parameters) for name, parameters
+            in re.findall(r"HRESULT (\w+)\((.*?)\);", text_of("Interface/Interface.idl"), re.S)}
+
+
+def signature(name, parameters):
+    """As the reference shows a method."""
+    shown_as = []
+    for attributes, kind, parameter in parameters:
+        default = re.search(r"defaultvalue\((.*)\)", attributes)
+        value = " = " + ("True" if kind == "VARIANT_BOOL" else default[1]) if default else ""
+        shown_as.append(f"[{parameter}{value}]" if "optional" in attributes else parameter)
+    return f"{name}({', '.join(shown_as)})"
+
+
+def wrong_with_call(parameters, text):
+    """What is wrong with the arguments of a call, or None."""
+    arguments = [argument.strip() for argument in re.findall(r"""((?:"[^"]*"|'[^']*'|[^,"'])+)""", text)]
+    missing = [name for attributes, _, name in parameters if "optional" not in attributes]
+    left = {name: kind for _, kind, name in parameters}
+    names = [*left]
+    for index, argument in enumerate(arguments):
+        named = re.fullmatch(r"(\w+) ?(?::=|:|=)(?!=) ?(.*)", argument, re.S)
+        name, value = named.groups() if named else ("".join(names[index:index + 1]), argument)
+        kind = left.pop(name, None)
+        if not kind or not all(kind in kinds for constant, kinds in CONSTANTS.items()
+                               if re.fullmatch(constant, value, re.S)):
+            return f"{argument} does not fit"
+    return next((f"{name} is missing" for name in missing if name in left), None)
+
+
 # ---- diagnostic lines
 
 TEXTS = r'(?:"(?:[^"\\]|\\.)*"\s*)+'
@@ -203,6 +246,20 @@ class Documents(unittest.TestCase):
                 for included in re.findall(r'#include "(\w+)/', text_of(path)):
                     with self.subTest(source=str(path.relative_to(ROOT))):
                         self.assertIn(included, known[name])
+
+    def test_the_calls_and_signatures_are_those_of_the_interface(self):
+        known, calls = methods(), 0
+        self.assertEqual(len(known), 8)
+        for path in SHOW_CALLS:
+            for method, parameters in re.findall(SIGNATURE, text_of(path)):
+                with self.subTest(file=path.name, signature=method):
+                    shown_as = re.sub(r"\s+(///)?\s*", " ", parameters)
+                    self.assertEqual(f"{method}({shown_as})", signature(method, known.get(method, ())))
+            for method, in_parentheses, behind in re.findall(CALL, text_of(path)):
+                with self.subTest(file=path.name, call=f"{method} {in_parentheses or behind}"):
+                    self.assertIsNone(wrong_with_call(known[method], in_parentheses or behind))
+                calls += 1
+        self.assertGreater(calls, 80)
 
     def test_the_diagnostic_lines_are_those_of_the_sources(self):
         sources, document = lines_of_sources(), lines_of_document()
