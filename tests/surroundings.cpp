@@ -73,6 +73,35 @@ std::string Contents(const std::string& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+std::string Printed(const std::string& path)
+{
+    std::string text = Contents(path);
+    std::erase(text, '\r');
+    return text;
+}
+
+boost::shared_ptr<Handle> StartedInto(HANDLE output, std::string commandLine)
+{
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = output == nullptr ? 0 : STARTF_USESTDHANDLES;
+    startup.hStdOutput = startup.hStdError = output;
+    PROCESS_INFORMATION started = {};
+    EXPECT_TRUE(CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, output != nullptr, 0,
+                               nullptr, nullptr, &startup, &started))
+        << commandLine;
+    CloseHandle(started.hThread);
+    return boost::make_shared<Handle>(started.hProcess);
+}
+
+DWORD ExitCodeOf(HANDLE process, DWORD time)
+{
+    EXPECT_EQ(WaitForSingleObject(process, time), WAIT_OBJECT_0);
+    DWORD exitCode = 12345;
+    GetExitCodeProcess(process, &exitCode);
+    return exitCode;
+}
+
 std::string Ran(const std::string& commandLine)
 {
     // Through a file, which what the program leaves behind may keep open.
@@ -80,26 +109,10 @@ std::string Ran(const std::string& commandLine)
     const std::string printed =
         BuildFolder() + "\\printed-" + std::to_string(GetCurrentThreadId()) + ".txt";
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    PROCESS_INFORMATION started = {};
-    DWORD exitCode = 12345;
-    {
-        const Handle file(CreateFileA(printed.c_str(), GENERIC_WRITE, kShared, &inherited,
-                                      CREATE_ALWAYS, 0, nullptr));
-        startup.hStdOutput = startup.hStdError = file.Get();
-        EXPECT_TRUE(CreateProcessA(nullptr, std::string(commandLine).data(), nullptr, nullptr, TRUE,
-                                   0, nullptr, nullptr, &startup, &started))
-            << commandLine;
-        const Handle process(started.hProcess);
-        const Handle thread(started.hThread);
-        EXPECT_EQ(WaitForSingleObject(process.Get(), 60000), WAIT_OBJECT_0) << commandLine;
-        GetExitCodeProcess(process.Get(), &exitCode);
-    }
-    std::string text = Contents(printed);
-    std::erase(text, '\r');
-    return std::to_string(exitCode) + "|" + text;
+    const Handle file(CreateFileA(printed.c_str(), GENERIC_WRITE, kShared, &inherited,
+                                  CREATE_ALWAYS, 0, nullptr));
+    const DWORD exitCode = ExitCodeOf(StartedInto(file.Get(), commandLine)->Get(), 60000);
+    return std::to_string(exitCode) + "|" + Printed(printed);
 }
 
 boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program)

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "basicslib/Handle.h"
 #include "process/IProcess.h"
 
 namespace tvn::tests
@@ -35,12 +36,20 @@ inline std::string Examples()
 /// Starts a program of the build folder, which is ended with the last pointer to it.
 boost::shared_ptr<IProcess> Started(const std::string& program, const std::string& arguments = "");
 
+/// Starts a command line that writes to `output`, which is one that processes can inherit; NULL for
+/// none.
+boost::shared_ptr<Handle> StartedInto(HANDLE output, std::string commandLine);
+
+/// The code with which a process ends, for which it has `time` milliseconds.
+DWORD ExitCodeOf(HANDLE process, DWORD time);
+
 /// What a program prints, behind its exit code and a bar, with "\n" at the ends of lines. It gets
 /// the command line as it is.
 std::string Ran(const std::string& commandLine);
 
-/// All that a file holds.
+/// All that a file holds, and the same with "\n" at the ends of lines.
 std::string Contents(const std::string& path);
+std::string Printed(const std::string& path);
 
 /// Starts one as an instance whose starter goes away while it calls back.
 boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program);
