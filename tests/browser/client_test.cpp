@@ -1,6 +1,7 @@
-// Several commands and several clients: who has given up, who has died, who comes next.
+// Several commands, clients and browsers, and a web page, that must not get in each other's way.
 
-#include <map>
+#include <algorithm>
+#include <fstream>
 
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
@@ -13,13 +14,11 @@
 #include "tests/messages.h"
 #include "tests/moments.h"
 #include "tests/surroundings.h"
-#include "tests/texts.h"
 
 namespace tvn::tests
 {
 
-class BrowserClients : public RealBrowser
-{};
+using BrowserClients = RealBrowser;
 
 TEST_F(BrowserClients, TheNextPlayStopsOneThatWasGivenUpAndADisplayGoesBesideIt)
 {
@@ -36,16 +35,7 @@ TEST_F(BrowserClients, TheNextPlayStopsOneThatWasGivenUpAndADisplayGoesBesideIt)
     }
 }
 
-/// The status with which a command is answered.
-static int Asked(CommandsProtocol& protocol, const wchar_t* command, const wchar_t* argument)
-{
-    CommandReply reply;
-    protocol.SendCommand(1, command, argument, 5000);
-    protocol.ReceiveReply(1, reply, 60000);
-    return reply.status;
-}
-
-/// Waits until a command is written, and drops no reply meanwhile.
+/// Writes a command, and drops no reply meanwhile.
 static void Sends(CommandsProtocol& protocol, unsigned int id, std::string_view command,
                   const std::string& argument)
 {
@@ -53,7 +43,19 @@ static void Sends(CommandsProtocol& protocol, unsigned int id, std::string_view 
     protocol.WritePipe(bytes.data(), static_cast<DWORD>(bytes.size()), 5000);
 }
 
-TEST_F(BrowserClients, AClientThatDiesInMidPlayLeavesAFreeBrowserThatHasStopped)
+/// "ID:STATUS " of the next replies.
+static std::string Replies(CommandsProtocol& protocol, int count)
+{
+    std::string replies;
+    for (CommandReply reply; count > 0; --count) {
+        unsigned int id = 0;
+        protocol.ReadReply(id, reply, 10000);
+        replies += std::to_string(id) + ":" + std::to_string(reply.status) + " ";
+    }
+    return replies;
+}
+
+TEST_F(BrowserClients, APlayGivesWayToTheNextAndLongCommandsWaitForOneAnother)
 {
     const auto running = Started("browser\\talvern.exe");
     std::vector<boost::shared_ptr<Instance>> instances;
@@ -61,55 +63,48 @@ TEST_F(BrowserClients, AClientThatDiesInMidPlayLeavesAFreeBrowserThatHasStopped)
         InstancesMgr().GetInstancesByName(instances, L"talvern.exe", 5000);
         return instances.size() == 1;
     }));
-    {
-        RemotePipeClient client(InstancePipeName(WindowValue(instances[0]->hwnd)));
-        const auto pipe = client.OpenPipe(5000);
-        CommandsProtocol protocol(pipe->Get(), nullptr);
-        EXPECT_EQ(Asked(protocol, kCommandPlay, L""), sFail) << "nobody has attached";
-        ASSERT_EQ(Asked(protocol, kCommandAttachIfFree, L""), sOk);
-        // A play that waits for its turn gives way to the next, as the one that it waits for.
-        for (const auto& [id, waiting] : {std::pair(3U, " -macro for(;;)await[SP]page.title() "),
-                                          {4U, " -macro for(;;)await[SP]page.title() "},
-                                          {5U, " -macro extract(5) "}}) {
-            Sends(protocol, id, "PLAY", waiting);
-            Sleep(id == 3 ? 1000 : 0);  // the first one has begun
-        }
-        std::map<unsigned int, int> statuses;
-        for (CommandReply reply; statuses.size() < 3;) {
-            unsigned int id = 0;
-            protocol.ReadReply(id, reply, 10000);
-            statuses[id] = reply.status;
-        }
-        EXPECT_THAT(statuses,
-                    testing::ElementsAre(testing::Pair(3U, sNotCompleted),
-                                         testing::Pair(4U, sNotCompleted), testing::Pair(5U, sOk)));
-        // Several long commands to the browser wait for one another.
-        constexpr int kTexts = 6;
-        const std::string text(std::size_t{1} << 20, 'x');
-        for (int round = 0; round < kTexts; ++round) {
-            Sends(protocol, 7, "appSendText", text);
-        }
-        for (int round = 0; round < kTexts; ++round) {
-            unsigned int id = 0;
-            CommandReply reply;
-            protocol.ReadReply(id, reply, 10000);
-            EXPECT_EQ(reply.status, sOk);
-        }
-        std::string macro = "await page.goto('" + site +
-                            "/second.html'); await page.evaluate(() => { window.n = 0; "
-                            "}); for (;;) await page.evaluate(() => { ++n; })";
-        ReplaceAll(macro, " ", "[SP]");
-        const std::string argument = " -macro " + macro + " ";
-        Sends(protocol, 6, "PLAY", argument);
-        Sleep(1500);
+    RemotePipeClient client(InstancePipeName(WindowValue(instances[0]->hwnd)));
+    const auto pipe = client.OpenPipe(5000);
+    CommandsProtocol protocol(pipe->Get(), nullptr);
+    Sends(protocol, 1, "PLAY", "");
+    Sends(protocol, 2, "tvnAuxAttachIfFree", "");
+    EXPECT_EQ(Replies(protocol, 2), "1:-1 2:1 ") << "a play before anybody has attached";
+    const std::string endless = " -macro for(;;)await[SP]page.title() ";
+    Sends(protocol, 3, "PLAY", endless);
+    Sleep(1000);  // it has begun; the next one waits for its end
+    Sends(protocol, 4, "PLAY", endless);
+    Sends(protocol, 5, "PLAY", " -macro extract(5) ");
+    EXPECT_THAT(Replies(protocol, 3),
+                testing::AllOf(testing::HasSubstr("3:-2 "), testing::HasSubstr("4:-2 "),
+                               testing::EndsWith("5:1 ")));
+    const std::string text(std::size_t{1} << 20, 'x');
+    for (int round = 0; round < 6; ++round) {
+        Sends(protocol, 7, "appSendText", text);
     }
-    ASSERT_EQ(app.Init("", false, 20), sOk);
-    EXPECT_EQ(Running("talvern.exe").size(), 1U);
-    EXPECT_EQ(Plays("const n = await page.evaluate(() => n); await new Promise((resolve) => "
-                    "setTimeout(resolve, 200)); extract(page.url() === options.site + "
-                    "'/second.html', n > 0, n === await page.evaluate(() => n))"),
-              "1||true[EXTRACT]true[EXTRACT]true");
-    EXPECT_EQ(app.Exit(), sOk);
+    EXPECT_EQ(Replies(protocol, 6), "7:1 7:1 7:1 7:1 7:1 7:1 ");
+    Sends(protocol, 8, "appEnd", "");
+    EXPECT_EQ(Replies(protocol, 1), "8:1 ");
+    EXPECT_TRUE(Eventually([] { return BrowserProcesses().empty(); }));
+}
+
+TEST_F(BrowserClients, AWebPageReachesNothingOfTheMacrosPageOrItsProtocol)
+{
+    Begin();
+    ASSERT_TRUE(Eventually([] { return ProfileFolders().size() == 2; }));
+    const std::vector<std::string> profiles = ProfileFolders();
+    std::string port;
+    std::string path;
+    std::ifstream(FreshProfiles() + "\\" + std::min(profiles[0], profiles[1]) +
+                  "\\DevToolsActivePort") >>
+        port >> path;
+    ASSERT_NE(path, "");
+    app.Set("-port", port.c_str());
+    app.Set("-path", path.c_str());
+    EXPECT_EQ(
+        Plays("let heard = 'nothing'; new BroadcastChannel('macro').onmessage = () => { heard "
+              "= 'it'; }; await page.goto(options.site + '/curious.html'); extract(await "
+              "page.evaluate(({ port, path }) => reach(port, path), { ...options }), heard)"),
+        "1||[][EXTRACT]nothing");
 }
 
 TEST_F(BrowserClients, TwoBrowsersKnowNothingOfEachOther)
@@ -117,27 +112,13 @@ TEST_F(BrowserClients, TwoBrowsersKnowNothingOfEachOther)
     Begin();
     AppClient second;
     ASSERT_EQ(second.Init("", true, 60), sOk);
-    const std::string keeps =
-        "await page.goto(options.site + '/second.html'); "
-        "await page.evaluate(() => { document.cookie = 'a=1'; });";
-    EXPECT_EQ(Plays(keeps), "1||");
+    const std::string visit = "await page.goto(options.site + '/second.html'); ";
+    const std::string cookies = "extract(await page.evaluate(() => document.cookie))";
+    EXPECT_EQ(Plays(visit + "await page.evaluate(() => { document.cookie = 'a=1'; })"), "1||");
     EXPECT_EQ(app.Play("await new Promise(() => {})", 1), sTimeout);
-    EXPECT_EQ(Plays(second,
-                    "await page.goto(options.site + '/second.html'); extract(await "
-                    "page.evaluate(() => document.cookie))"),
-              "1||");
+    EXPECT_EQ(Plays(second, visit + cookies), "1||");
     EXPECT_EQ(second.Exit(), sOk);
-    EXPECT_EQ(Plays("extract(await page.evaluate(() => document.cookie))"), "1||a=1");
-}
-
-TEST_F(BrowserClients, TheRunnerServiceStartsItToo)
-{
-    const auto service = Started("standins\\runner.exe");
-    Sleep(500);
-    ASSERT_EQ(app.Init("-runner", true, 60), sOk);
-    EXPECT_EQ(Plays("extract(await page.title())"), "1||");
-    EXPECT_EQ(app.Exit(), sOk);
-    EXPECT_TRUE(Eventually([] { return BrowserProcesses().empty(); }));
+    EXPECT_EQ(Plays(cookies), "1||a=1");
 }
 
 }  // namespace tvn::tests

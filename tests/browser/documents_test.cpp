@@ -1,29 +1,24 @@
 // What the first documents tell to do is done, in the real browser, and gives what they say.
 
 #include <algorithm>
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <regex>
 
 #include "tests/browser/real_browser.h"
 #include "tests/surroundings.h"
+#include "tests/texts.h"
+#include "tests/viewer.h"
 
 namespace tvn::tests
 {
 namespace
 {
 
-std::string Content(const std::string& path)
-{
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// The block number `index`, from 0, of those in a language.
 std::string Block(const std::string& document, const std::string& language, int index = 0)
 {
-    const std::string text = Content(TreeFolder() + "\\" + document);
+    const std::string text = Contents(TreeFolder() + "\\" + document);
     const std::string opening = "\n```" + language + "\n";
     std::size_t at = text.find(opening);
     for (; index > 0 && at != std::string::npos; --index) {
@@ -34,36 +29,36 @@ std::string Block(const std::string& document, const std::string& language, int 
     return text.substr(at, text.find("```", at) - at);
 }
 
-std::string Replaced(const std::string& text, const std::string& from, const std::string& to)
+std::string Replaced(std::string text, const std::string& from, const std::string& to)
 {
-    EXPECT_NE(text.find(from), std::string::npos) << from;
-    std::string result = text;
-    for (std::size_t at = 0; (at = result.find(from, at)) != std::string::npos; at += to.size()) {
-        result.replace(at, from.size(), to);
-    }
-    return result;
+    EXPECT_THAT(text, testing::HasSubstr(from));
+    ReplaceAll(text, from, to);
+    return text;
 }
 
 /// What a script prints, without blanks at the ends of lines, when it is started by `starter`.
-std::string Printed(const std::string& script, const std::string& starter = "")
+std::string ScriptRan(const std::string& script, const std::string& starter = "")
 {
-    const std::string folder = BuildFolder() + "\\";
-    std::ofstream(folder + "document.vbs") << script;
-    const std::string command = starter + "cscript.exe //nologo \"" + folder +
-                                "document.vbs\" > \"" + folder + "document.txt\"";
-    // NOLINTNEXTLINE(cert-env33-c): the command line is this program's own
-    EXPECT_EQ(std::system(command.c_str()), 0) << command;
-    return std::regex_replace(Content(folder + "document.txt"), std::regex(" +\n"), "\n");
+    const std::string file = BuildFolder() + "\\document.vbs";
+    std::ofstream(file) << script;
+    const std::string ran = Ran(starter + "cscript.exe //nologo \"" + file + "\"");
+    return std::regex_replace(ran, std::regex(" +\n"), "\n");
 }
 
 }  // namespace
 
-class BrowserDocuments : public RealBrowser
-{};
+using BrowserDocuments = RealBrowser;
 
 TEST_F(BrowserDocuments, TheScriptOnTheFirstPagePrintsWhatStandsBesideIt)
 {
-    EXPECT_EQ(Printed(Block("README.md", "vbs")), Block("README.md", "text"));
+    const std::string script = Block("README.md", "vbs");
+    EXPECT_EQ(ScriptRan(script), "0|" + Block("README.md", "text"));
+
+    SetEnvironmentVariableA("TALVERN_BROWSER", nullptr);
+    EXPECT_THAT(ScriptRan(script, ViewerLine("--explain ")),
+                testing::AllOf(testing::HasSubstr("tvnInit -1\n"),
+                               testing::HasSubstr("error    There is no browser to drive. Looked"),
+                               testing::HasSubstr("install one of them")));
 }
 
 TEST_F(BrowserDocuments, TheTenEverydayJobsGiveWhatStandsBelowThem)
@@ -91,26 +86,18 @@ TEST_F(BrowserDocuments, TheFirstMacroWorksThenFailsAndTheTraceShowsWhere)
     const std::string macro = Block(document, "js");
     const std::string script = Replaced(Block(document, "vbs"), original, address);
     std::ofstream(file) << macro;
-    EXPECT_EQ(Printed(script), Block(document, "text", 0));
+    EXPECT_EQ(ScriptRan(script), "0|" + Block(document, "text", 0));
 
     std::ofstream(file) << Replaced(macro, "#show", "#sow");
-    EXPECT_EQ(Printed(script), Block(document, "text", 1));
+    EXPECT_EQ(ScriptRan(script), "0|" + Block(document, "text", 1));
 
     const std::string trace = BuildFolder() + "\\document-trace.txt";
-    Printed(Replaced(script, "app.tvnInit()", "app.tvnInit(\"--trace\")"),
-            "\"\"" + BuildFolder() + "\\tvntrace\\tvntrace.exe\" --out \"" + trace +
-                "\" --explain --grep \"macro|Play\" ");
+    ScriptRan(Replaced(script, "tvnInit()", "tvnInit(\"--trace\")"),
+              ViewerLine("--out \"" + trace + "\" --explain --grep \"macro|Play\" "));
     const std::regex numbers("\\d\\d:\\d\\d:\\d\\d\\.\\d{3} +\\d+|\\d+ ms");
-    EXPECT_EQ(std::regex_replace(Replaced(Content(trace), address, original), numbers, "N"),
+    EXPECT_EQ(std::regex_replace(Replaced(Printed(trace), address, original), numbers, "N"),
               std::regex_replace(Block(document, "trace"), numbers, "N"));
-    std::remove(file.c_str());
-
-    SetEnvironmentVariableA("TALVERN_BROWSER", nullptr);
-    EXPECT_THAT(Printed(Block("README.md", "vbs"),
-                        "\"\"" + BuildFolder() + "\\tvntrace\\tvntrace.exe\" --explain "),
-                testing::AllOf(testing::HasSubstr("tvnInit -1\n"),
-                               testing::HasSubstr("error    There is no browser to drive. Looked"),
-                               testing::HasSubstr("install one of them")));
+    std::filesystem::remove(file);
 }
 
 }  // namespace tvn::tests

@@ -1,6 +1,7 @@
 // What passes for a Chromium, a Windows program that is reached by two pipes. It writes its command
-// line and the commands that it gets, a line each, into "false_browser.txt" beside it. The last
-// word of its command line but the page tells what is wrong with it:
+// line, the handles that it inherits and the commands that it gets, a line each, into
+// "false_browser.txt" beside it. The last word of its command line but the page tells what is wrong
+// with it:
 //
 //     --ends     ends at once, with a word why      --no-page  shows no page
 //     --goes     goes at the first command          --torn     answers a play with nonsense
@@ -14,9 +15,9 @@
 #include <windows.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <string>
 
 namespace
@@ -24,25 +25,31 @@ namespace
 
 using Json = nlohmann::json;
 
-/// One of the numbers of "--remote-debugging-io-pipes=3,4".
-HANDLE PipeOf(const std::string& line, char before)
+/// A line for each handle that this process was given by the one that started it.
+std::string InheritedHandles()
 {
-    constexpr const char* kSwitch = "--remote-debugging-io-pipes";
-    const std::size_t at = line.find(before, line.find(kSwitch));
-    const ULONG_PTR value = std::strtoul(line.c_str() + at + 1, nullptr, 10);
-    return reinterpret_cast<HANDLE>(value);
+    std::string lines;
+    for (ULONG_PTR value = 4; value < 0x4000; value += 4) {
+        DWORD flags = 0;
+        GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags);
+        lines +=
+            (flags & HANDLE_FLAG_INHERIT) != 0 ? "inherited: " + std::to_string(value) + "\n" : "";
+    }
+    return lines;
 }
 
 class Browser
 {
   public:
-    Browser(const std::string& line, std::string fault)
-        : m_input(PipeOf(line, '=')),
-          m_output(PipeOf(line, ',')),
-          m_fault(std::move(fault)),
-          m_log(Beside())
+    Browser(const std::string& line, std::string fault) : m_fault(std::move(fault))
     {
-        m_log << line << std::endl;
+        const std::string inherited = InheritedHandles();  // the log's handle is none of them
+        m_log.open(std::regex_replace(_pgmptr, std::regex("exe$"), "txt"));
+        m_log << line << '\n' << inherited << std::flush;
+        std::smatch pipes;
+        std::regex_search(line, pipes, std::regex("io-pipes=(\\d+),(\\d+)"));
+        m_input = reinterpret_cast<HANDLE>(std::stoull(pipes[1]));
+        m_output = reinterpret_cast<HANDLE>(std::stoull(pipes[2]));
     }
 
     /// Until it is told to go, or the pipe ends.
@@ -52,7 +59,7 @@ class Browser
         Write("nonsense");
         Write(R"({"method": 1})");
         Write(
-            R"({"method": "Runtime.consoleAPICalled", "params": {"args": [{"value": "a\\b"}]}, "half": "\\\ud800\ud83d\ude00"})");
+            R"({"method": "Runtime.consoleAPICalled", "params": {"args": [{"value": "a\\b"}, {"value": 1}]}, "half": "\\\ud800\ud83d\ude00"})");
         Write(R"({"method": "Runtime.bindingCalled", "params": {"payload": "nonsense"}})");
         std::string pending;
         char bytes[4096];
@@ -74,27 +81,21 @@ class Browser
     }
 
   private:
-    static std::string Beside()
-    {
-        char path[MAX_PATH] = "";
-        GetModuleFileNameA(nullptr, path, MAX_PATH);
-        const std::string program = path;
-        return program.substr(0, program.rfind('.')) + ".txt";
-    }
-
     void Write(const std::string& text)
     {
         DWORD size = 0;
         WriteFile(m_output, text.c_str(), static_cast<DWORD>(text.size() + 1), &size, nullptr);
     }
 
-    void Tell(const char* method, const Json& parameters, const char* session = nullptr)
+    void Tell(const char* method, const Json& parameters, const char* session = "")
     {
-        Json event = {{"method", method}, {"params", parameters}};
-        if (session != nullptr) {
-            event["sessionId"] = session;
-        }
-        Write(event.dump());
+        Write(Json{{"method", method}, {"params", parameters}, {"sessionId", session}}.dump());
+    }
+
+    void TellOfTarget(const char* session, const char* target)
+    {
+        Tell("Target.attachedToTarget",
+             {{"sessionId", session}, {"targetInfo", {{"targetId", target}}}});
     }
 
     void Take(const Json& command)
@@ -102,8 +103,7 @@ class Browser
         const std::string method = command.at("method");
         const bool plays = command.dump().find("this.play(") != std::string::npos;
         if (method == "Target.setAutoAttach") {
-            Tell("Target.attachedToTarget",
-                 {{"sessionId", "visible"}, {"targetInfo", {{"targetId", "page"}}}});
+            TellOfTarget("visible", "page");
         }
         if (method == "Fetch.enable") {
             Tell("Fetch.requestPaused", {{"requestId", "one"}}, "visible");
@@ -114,8 +114,7 @@ class Browser
         } else if (plays && m_fault == "--crashes") {
             Tell("Inspector.targetCrashed", Json::object(), "session");
         } else if (plays && m_fault == "--endless") {
-            Tell("Target.attachedToTarget",
-                 {{"sessionId", "popup"}, {"targetInfo", {{"targetId", "popup"}}}});
+            TellOfTarget("popup", "popup");
         } else if (plays && m_fault == "--refuses") {
             Write(Json{{"id", command.at("id")}, {"error", {{"message", "not now"}}}}.dump());
         } else {
@@ -146,8 +145,8 @@ class Browser
         return result;
     }
 
-    const HANDLE m_input;
-    const HANDLE m_output;
+    HANDLE m_input = nullptr;
+    HANDLE m_output = nullptr;
     const std::string m_fault;
     std::ofstream m_log;
 };
@@ -162,5 +161,4 @@ int main(int argc, char** argv)
         return 1;
     }
     Browser(GetCommandLineA(), fault).Serve();
-    return 0;
 }

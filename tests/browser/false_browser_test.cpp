@@ -1,10 +1,9 @@
 // Browsers that are none, or are out of order, and what is said about them; what a browser is
 // started with, and what is left of it.
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <regex>
 
 #include "basicslib/StatusCode.h"
 #include "process/Process.h"
@@ -16,6 +15,11 @@
 namespace tvn::tests
 {
 
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
 class FalseBrowser : public RealBrowser
 {
   protected:
@@ -24,34 +28,29 @@ class FalseBrowser : public RealBrowser
         DeleteRegistryKey(kAppPath);
         SetRegistryValue(kProductKey, "Browser", "");
         SetRegistryValue(kProductKey, "BrowserArguments", "");
-        SetEnvironmentVariableA("TALVERN_BROWSER", nullptr);  // the next test begins afresh
-        SetEnvironmentVariableA("TALVERN_BROWSER_ARGUMENTS", nullptr);
+        Choose(nullptr, nullptr);  // the next test begins afresh
     }
 
     void SetUp() override {}  // no real one is needed
 
-    /// Has the next browser be the false one with this fault.
-    void Choose(const char* fault)
+    /// What the environment says of the next browser.
+    static void Choose(const char* path, const char* arguments)
     {
-        SetEnvironmentVariableA("TALVERN_BROWSER", program.c_str());
-        SetEnvironmentVariableA("TALVERN_BROWSER_ARGUMENTS", fault);
+        SetEnvironmentVariableA("TALVERN_BROWSER", path);
+        SetEnvironmentVariableA("TALVERN_BROWSER_ARGUMENTS", arguments);
     }
 
     /// What the last false browser has heard: its command line and the commands.
     static std::string Heard()
     {
-        std::ifstream file(BuildFolder() + "\\tests\\browser\\false_browser.txt");
-        return {std::istreambuf_iterator<char>(file), {}};
+        return Printed(BuildFolder() + "\\tests\\browser\\false_browser.txt");
     }
 
-    static std::size_t TimesHeard(const std::string& word)
+    static std::ptrdiff_t TimesHeard(const std::string& word)
     {
         const std::string heard = Heard();
-        std::size_t times = 0;
-        for (std::size_t at = 0; (at = heard.find(word, at)) != std::string::npos; ++at) {
-            ++times;
-        }
-        return times;
+        const std::regex one(word);
+        return std::distance(std::sregex_iterator(heard.begin(), heard.end(), one), {});
     }
 
     static bool HaveAllEnded()
@@ -66,44 +65,50 @@ class FalseBrowser : public RealBrowser
 
 TEST_F(FalseBrowser, OneThatDoesNotComeUpIsNamedWithWhatIsWrong)
 {
-    SetEnvironmentVariableA("TALVERN_BROWSER", "Z:\\none");
-    const auto choice = [&](const char* fault) {
-        return "--browser \"" + program + "\" --browser-arguments " + fault;
-    };
+    Choose("Z:\\none", nullptr);
+    const std::string chosen = "--browser \"" + program + "\" --browser-arguments ";
     const std::string noProgram = BuildFolder() + "\\tests\\CTestTestfile.cmake";
     const std::pair<std::string, std::vector<std::string>> cases[] = {
-        {choice("--ends"),
+        {chosen + "--ends",
          {program + " ended at once. The browser has gone: ", " printed: there is no display"}},
-        {choice("--goes"), {"The browser has gone: "}},
-        {choice("--old"),
+        {chosen + "--goes", {"The browser has gone: "}},
+        {chosen + "--old",
          {"The browser is too old: Chrome/137.0.1. The oldest that works is 138."}},
-        {choice("--no-page"),
-         {"cannot be read (8 bytes)", "cannot be read (13 bytes)", "macro: a\\b\n",
+        {chosen + "--no-page",
+         {"cannot be read (8 bytes)", "cannot be read (13 bytes)", "macro: a\\b 1\n",
           "The browser shows no page."}},
-        {choice("--well") + " --profile a/b", {"\"a/b\" is no name for a profile."}},
+        {chosen + "--well --profile a/b", {"\"a/b\" is no name for a profile."}},
         {"--browser Z:\\other.exe",
          {"There is no such browser: Z:\\other.exe, as the command line's --browser"}},
         {"--browser \"" + noProgram + "\"", {noProgram + " cannot be started (error "}},
-        {"--browser \"" + program + "\" --browser-arguments",
+        {chosen,
          {"The command line cannot be read: --browser-arguments",
-          "no such browser: Z:\\none, as "}},
+          "no such browser: Z:\\none, as the environment variable TALVERN_BROWSER"}},
     };
     for (const auto& [arguments, says] : cases) {
         const std::string lines = TraceOfOwnBrowser(arguments);
         for (const std::string& one : says) {
-            EXPECT_THAT(lines, testing::HasSubstr(one)) << arguments;
+            EXPECT_THAT(lines, HasSubstr(one)) << arguments;
         }
-        EXPECT_THAT(ProfileFolders(), testing::IsEmpty()) << arguments;
+        EXPECT_THAT(ProfileFolders(), IsEmpty()) << arguments;
+    }
+    SetRegistryValue(kProductKey, "Browser", "Z:\\theirs.exe");
+    EXPECT_THAT(TraceOfOwnBrowser(), HasSubstr("no such browser: Z:\\theirs.exe, as the value"));
+    SetRegistryValue(kProductKey, "Browser", "");
+    Choose(nullptr, nullptr);
+    const std::string lines = TraceOfOwnBrowser();
+    for (const char* place : {"\"Browser\"", "TALVERN_BROWSER (not set)",
+                              "App Paths of msedge.exe (not set)", "chrome.exe", "chromium.exe"}) {
+        EXPECT_THAT(lines, HasSubstr(place));
     }
     std::filesystem::remove(FreshProfiles());
     std::ofstream(FreshProfiles().c_str()) << "no folder";
-    EXPECT_THAT(TraceOfOwnBrowser(choice("--well")), testing::HasSubstr(" cannot be made."));
+    EXPECT_THAT(TraceOfOwnBrowser(chosen + "--well"), HasSubstr(" cannot be made."));
     std::filesystem::remove(FreshProfiles());
 }
 
 TEST_F(FalseBrowser, OneThatIsOutOfOrderIsAFailureOfTheCommandOnly)
 {
-    SetEnvironmentVariableA("TALVERN_BROWSER", nullptr);
     SetRegistryValue(kAppPath, nullptr, "\"" + program + "\"");
     const std::string longText(std::size_t{17} << 20, 'x');
     for (const auto& [fault, says] :
@@ -114,48 +119,54 @@ TEST_F(FalseBrowser, OneThatIsOutOfOrderIsAFailureOfTheCommandOnly)
           {"--crashes",
            "-100|The macro was stopped with its own page: The page has crashed. (-100)|"},
           {"--long", "1||" + longText}}) {
-        SetEnvironmentVariableA("TALVERN_BROWSER_ARGUMENTS", fault);
+        Choose(nullptr, fault);
         ASSERT_EQ(app.Init("", true, 60), sOk) << fault;
         EXPECT_TRUE(Plays("extract(1)") == says) << fault << app.Error();
         EXPECT_EQ(app.Display("text"), sFail) << fault;
         EXPECT_EQ(app.Exit(), sOk) << fault;
-        EXPECT_TRUE(Eventually(HaveAllEnded)) << fault;
+        ExpectNothingLeft();
     }
 }
 
 TEST_F(FalseBrowser, IsChosenByTheFirstPlaceThatNamesOneAndTakesEverybodysArguments)
 {
-    SetEnvironmentVariableA("TALVERN_BROWSER", "Z:\\none");
-    SetEnvironmentVariableA("TALVERN_BROWSER_ARGUMENTS", "--ends");
+    Choose("Z:\\none", "--ends");
     SetRegistryValue(kProductKey, "Browser", "Z:\\none.exe");
     SetRegistryValue(kProductKey, "BrowserArguments", "--disable-features=One,Two --well");
     ASSERT_EQ(app.Init(("--browser \"" + program + "\"").c_str(), true, 60), sOk);
     EXPECT_EQ(app.Exit(), sOk);
     const std::string heard = Heard();
     const std::string line = heard.substr(0, heard.find('\n'));
-    EXPECT_THAT(line, testing::ContainsRegex(" --disable-features=BackForwardCache,.+,One,"
-                                             "Two --well about:blank$"));
+    EXPECT_THAT(line, ContainsRegex(" --disable-features=BackForwardCache,.+,One,"
+                                    "Two --well about:blank$"));
     EXPECT_EQ(line.find("--disable-features"), line.rfind("--disable-features"));
-    EXPECT_THAT(line, testing::ContainsRegex(
-                          " --remote-debugging-pipe --remote-debugging-io-pipes=\\d+,\\d+ "));
-    EXPECT_THAT(line, testing::Not(testing::HasSubstr("-port")));
-    EXPECT_THAT(line, testing::HasSubstr(" --do-not-de-elevate "));
+    EXPECT_THAT(line,
+                ContainsRegex(" --remote-debugging-pipe --remote-debugging-io-pipes=\\d+,\\d+ "));
+    EXPECT_THAT(line, Not(HasSubstr("-port")));
+    EXPECT_THAT(line, HasSubstr(" --do-not-de-elevate "));
     // It is visible, so nobody must be asked for the passwords of sites.
-    EXPECT_THAT(heard, testing::ContainsRegex("continueRequest.+\"one\".+\"visible\""));
-    EXPECT_THAT(heard, testing::ContainsRegex("continueWithAuth.+CancelAuth.+\"two\""));
+    EXPECT_THAT(heard, ContainsRegex("continueRequest.+\"one\".+\"visible\""));
+    EXPECT_THAT(heard, ContainsRegex("continueWithAuth.+CancelAuth.+\"two\""));
 }
 
-TEST_F(FalseBrowser, AnInstanceWhoseStarterGoesAwayEndsWithItsBrowser)
+TEST_F(FalseBrowser, EndsWithAnInstanceWhoseStarterGoesAwayAndInheritsNothingButItsPipes)
 {
-    Choose("--well");
+    Choose(program.c_str(), "--well");
     EXPECT_EQ(StartedAndLeft("browser\\talvern.exe")->WaitForExit(10000), sOk);
-    EXPECT_TRUE(Eventually(HaveAllEnded));
-    EXPECT_THAT(ProfileFolders(), testing::IsEmpty());
+    ExpectNothingLeft();
+
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    const Handle others(CreateEventA(&inherited, TRUE, FALSE, nullptr));
+    const auto instance = StartedInto(others.Get(), BuildFolder() + "\\browser\\talvern.exe");
+    EXPECT_TRUE(Eventually([] { return !Running("false_browser.exe").empty(); }));
+    ASSERT_EQ(app.Init("", false, 60), sOk);
+    EXPECT_EQ(app.Exit(), sOk);
+    EXPECT_EQ(TimesHeard("inherited: "), 4) << Heard();
 }
 
 TEST_F(FalseBrowser, EndsWithAnInstanceThatIsEndedByForceAndTheNextClearsUpWithoutFollowingLinks)
 {
-    Choose("--stays");
+    Choose(program.c_str(), "--stays");
     ASSERT_EQ(app.Init("", true, 60), sOk);
     ASSERT_EQ(Running("false_browser.exe").size(), 1U);
     EXPECT_EQ(Running("talvern.exe").at(0)->Terminate(5000), sOk);
@@ -164,8 +175,7 @@ TEST_F(FalseBrowser, EndsWithAnInstanceThatIsEndedByForceAndTheNextClearsUpWitho
     ASSERT_EQ(ProfileFolders().size(), 1U);
 
     const std::filesystem::path somebodys = BuildFolder() + "\\somebodys";
-    const std::filesystem::path link =
-        std::filesystem::path(FreshProfiles()) / ProfileFolders()[0] / "link";
+    const std::filesystem::path link = FreshProfiles() + "\\" + ProfileFolders()[0] + "\\link";
     std::filesystem::create_directory(somebodys);
     std::ofstream(somebodys / "file") << "kept";
     CreateSymbolicLinkW(link.c_str(), somebodys.c_str(), SYMBOLIC_LINK_FLAG_DIRECTORY);
@@ -180,14 +190,14 @@ TEST_F(FalseBrowser, EndsWithAnInstanceThatIsEndedByForceAndTheNextClearsUpWitho
     ASSERT_EQ(app.Init("", true, 60), sOk);
     EXPECT_TRUE(Eventually([] { return ProfileFolders().size() == 2; }));
     EXPECT_EQ(app.Exit(), sOk);
-    EXPECT_THAT(ProfileFolders(), testing::IsEmpty());
+    EXPECT_THAT(ProfileFolders(), IsEmpty());
     EXPECT_TRUE(std::filesystem::exists(somebodys / "file"));
     std::filesystem::remove_all(somebodys);
 }
 
 TEST_F(FalseBrowser, APlayThatIsGivenUpOrWhoseClientDiesIsEndedWithAllThatItHasOpened)
 {
-    Choose("--headless --endless");
+    Choose(program.c_str(), "--headless --endless");
     const auto running = Started("browser\\talvern.exe");
     {
         AppClient client;
@@ -195,13 +205,13 @@ TEST_F(FalseBrowser, APlayThatIsGivenUpOrWhoseClientDiesIsEndedWithAllThatItHasO
         for (int round = 0; round < 3; ++round) {
             EXPECT_EQ(client.Play("extract(1)", 1), sTimeout);
         }
-        EXPECT_EQ(TimesHeard("\"Target.disposeBrowserContext\""), 2U);
+        EXPECT_EQ(TimesHeard("\"Target.disposeBrowserContext\""), 2);
     }
     EXPECT_TRUE(Eventually([] { return TimesHeard("\"Target.disposeBrowserContext\"") == 3; }));
-    EXPECT_EQ(TimesHeard("\"Target.createBrowserContext\""), 3U);
-    EXPECT_THAT(Heard(), testing::HasSubstr(R"({"targetId":"popup"})"));
-    EXPECT_THAT(Heard(), testing::Not(testing::HasSubstr("Fetch.")));
-    EXPECT_THAT(Heard(), testing::Not(testing::HasSubstr(R"({"targetId":"page"})")));
+    EXPECT_EQ(TimesHeard("\"Target.createBrowserContext\""), 3);
+    EXPECT_THAT(Heard(), HasSubstr(R"({"targetId":"popup"})"));
+    EXPECT_THAT(Heard(), Not(HasSubstr("Fetch.")));
+    EXPECT_THAT(Heard(), Not(HasSubstr(R"({"targetId":"page"})")));
 }
 
 }  // namespace tvn::tests

@@ -1,16 +1,17 @@
 #include "tests/browser/page_server.h"
 
-#include <winsock2.h>
-
-#include <windows.h>
-
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 #include <fstream>
+#include <memory>
 #include <sstream>
 
 #include "instance/RunApart.h"
 
 namespace tvn::tests
 {
+
+using boost::asio::ip::tcp;
 
 static std::string Response(const std::string& status, const std::string& headers,
                             const std::string& body)
@@ -41,38 +42,25 @@ static std::string Answer(std::string path)
     return file ? Response("200 OK", "", body.str()) : Response("404 Not Found", "", "");
 }
 
-static void Serve(SOCKET client)
-{
-    char request[8192] = "";
-    if (recv(client, request, sizeof request - 1, 0) > 0) {
-        std::string method;
-        std::string path;
-        std::istringstream(request) >> method >> path;
-        const std::string answer = Answer(path.substr(0, path.find('?')));
-        send(client, answer.data(), static_cast<int>(answer.size()), 0);
-    }
-    closesocket(client);
-}
-
 std::string ServePages()
 {
-    WSADATA data;
-    WSAStartup(MAKEWORD(2, 2), &data);
-    SOCKET listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    int size = sizeof address;
-    static_cast<void>(bind(listener, reinterpret_cast<sockaddr*>(&address), size));
-    listen(listener, SOMAXCONN);
-    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-    instance::RunApart([listener] {
+    // Both live as long as the process, which ends while a client is awaited.
+    auto& context = *new boost::asio::io_context;
+    auto& acceptor =
+        *new tcp::acceptor(context, tcp::endpoint(boost::asio::ip::address_v4::loopback(), 0));
+    instance::RunApart([&acceptor] {
         for (;;) {
-            SOCKET client = accept(listener, nullptr, nullptr);
-            instance::RunApart([client] { Serve(client); });
+            const auto client = std::make_shared<tcp::iostream>(acceptor.accept());
+            instance::RunApart([client] {
+                std::string path;
+                *client >> path >> path;
+                for (std::string line; std::getline(*client, line) && line != "\r";) {
+                }
+                *client << Answer(path.substr(0, path.find('?'))) << std::flush;
+            });
         }
     });
-    return "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+    return "http://127.0.0.1:" + std::to_string(acceptor.local_endpoint().port());
 }
 
 }  // namespace tvn::tests

@@ -29,14 +29,16 @@ test("an address is matched whole, and a star stops at a slash", () => {
 test("keys go down and up, with what they are held with around them", () => {
   const rows = [
     ["a", "keyDown a KeyA 65 0, keyUp a KeyA 65 0"],
-    ["Shift+/", "rawKeyDown Shift ShiftLeft 16 8, keyDown ? Slash 191 8, keyUp ? Slash 191 8, keyUp Shift ShiftLeft 16 0"],
-    ["Control+A", "rawKeyDown Control ControlLeft 17 2, rawKeyDown A KeyA 65 2, keyUp A KeyA 65 2, keyUp Control ControlLeft 17 0"],
-    ["+", "keyDown + Equal 187 0, keyUp + Equal 187 0"], ["Control++", /rawKeyDown \+ Equal 187 2/],
-    ["Alt", "rawKeyDown Alt AltLeft 18 1, keyUp Alt AltLeft 18 0"],
+    ["Shift+/", "rawKeyDown Shift ShiftLeft 16 8 1, keyDown ? Slash 191 8, keyUp ? Slash 191 8, keyUp Shift ShiftLeft 16 0 1"],
+    ["Control+A", /rawKeyDown Control ControlLeft 17 2 1, rawKeyDown A KeyA 65 2, keyUp A KeyA 65 2, keyUp Control/],
+    ["+", /keyDown \+ Equal 187 0,/], ["Control++", /rawKeyDown \+ Equal 187 2,/], [" ", /keyDown   Space 32 0,/],
+    ["Space", /keyDown   Space 32 0,/], [";", /Down ; Semicolon 186 0,/], ["Shift+;", /keyDown : Semicolon 186 8,/],
+    ["?", /^keyDown \? Slash 191 0,/], ["7", /keyDown 7 Digit7 55 0,/], ["%", /keyDown % Digit5 53 0,/],
+    ["\u00fc", /keyDown \u00fc  0 0,/], ["Alt", "rawKeyDown Alt AltLeft 18 1 1, keyUp Alt AltLeft 18 0 1"],
   ];
   for (const [combination, says] of rows) {
     const events = page.keyEvents(combination);
-    const text = events.map((e) => [e.type, e.key, e.code, e.windowsVirtualKeyCode, e.modifiers].join(" "));
+    const text = events.map((e) => [e.type, e.key, e.code, e.windowsVirtualKeyCode, e.modifiers, e.location].join(" ").trim());
     assert[says instanceof RegExp ? "match" : "equal"](text.join(", "), says);
   }
   for (const combination of ["Nothing", "a+b", ""]) {

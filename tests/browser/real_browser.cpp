@@ -6,27 +6,21 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
-#include "basicslib/Handle.h"
-#include "basicslib/Log.h"
 #include "basicslib/StatusCode.h"
 #include "process/Process.h"
 #include "tests/moments.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
+#include "tests/viewer.h"
 
 namespace tvn::tests
 {
 
-static bool IsSet(const char* variable)
-{
-    return GetEnvironmentVariableA(variable, nullptr, 0) > 0;
-}
-
 RealBrowser::RealBrowser()
 {
-    if (!IsSet("TALVERN_BROWSER")) {
+    if (GetEnvironmentVariableA("TALVERN_BROWSER", nullptr, 0) == 0) {
         SetEnvironmentVariableA("TALVERN_BROWSER", "Z:\\usr\\bin\\chromium");
         SetEnvironmentVariableA("TALVERN_BROWSER_ARGUMENTS", "--headless --no-sandbox");
     }
@@ -61,32 +55,36 @@ std::string RealBrowser::Plays(AppClient& client, const std::string& macro, LONG
     return std::to_string(status) + "|" + client.Error() + "|" + client.Extract();
 }
 
-std::vector<RealBrowser::Case> RealBrowser::CasesOf(const std::string& file)
+void RealBrowser::ExpectNothingLeft()
 {
-    std::ifstream text(MACROS_FOLDER "\\" + file, std::ios::binary);
-    std::vector<Case> cases;
-    Case one;
-    for (std::string line; std::getline(text, line);) {
-        if (line.rfind("//> ", 0) == 0) {
-            one = {line.substr(4), "", ""};
-        } else if (line.rfind("//= ", 0) == 0) {
-            one.says = line.substr(4);
-            cases.push_back(one);
-        } else if (line.rfind("//", 0) != 0) {
-            one.macro += (one.macro.empty() ? "" : "\n") + line;
-        }
-    }
-    return cases;
+    EXPECT_TRUE(Eventually([] {
+        return Running("talvern.exe").empty() && Running("false_browser.exe").empty() &&
+               BrowserProcesses().empty() && ProfileFolders().empty();
+    }));
 }
 
-void RealBrowser::PlaysAll(const std::vector<Case>& cases)
+void RealBrowser::PlaysAll(const std::string& file)
 {
-    EXPECT_FALSE(cases.empty());
-    for (const Case& one : cases) {
-        const std::string visit =
-            "await page.goto(options.site + '/" + one.page + "'); page.setDefaultTimeout(2000); ";
-        EXPECT_EQ(Plays((one.page == "-" ? "" : visit) + one.macro), one.says) << one.macro;
+    std::istringstream text(Contents(MACROS_FOLDER "\\" + file));
+    std::string macro;
+    int cases = 0;
+    for (std::string line; std::getline(text, line);) {
+        const std::string rest = line.substr(std::min<std::size_t>(line.size(), 4));
+        if (line.starts_with("//> ")) {
+            macro = rest == "-" ? ""
+                                : "await page.goto(options.site + '/" + rest +
+                                      "'); page.setDefaultTimeout(2000); ";
+        } else if (line.starts_with("//+ ")) {
+            const std::size_t sign = rest.find('=');
+            app.Set(ToComString(rest.substr(0, sign)), ToComString(rest.substr(sign + 1)));
+        } else if (line.starts_with("//= ")) {
+            EXPECT_EQ(Plays(macro), rest) << macro;
+            ++cases;
+        } else if (!line.starts_with("//")) {
+            macro += line + "\n";
+        }
     }
+    EXPECT_GT(cases, 0);
 }
 
 std::string UserFolder()
@@ -137,22 +135,9 @@ void SignalBrowserProcesses(const wchar_t* signal)
 
 std::string TraceOfOwnBrowser(const std::string& arguments)
 {
-    const std::string file = BuildFolder() + "\\own_browser.txt";
-    std::filesystem::remove(file);
-    const auto viewer = Started("tvntrace\\tvntrace.exe", "--out \"" + file + "\"");
-    EXPECT_TRUE(Eventually([] {
-        const Handle buffer(OpenFileMappingW(FILE_MAP_READ, FALSE, L"DBWIN_BUFFER"));
-        return buffer.IsValid();
-    }));
+    const Viewer viewer;
     EXPECT_EQ(Started("browser\\talvern.exe", arguments)->WaitForExit(30000), sOk);
-    LogDebug("it has ended");
-    std::string lines;
-    EXPECT_TRUE(Eventually([&] {
-        std::ifstream trace(file);
-        lines.assign(std::istreambuf_iterator<char>(trace), {});
-        return lines.find("it has ended") != std::string::npos;
-    }));
-    return lines;
+    return viewer.End();
 }
 
 std::vector<std::string> ProfileFolders()

@@ -28,18 +28,13 @@ class RealBrowser : public testing::Test
     std::string Plays(const std::string& macro) { return Plays(app, macro); }
     std::string Plays(AppClient& client, const std::string& macro, LONG time = 60);
 
-    /// A macro, the page on which it is played, and what it says.
-    struct Case
-    {
-        std::string page;  ///< below pages/; none, "-", for the page that is there
-        std::string macro;
-        std::string says;
-    };
+    /// Plays the cases of a file of the folder macros/: "//> PAGE" is the page below pages/ that is
+    /// gone to before, "-" for the one that is there; "//+ NAME=VALUE" is a variable; then come the
+    /// macro and "//= WHAT IT SAYS". Other comments are left out.
+    void PlaysAll(const std::string& file);
 
-    /// The cases of a file of the folder macros/: "//> PAGE", the macro, "//= WHAT IT SAYS". Other
-    /// comments are left out.
-    static std::vector<Case> CasesOf(const std::string& file);
-    void PlaysAll(const std::vector<Case>& cases);
+    /// Browsers, instances and profiles; helpers follow a browser.
+    static void ExpectNothingLeft();
 
     const std::string site = ServePages();
     AppClient app;

@@ -30,3 +30,26 @@ extract((await browser.version()).includes('Chrome'));
 const { page: other } = await puppeteer();
 extract((await other.pdf()).length > 500);
 //= 1||true
+// It ends with its play, and leaves nothing switched on.
+//> form.html
+const { page: other } = await puppeteer();
+await other.setRequestInterception(true);
+other.on("request", (request) => request.respond({ status: 200, contentType: "text/html", body: "<title>Made up</title>" }));
+await other.goto(options.site + "/second.html");
+extract(await page.title());
+other.on("dialog", () => {});
+other.waitForSelector("#never");
+//= 1||Made up
+//> form.html
+extract(await page.title(), await page.evaluate(() => confirm("?")));
+//= 1||Form[EXTRACT]false
+//> -
+await (await puppeteer()).browser.close();
+extract(await page.title());
+//= 1||Form
+// An error has the line of the last call.
+//> -
+const { page: other } = await puppeteer();
+extract(await other.evaluate(() => 1));
+await other.click("#nowhere");
+//= -100|No element found for selector: #nowhere (line 3) (-100)|1
