@@ -38,38 +38,32 @@ std::string Script(const std::string& name)
     return "cscript.exe //nologo \"" + Examples() + name + "\" ";
 }
 
-const std::string kPlayed =
-    "tvnInit: 1\ntvnPlay: 1\n1: Hotel Search\n2: city=New York\n3: nights=3\ntvnExit: 1\n";
-
 }  // namespace
 
 TEST(Examples, EveryLanguagePrintsTheSameAndTellsEachStatusInTheWordsOfTheReference)
 {
     const std::string reference = Contents(TreeFolder() + "\\docs\\scripting-reference.md");
-    std::string others;
-    for (const char* name : {"play.bas", "play.ps1", "play.py", "play.cs"}) {
-        others += Contents(Examples() + name) + '\f';
-    }
+    const std::string notRunHere[] = {
+        Contents(Examples() + "play.bas"), Contents(Examples() + "play.ps1"),
+        Contents(Examples() + "play.py"), Contents(Examples() + "play.cs")};
     const std::string programs[] = {Script("play.vbs"), Script("play.js"),
                                     BuildFolder() + "\\examples\\play.exe ",
                                     BuildFolder() + "\\examples\\play_c.exe "};
     const std::string init = "tvnInit: 1\n";
     const std::string exit = "tvnExit: 1\n";
-    const std::pair<std::string, std::string> cases[] = {
-        {"", "0|" + kPlayed},
+    std::vector<std::pair<std::string, std::string>> cases = {
+        {"", "0|" + init + "tvnPlay: 1\n1: Hotel Search\n2: city=New York\n3: nights=3\n" + exit},
         {"\"!status -100\n!reply Stop[tvn!E!tvn]a[EXTRACT]b\" -fx 20",
          "1|" + init + "tvnPlay: -100\nerror text: Stop (-100)\nHELP1: a\n2: b\n" + exit},
         {"m -standin=refuse", "1|tvnInit: -1\nHELP"},
         {"m -standin=no-callback 1", "1|tvnInit: -3\nHELP"},
         {"!silent \"\" 4", "1|" + init + "tvnPlay: -3\nHELP" + exit},
         {"!end", "1|" + init + "tvnPlay: -1\nHELP" + exit},
-        {"\"!status -2\"", "1|" + init + "tvnPlay: -2\nHELP" + exit},
-        {"\"!status -4\"", "1|" + init + "tvnPlay: -4\nHELP" + exit},
-        {"\"!status -6\"", "1|" + init + "tvnPlay: -6\nHELP" + exit},
-        {"\"!status -7\"", "1|" + init + "tvnPlay: -7\nHELP" + exit},
-        {"\"!status -20\"", "1|" + init + "tvnPlay: -20\nHELP" + exit},
-        {"\"!status 12\"", "1|" + init + "tvnPlay: 12\nHELP" + exit},
     };
+    for (const char* status : {"-2", "-4", "-6", "-7", "-20", "12"}) {
+        cases.emplace_back(std::string("\"!status ") + status + "\"",
+                           "1|" + init + "tvnPlay: " + status + "\nHELP" + exit);
+    }
     std::set<std::string> sentences;
     for (const auto& [arguments, expected] : cases) {
         std::vector<std::string> printed(std::size(programs));
@@ -95,11 +89,7 @@ TEST(Examples, EveryLanguagePrintsTheSameAndTellsEachStatusInTheWordsOfTheRefere
     EXPECT_GE(sentences.size(), 20U);
     for (const std::string& sentence : sentences) {
         EXPECT_THAT(reference, HasSubstr(sentence));
-        std::size_t count = 0;
-        for (std::size_t at = 0; (at = others.find(sentence, at)) != std::string::npos; ++at) {
-            ++count;
-        }
-        EXPECT_EQ(count, 4U) << "in the examples that are not run here: " << sentence;
+        EXPECT_THAT(notRunHere, testing::Each(HasSubstr(sentence)));
     }
 }
 
@@ -129,13 +119,10 @@ TEST(Examples, ForEveryDayDoWhatTheySay)
     EXPECT_EQ(Ran(retry + "m"),
               "0|one, attempt 1: 1 m; city=one\ntwo words, attempt 1: 1 m; city=two words\n"
               "end, 0 failed\n");
-    std::string failing;
-    for (const char* item : {"one", "two words"}) {
-        for (const char* attempt : {"1", "2", "3"}) {
-            failing += std::string(item) + ", attempt " + attempt + ": -1 \n";
-        }
-    }
-    EXPECT_EQ(Ran(retry + "!end"), "2|" + failing + "end, 2 failed\n");
+    EXPECT_EQ(Ran(retry + "!end"),
+              "2|one, attempt 1: -1 \none, attempt 2: -1 \none, attempt 3: -1 \n"
+              "two words, attempt 1: -1 \ntwo words, attempt 2: -1 \n"
+              "two words, attempt 3: -1 \nend, 2 failed\n");
     EXPECT_EQ(Contents(folder + "log.txt").substr(0, 2), "\xFF\xFE");
 
     EXPECT_THAT(
@@ -143,13 +130,11 @@ TEST(Examples, ForEveryDayDoWhatTheySay)
         AllOf(HasSubstr("second: tvnPlay: 1 \ncity=New York -> await page"),
               HasSubstr("[EXTRACT]name=city=New York\nfirst: tvnExit: 1\nsecond: tvnExit: 1\n")));
     EXPECT_THAT(Ran(Script("two_browsers.vbs") + "!end"), HasSubstr("1|first: tvnInit: 1"));
-    const std::string both = BuildFolder() + "\\examples\\two_at_once.exe ";
-    EXPECT_THAT(Elapsed([&] {
-                    EXPECT_THAT(Ran(both + "\"!wait 3000\" \"!wait 3000\""),
-                                HasSubstr("0|browser "));
-                }),
+    std::string both = BuildFolder() + "\\examples\\two_at_once.exe ";
+    EXPECT_THAT(Elapsed([&] { both = Ran(both + "\"!wait 3000\" \"!wait 3000\""); }),
                 Within(3000, 5800))
         << "the two plays run at the same time";
+    EXPECT_THAT(both, StartsWith("0|browser "));
     EXPECT_TRUE(Running("talvern.exe").empty());
 }
 
@@ -162,16 +147,6 @@ TEST(Examples, EndWithAFailureWhenTheObjectIsNotRegistered)
     for (const char* program : {"play.exe", "play_c.exe"}) {
         EXPECT_THAT(Ran(BuildFolder() + "\\examples\\" + program),
                     AllOf(StartsWith("1|"), HasSubstr(said)));
-    }
-    {
-        const talvern::Apartment apartment;
-        try {
-            const talvern::Client client;
-            ADD_FAILURE() << "there is an object all the same";
-        } catch (const talvern::ComError& error) {
-            EXPECT_EQ(error.Result(), REGDB_E_CLASSNOTREG);
-            EXPECT_STREQ(error.what(), said);
-        }
     }
     EXPECT_EQ(Ran("regsvr32.exe /s " + dll), "0|");
 }
@@ -210,7 +185,7 @@ TEST(Examples, TheInstanceInCIsStartedFoundReservedKeptAndEnded)
     InstancesMgr().GetInstancesByName(list, L"talvern.exe", 0);
     ASSERT_EQ(list.size(), 1U);
     const auto pipe = BytePeer::Open(Narrow(InstancePipeName(WindowValue(list[0]->hwnd))), 5000);
-    EXPECT_EQ(AccountsOf(pipe->Get()), "owner 10000000, system 10000000, administrators 10000000");
+    EXPECT_EQ(AccountsOf(pipe->Get()), "D:P(A;;GA;;;OW)(A;;GA;;;SY)(A;;GA;;;BA)");
     EXPECT_EQ(creator.Set("city", "New York"), sOk);
     const std::string argument = " -macro a[SP]b  -var_city New[SP]York";
     EXPECT_EQ(creator.Played("a b"), "1||" + argument + "|" + argument);

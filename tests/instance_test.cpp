@@ -55,17 +55,13 @@ class FaultyCommands : public instance::ICommands
         answer.Give(sOk, request.macro);
     }
 
-    void Display(const std::wstring& /*text*/, const instance::Answer& answer) override
+    void Display(const std::wstring& text, const instance::Answer& answer) override
     {
         ++commands;
-        answer.Give(sOk);
+        answer.Give(sOk, text);
     }
 
-    void End(const instance::Answer& answer) override
-    {
-        ++commands;
-        answer.Give(sOk);
-    }
+    void End(const instance::Answer& answer) override { Display({}, answer); }
 
     void Detached() override
     {
@@ -82,31 +78,16 @@ class FaultyCommands : public instance::ICommands
     std::atomic<bool> failsWhenDetached{false};
 };
 
-/// An instance that is served within this process, as long as that lives.
-struct Served
-{
-    explicit Served(const std::wstring& arguments)
-        : service(*new instance::CommandService(window.Get(),
-                                                instance::InstanceArguments(arguments), commands))
-    {
-        EXPECT_TRUE(service.Start());
-    }
-
-    const instance::InstanceWindow window{[] {
-    }};
-    const ComString name = InstancePipeName(WindowValue(window.Get()));
-    FaultyCommands& commands = *new FaultyCommands;
-    instance::CommandService& service;
-};
-
-/// A client of the instance.
+/// A client of an instance.
 class Client
 {
   public:
     explicit Client(const ComString& name) : m_pipe(RemotePipeClient(name).OpenPipe(5000)) {}
 
+    HANDLE Pipe() const { return m_pipe->Get(); }
+
     /// "STATUS TEXT", or "gone".
-    std::string Asks(const wchar_t* command, const wchar_t* argument)
+    std::string Asks(const wchar_t* command, const wchar_t* argument = L"")
     {
         try {
             EXPECT_TRUE(m_protocol.SendCommand(7, command, argument, 5000));
@@ -120,34 +101,63 @@ class Client
         }
     }
 
+    /// The same of the commands that matter most here.
+    std::string Attaches(const wchar_t* creator = L"")
+    {
+        return Asks(kCommandAttachIfFree, creator);
+    }
+    std::string Plays(const wchar_t* macro = L"m")
+    {
+        return Asks(kCommandPlay, (std::wstring(L" -macro ") + macro + L" ").c_str());
+    }
+
   private:
     boost::shared_ptr<Handle> m_pipe;
     CommandsProtocol m_protocol{m_pipe->Get(), nullptr};
+};
+
+/// An instance that is served within this process, as long as that lives.
+struct Served
+{
+    explicit Served(const std::wstring& arguments = L"")
+        : service(*new instance::CommandService(window.Get(),
+                                                instance::InstanceArguments(arguments), commands))
+    {
+        EXPECT_TRUE(service.Start());
+    }
+
+    /// An end of its pipe, of a client that does nothing.
+    boost::shared_ptr<Handle> Opened() const { return BytePeer::Open(Narrow(name), 5000); }
+
+    const instance::InstanceWindow window{[] {
+    }};
+    const ComString name = InstancePipeName(WindowValue(window.Get()));
+    FaultyCommands& commands = *new FaultyCommands;
+    instance::CommandService& service;
 };
 
 }  // namespace
 
 TEST(Instance, ItsPipeIsOpenToTheAccountsThatItsArgumentsName)
 {
-    const std::string own = "own 10000000, system 10000000, administrators 10000000";
+    const std::string own = "D:P(A;;GA;;;own)(A;;GA;;;SY)(A;;GA;;;BA)";
     for (const auto& [arguments, accounts] :
-         {std::pair(L"", own), {L" -authorizeAll", own + ", everyone c0000000"}}) {
+         {std::pair(L"", own), {L" -authorizeAll", own + "(A;;GRGW;;;WD)"}}) {
         const Served served(arguments);
-        const auto pipe = BytePeer::Open(Narrow(served.name), 5000);
-        EXPECT_EQ(AccountsOf(pipe->Get()), accounts);
+        EXPECT_EQ(AccountsOf(Client(served.name).Pipe()), accounts);
     }
 }
 
 TEST(Instance, OnlyItsClientMayUseIt)
 {
-    const Served served(L"");
+    const Served served;
     Client owner(served.name);
     Client other(served.name);
     for (Client* each : {&owner, &other}) {
         for (const wchar_t* command : {kCommandPlay, kCommandDisplay, kCommandEnd}) {
             EXPECT_EQ(each->Asks(command, L" -macro m "), "-1 ");
         }
-        EXPECT_EQ(owner.Asks(kCommandAttachIfFree, L""), "1 ") << "twice";
+        EXPECT_EQ(owner.Attaches(), "1 ") << "twice";
     }
     EXPECT_EQ(served.commands.commands, 0);
     for (const wchar_t* command : {kCommandPlay, kCommandDisplay, kCommandEnd}) {
@@ -157,30 +167,28 @@ TEST(Instance, OnlyItsClientMayUseIt)
 
 TEST(Instance, IsFreeAgainThoughItFailsWhenItsClientLeaves)
 {
-    const Served served(L"");
+    const Served served;
     served.commands.failsWhenDetached = true;
-    EXPECT_EQ(Client(served.name).Asks(kCommandAttachIfFree, L""), "1 ");
-    EXPECT_TRUE(
-        Eventually([&] { return Client(served.name).Asks(kCommandAttachIfFree, L"") == "1 "; }));
+    EXPECT_EQ(Client(served.name).Attaches(), "1 ");
+    EXPECT_TRUE(Eventually([&] { return Client(served.name).Attaches() == "1 "; }));
 }
 
 TEST(Instance, ClientsThatDoNotAttachKeepNobodyOut)
 {
-    const Served served(L"");
-    const std::string name = Narrow(served.name);
+    const Served served;
     Client owner(served.name);
-    EXPECT_EQ(owner.Asks(kCommandAttachIfFree, L""), "1 ");
+    EXPECT_EQ(owner.Attaches(), "1 ");
     std::vector<boost::shared_ptr<Handle>> idle;
     const auto open = [&] {
         return std::count_if(idle.begin(), idle.end(), IsOpen);
     };
     for (int count = 0; count < 250; ++count) {
-        idle.push_back(BytePeer::Open(name, 5000));
+        idle.push_back(served.Opened());
     }
-    EXPECT_EQ(Client(served.name).Asks(kCommandAttachedCount, L""), "1 1");
+    EXPECT_EQ(Client(served.name).Asks(kCommandAttachedCount), "1 1");
     EXPECT_TRUE(Eventually([&] { return open() < 64; })) << open();
     EXPECT_TRUE(IsOpen(idle.back())) << "the oldest ones make room";
-    EXPECT_EQ(owner.Asks(kCommandPlay, L" -macro m "), "1 m");
+    EXPECT_EQ(owner.Plays(), "1 m");
 
     // Time is made to pass; whoever waits looks at the clock now and then.
     const auto looks = TVN_REPLACE_IMPORT(
@@ -189,19 +197,18 @@ TEST(Instance, ClientsThatDoNotAttachKeepNobodyOut)
             const DWORD time = timeout == INFINITE ? timeout : std::min(timeout, 50UL);
             return TVN_REAL_IMPORT(MsgWaitForMultipleObjectsEx)(count, handles, time, mask, flags);
         });
-    const auto silent = BytePeer::Open(name, 5000);
+    const auto silent = served.Opened();
     Sleep(300);
     EXPECT_TRUE(IsOpen(silent));
     g_imports.tickOffset = 20000;
     EXPECT_TRUE(Eventually([&] { return !IsOpen(silent); }));
-    EXPECT_EQ(owner.Asks(kCommandPlay, L" -macro m "), "1 m");
+    EXPECT_EQ(owner.Plays(), "1 m");
 }
 
 TEST(Instance, ReadsNoMoreCommandsFromAClientThatReadsNoReplies)
 {
-    const Served served(L"");
-    const auto end = BytePeer::Open(Narrow(served.name), 5000);
-    BytePeer client(end, nullptr);
+    const Served served;
+    BytePeer client(served.Opened(), nullptr);
     int written = 0;
     while (written < 1000 && client.Write(Message(1, Narrow(kCommandAttachedCount), ""), 500)) {
         ++written;
@@ -217,37 +224,27 @@ TEST(Instance, ReadsNoMoreCommandsFromAClientThatReadsNoReplies)
 TEST(Instance, WhatIsTooMuchForItEndsOneClientAndTheNextIsServed)
 {
     const Served served(L"/creatorUuid=creator");
-    const ComString& name = served.name;
-    const FaultyCommands& commands = served.commands;
-    const instance::CommandService& service = served.service;
-    EXPECT_TRUE(service.IsReserved());
-    EXPECT_EQ(Client(name).Asks(kCommandAttachIfFree, L"other"), "-1 ");
+    const auto newClient = [&] {
+        return Client(served.name);
+    };
+    EXPECT_TRUE(served.service.IsReserved());
+    EXPECT_EQ(newClient().Attaches(L"other"), "-1 ");
     int clients = 0;
-    for (const auto& [play, says] : {std::pair(L" -macro memory ", "gone"),
-                                     {L" -macro text ", "gone"},
-                                     {L" -macro m ", "1 m"}}) {
+    for (const auto& [macro, says] :
+         {std::pair(L"memory", "gone"), {L"text", "gone"}, {L"m", "1 m"}}) {
         {
-            Client client(name);
-            EXPECT_EQ(client.Asks(kCommandAttachedCount, L""), "1 0");
-            EXPECT_EQ(client.Asks(kCommandAttachIfFree, L"creator"), "1 ");
-            EXPECT_EQ(Client(name).Asks(kCommandAttachIfFree, L"creator"), "-1 ");
-            EXPECT_EQ(Client(name).Asks(kCommandAttachedCount, L""), "1 1");
-            EXPECT_EQ(client.Asks(kCommandPlay, play), says);
+            Client client(served.name);
+            EXPECT_EQ(client.Asks(kCommandAttachedCount), "1 0");
+            EXPECT_EQ(client.Attaches(L"creator"), "1 ");
+            EXPECT_EQ(newClient().Attaches(L"creator"), "-1 ");
+            EXPECT_EQ(newClient().Asks(kCommandAttachedCount), "1 1");
+            EXPECT_EQ(client.Plays(macro), says);
         }
         ++clients;
-        EXPECT_TRUE(Eventually([&] { return commands.detached == clients; }));
-        EXPECT_TRUE(
-            Eventually([&] { return Client(name).Asks(kCommandAttachedCount, L"") == "1 0"; }));
+        EXPECT_TRUE(Eventually([&] { return served.commands.detached == clients; }));
+        EXPECT_TRUE(Eventually([&] { return newClient().Asks(kCommandAttachedCount) == "1 0"; }));
     }
-    EXPECT_FALSE(service.IsReserved());
-
-    g_imports.failCreateEvent = true;
-    const auto refused = BytePeer::Open(Narrow(name), 5000);
-    EXPECT_TRUE(Eventually([&] { return !IsOpen(refused); }))
-        << "without an event nobody can be served";
-    g_imports.failCreateEvent = false;
-    EXPECT_TRUE(Eventually([&] { return Client(name).Asks(kCommandAttachIfFree, L"") == "1 "; }))
-        << "once no end is left that was made without one";
+    EXPECT_FALSE(served.service.IsReserved());
 }
 
 TEST(Instance, HasNoWindowThatTheSystemRefuses)

@@ -8,8 +8,8 @@
 namespace tvn::tests
 {
 
-/// The accounts in the list of an open pipe, with their rights in hexadecimal digits: "own
-/// 10000000, everyone c0000000".
+/// The list of the accounts that may open an open pipe, as a text in the system's own form for it,
+/// with "own" in the place of a person's account: "D:P(A;;GA;;;own)(A;;GA;;;SY)".
 std::string AccountsOf(HANDLE pipe);
 
 }  // namespace tvn::tests

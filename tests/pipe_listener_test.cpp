@@ -6,15 +6,12 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <cstdio>
-#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "basicslib/Exceptions.h"
-#include "instance/InstanceWindow.h"
 #include "instance/PipeListener.h"
 #include "tests/byte_peer.h"
 #include "tests/imported_calls.h"
@@ -29,45 +26,27 @@ namespace
 
 constexpr const char* kName = "\\\\.\\pipe\\TalvernListenerTest";
 
-bool FindsAnEnd(const char* name, DWORD time)
+bool FindsAnEnd(DWORD time)
 {
-    return BytePeer::Open(name, time)->IsValid();
+    return BytePeer::Open(kName, time)->IsValid();
 }
 
-/// The server ends that are made while this lives: their modes, number, sizes and time.
-class NewEnds
+/// A listener, which lives as long as its process.
+instance::PipeListener& NewListener(instance::PipeListener::Session session = [](const auto&) {})
 {
-  public:
-    NewEnds() { s_modes = {}; }
+    return *new instance::PipeListener(kName, instance::PipeAccess::kOwnAccount,
+                                       std::move(session));
+}
 
-    static std::vector<std::string> Modes()
-    {
-        const std::lock_guard<std::mutex> lock(s_mutex);
-        return s_modes;
-    }
+/// Counts the server ends that are made, and refuses them on request.
+std::atomic<int> g_newEnds = 0;
+std::atomic<bool> g_refuses = false;
 
-  private:
-    static HANDLE WINAPI Make(LPCSTR name, DWORD openMode, DWORD pipeMode, DWORD count, DWORD out,
-                              DWORD in, DWORD time, SECURITY_ATTRIBUTES* security)
-    {
-        char text[80];
-        std::snprintf(text, sizeof text, "%lx %lx %lu %lu %lu %lu", openMode, pipeMode, count, out,
-                      in, time);
-        {
-            const std::lock_guard<std::mutex> lock(s_mutex);
-            s_modes.emplace_back(text);
-        }
-        return TVN_REAL_IMPORT(CreateNamedPipeA)(name, openMode, pipeMode, count, out, in, time,
-                                                 security);
-    }
-
-    static std::mutex s_mutex;
-    static std::vector<std::string> s_modes;
-    ReplacedImport m_replaced = TVN_REPLACE_IMPORT(CreateNamedPipeA, &Make);
+constexpr auto kCountEnd = [](auto... arguments) -> HANDLE {
+    ++g_newEnds;
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return g_refuses ? INVALID_HANDLE_VALUE : TVN_REAL_IMPORT(CreateNamedPipeA)(arguments...);
 };
-
-std::mutex NewEnds::s_mutex;
-std::vector<std::string> NewEnds::s_modes;
 
 }  // namespace
 
@@ -79,8 +58,7 @@ TEST(PipeListener, IsNotServedWithoutWhatTheSystemRefuses)
         const LogCapture log;
         ImportWatch watch;
         watch.Fail(call, ERROR_NOT_ENOUGH_MEMORY);
-        instance::PipeListener listener(kName, instance::PipeAccess::kEveryone, [](const auto&) {});
-        EXPECT_FALSE(listener.Start()) << call;
+        EXPECT_FALSE(NewListener().Start()) << call;
         EXPECT_FALSE(WaitNamedPipeA(kName, 1)) << call;
         EXPECT_THAT(log.Lines(kError), testing::Each(testing::EndsWith(" 0x00000008")));
     }
@@ -88,53 +66,40 @@ TEST(PipeListener, IsNotServedWithoutWhatTheSystemRefuses)
 
 TEST(PipeListener, ServesANameThatNobodyServesAndNoOtherMachine)
 {
-    const NewEnds ends;
-    // The listeners live as long as their process.
-    const auto listener = [] {
-        return new instance::PipeListener(kName, instance::PipeAccess::kOwnAccount,
-                                          [](const auto&) {});
-    };
-    EXPECT_TRUE(listener()->Start());
-    EXPECT_TRUE(Eventually([] { return NewEnds::Modes().size() == 4; }));
-    const std::string further = "40000003 e 255 1024 1024 5000";
-    EXPECT_THAT(NewEnds::Modes(),
-                testing::ElementsAre("40080003 e 255 1024 1024 5000", further, further, further));
+    EXPECT_TRUE(NewListener().Start());
+    EXPECT_EQ(g_imports.newPipe, "40080003 e 255 1024 1024 5000 other");
     const LogCapture log;
-    EXPECT_FALSE(listener()->Start());
+    EXPECT_FALSE(NewListener().Start());
     EXPECT_THAT(log.Lines(kError), testing::ElementsAre(kError + kName + " is served already"));
 }
 
 TEST(PipeListener, TriesAgainWithAPauseWhenItCannotAwaitAClient)
 {
-    auto& listener =
-        *new instance::PipeListener(kName, instance::PipeAccess::kOwnAccount, [](const auto&) {});
-    ASSERT_TRUE(listener.Start());
-    const NewEnds ends;
+    ASSERT_TRUE(NewListener().Start());
+    const auto counts = TVN_REPLACE_IMPORT(CreateNamedPipeA, kCountEnd);
     g_imports.failCreateEvent = true;
-    ASSERT_TRUE(FindsAnEnd(kName, 5000));
+    ASSERT_TRUE(FindsAnEnd(5000));
     Sleep(500);
     g_imports.failCreateEvent = false;
-    EXPECT_LT(NewEnds::Modes().size(), 20U);
-    EXPECT_TRUE(FindsAnEnd(kName, 5000));
+    EXPECT_LT(g_newEnds, 20);
+    EXPECT_TRUE(FindsAnEnd(5000));
 }
 
 TEST(PipeListener, ASessionThatFailsEndsAloneWithALine)
 {
     static std::atomic<int> next = 0;
-    auto& listener = *new instance::PipeListener(kName, instance::PipeAccess::kOwnAccount,
-                                                 [](const boost::shared_ptr<Handle>&) {
-                                                     switch (next++) {
-                                                         case 0:
-                                                             throw std::bad_alloc();
-                                                         case 1:
-                                                             throw _com_error(E_OUTOFMEMORY);
-                                                         case 2:
-                                                             throw InvalidOperationException();
-                                                         default:
-                                                             throw std::runtime_error("an error");
-                                                     }
-                                                 });
-    ASSERT_TRUE(listener.Start());
+    ASSERT_TRUE(NewListener([](const boost::shared_ptr<Handle>&) {
+                    switch (next++) {
+                        case 0:
+                            throw std::bad_alloc();
+                        case 1:
+                            throw _com_error(E_OUTOFMEMORY);
+                        case 2:
+                            throw InvalidOperationException();
+                        default:
+                            throw std::runtime_error("an error");
+                    }
+                }).Start());
     const LogCapture log;
     const std::string line = kError + "A client cannot be served. ";
     for (const char* why :
@@ -149,28 +114,19 @@ TEST(PipeListener, ASessionThatFailsEndsAloneWithALine)
 TEST(PipeListener, IsServedAgainOnceTheSystemHasEndsToGive)
 {
     static std::vector<boost::shared_ptr<Handle>> served;
-    static std::atomic<int> refused = 0;
-    auto& listener = *new instance::PipeListener(
-        kName, instance::PipeAccess::kOwnAccount,
-        [](const boost::shared_ptr<Handle>& pipe) { served.push_back(pipe); });
-    ASSERT_TRUE(listener.Start());
+    ASSERT_TRUE(
+        NewListener([](const boost::shared_ptr<Handle>& pipe) { served.push_back(pipe); }).Start());
     Sleep(200);
-    {
-        const auto refuses = TVN_REPLACE_IMPORT(
-            CreateNamedPipeA,
-            [](LPCSTR, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, SECURITY_ATTRIBUTES*) -> HANDLE {
-                ++refused;
-                SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-                return INVALID_HANDLE_VALUE;
-            });
-        int found = 0;
-        while (FindsAnEnd(kName, 200)) {
-            ++found;
-        }
-        EXPECT_GE(found, 1);
-        EXPECT_GE(refused, 1);
+    const auto counts = TVN_REPLACE_IMPORT(CreateNamedPipeA, kCountEnd);
+    g_refuses = true;
+    int found = 0;
+    while (FindsAnEnd(200)) {
+        ++found;
     }
-    EXPECT_TRUE(FindsAnEnd(kName, 2000));
+    EXPECT_GE(found, 1);
+    EXPECT_GE(g_newEnds, 1);
+    g_refuses = false;
+    EXPECT_TRUE(FindsAnEnd(2000));
 }
 
 }  // namespace tvn::tests

@@ -27,7 +27,7 @@
 #include <atomic>
 #include <cstring>
 #include <initializer_list>
-#include <mutex>
+#include <sstream>
 #include <string>
 
 #include "basicslib/Exceptions.h"
@@ -79,15 +79,11 @@ class StandIn : public instance::ICommands
     void Play(const instance::PlayRequest& request, const instance::Answer& answer) override
     {
         Reply reply;
-        if (request.macro.rfind(L'!', 0) == 0) {
-            for (std::size_t start = 0; start <= request.macro.size();) {
-                const std::size_t end =
-                    std::min(request.macro.find(L'\n', start), request.macro.size());
-                const std::wstring line = request.macro.substr(start, end - start);
-                const std::size_t blank = std::min(line.find(L' '), line.size());
-                const std::size_t rest = std::min(blank + 1, line.size());
-                Direct(line.substr(0, blank), line.substr(rest), answer, reply);
-                start = end + 1;
+        if (request.macro.starts_with(L'!')) {
+            std::wistringstream lines(request.macro);
+            for (std::wstring line; std::getline(lines, line);) {
+                const std::wstring word = line.substr(0, line.find(L' '));
+                Direct(word, line.substr(std::min(word.size() + 1, line.size())), answer, reply);
             }
         } else {
             reply.text = request.macro;
@@ -104,7 +100,6 @@ class StandIn : public instance::ICommands
 
     void Display(const std::wstring& text, const instance::Answer& answer) override
     {
-        const std::lock_guard<std::mutex> lock(m_displayMutex);
         m_displayed = text;
         answer.Give(tvn::sOk);
     }
@@ -173,7 +168,6 @@ class StandIn : public instance::ICommands
             reply.wanted = false;
             SendWords(answer, {0xFFFFFFFF, answer.id, 1, 0});
         } else if (word == L"!displayed") {
-            const std::lock_guard<std::mutex> lock(m_displayMutex);
             reply.text = m_displayed;
         } else if (word == L"!commandline") {
             reply.text = GetCommandLineW();
@@ -183,7 +177,6 @@ class StandIn : public instance::ICommands
     const instance::InstanceWindow& m_window;
     std::wstring m_misbehaviour;
     std::atomic<bool> m_ending{false};
-    std::mutex m_displayMutex;
     std::wstring m_displayed;
 };
 
@@ -202,15 +195,6 @@ void CallBackWrongly(std::wstring& pipeUuid, const std::wstring& misbehaviour)
     }
 }
 
-/// An instance that is found and calls back, but serves no command pipe.
-void RunWithoutPipe(const std::wstring& pipeUuid, const instance::InstanceWindow& window)
-{
-    if (!pipeUuid.empty()) {
-        instance::ReportToStarter(pipeUuid, window.Get(), kCallbackTime);
-    }
-    instance::InstanceWindow::Run();
-}
-
 }  // namespace
 
 int WINAPI WinMain(HINSTANCE /*module*/, HINSTANCE /*previous*/, LPSTR /*arguments*/, int /*show*/)
@@ -224,7 +208,10 @@ int WINAPI WinMain(HINSTANCE /*module*/, HINSTANCE /*previous*/, LPSTR /*argumen
         const instance::InstanceWindow window(&instance::InstanceWindow::Quit);
         CallBackWrongly(arguments.pipeUuid, misbehaviour);
         if (misbehaviour == L"no-pipe") {
-            RunWithoutPipe(arguments.pipeUuid, window);
+            if (!arguments.pipeUuid.empty()) {
+                instance::ReportToStarter(arguments.pipeUuid, window.Get(), kCallbackTime);
+            }
+            instance::InstanceWindow::Run();
             return 0;
         }
         StandIn standIn(window, misbehaviour);

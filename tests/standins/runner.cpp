@@ -58,7 +58,7 @@ class KnownProcesses
             }
         }
         const tvn::ComString key = tvn::CreateUuidString();
-        m_processes[std::wstring(tvn::ToView(key))] = {process, std::nullopt};
+        m_processes[std::wstring(tvn::ToView(key))] = {process};
         return key;
     }
 
@@ -68,28 +68,27 @@ class KnownProcesses
         const std::lock_guard<std::mutex> lock(m_mutex);
         Forget();
         const auto found = m_processes.find(std::wstring(tvn::ToView(key)));
-        return found == m_processes.end() ? boost::shared_ptr<tvn::IProcess>()
-                                          : found->second.process;
+        return found == m_processes.end() ? nullptr : found->second.process;
     }
 
   private:
     struct Known
     {
         boost::shared_ptr<tvn::IProcess> process;
-        std::optional<ULONGLONG> endedAt;  ///< when its end was first noticed
+        std::optional<ULONGLONG> endedAt = {};  ///< when its end was first noticed
     };
 
     void Forget()
     {
         const ULONGLONG now = GetTickCount64();
-        for (auto at = m_processes.begin(); at != m_processes.end();) {
-            Known& known = at->second;
+        for (auto& [key, known] : m_processes) {
             if (!known.endedAt && known.process->WaitForExit(0) == tvn::sOk) {
                 known.endedAt = now;
             }
-            const bool over = known.endedAt && now - *known.endedAt > m_keepTime;
-            at = over ? m_processes.erase(at) : std::next(at);
         }
+        std::erase_if(m_processes, [&](const auto& each) {
+            return each.second.endedAt && now - *each.second.endedAt > m_keepTime;
+        });
     }
 
     ULONGLONG m_keepTime;
@@ -156,10 +155,7 @@ class RunnerService
     {
         auto reply = boost::make_shared<tvn::MsgStartComplete>(request.msgId);
         const std::lock_guard<std::mutex> lock(m_startMutex);
-        const auto ended = [](const auto& process) {
-            return process->WaitForExit(0) == tvn::sOk;
-        };
-        m_started.erase(std::remove_if(m_started.begin(), m_started.end(), ended), m_started.end());
+        std::erase_if(m_started, [](const auto& each) { return each->WaitForExit(0) == tvn::sOk; });
         if (m_started.size() >= m_limit) {
             reply->result = tvn::sInstancesCountLimitReached;
             return reply;
@@ -232,34 +228,30 @@ class RunnerService
     instance::PipeListener m_listener;
 };
 
-using Options = std::map<std::string, std::uint32_t, std::less<>>;
-
-/// Takes "NAME=NUMBER" in; false for any other argument.
-bool TakeOption(std::string_view argument, Options& options)
+/// Takes the number of "/NAME=NUMBER"; false for any other argument.
+bool TakeNumber(std::string_view argument, std::string_view option, std::uint32_t& number)
 {
-    const std::size_t sign = std::min(argument.find('='), argument.size());
-    const auto option = options.find(argument.substr(0, sign));
-    if (option == options.end() || sign == argument.size()) {
-        return false;
-    }
     const char* const end = argument.data() + argument.size();
-    const auto [read, error] = std::from_chars(argument.data() + sign + 1, end, option->second);
-    return error == std::errc() && read == end;
+    const auto [read, error] =
+        std::from_chars(argument.data() + std::min(option.size(), argument.size()), end, number);
+    return argument.starts_with(option) && error == std::errc() && read == end;
 }
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    Options options = {{"/limit", 100}, {"/keep", 600}};
+    std::uint32_t limit = 100;
+    std::uint32_t keep = 600;
     for (int index = 1; index < argc; ++index) {
-        if (!TakeOption(argv[index], options)) {
+        if (!TakeNumber(argv[index], "/limit=", limit) &&
+            !TakeNumber(argv[index], "/keep=", keep)) {
             std::fprintf(stderr, "runner: unknown argument '%s'; known: /limit=N, /keep=SECONDS\n",
                          argv[index]);
             return 2;
         }
     }
-    RunnerService service(options["/limit"], options["/keep"] * 1000ULL);
+    RunnerService service(limit, keep * 1000ULL);
     if (!service.Start()) {
         std::fprintf(stderr, "runner: the runner's pipe cannot be made; does another one run?\n");
         return 1;
