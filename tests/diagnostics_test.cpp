@@ -9,7 +9,6 @@
 #include "basicslib/ComString.h"
 #include "basicslib/ErrorReportManager.h"
 #include "basicslib/Exceptions.h"
-#include "basicslib/Handle.h"
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
 #include "tests/imported_calls.h"
@@ -139,18 +138,9 @@ TEST(ErrorReports, WhatCannotBeReportedForLackOfMemoryIsSaid)
     EXPECT_THAT(log.Lines(), ElementsAre(line, line));
 }
 
-TEST(Memory, WhatDoesNotFitIsRefusedAndLeavesNothingOpen)
+TEST(Memory, ATextThatDoesNotFitIsRefused)
 {
-    const auto claiming = [](std::size_t units) {
-        return std::wstring_view(L"", units);
-    };
-    EXPECT_THROW(ToComString(claiming(0x40000000)), _com_error);
-    ImportWatch watch;
-    watch.Fail("new", ERROR_NOT_ENOUGH_MEMORY);
-    EXPECT_THROW(
-        boost::make_shared<Handle>([] { return CreateEventA(nullptr, TRUE, FALSE, nullptr); }),
-        std::bad_alloc);
-    EXPECT_EQ(watch.OpenHandles(), 0);
+    EXPECT_THROW(ToComString(std::wstring_view(L"", 0x40000000)), _com_error);
 }
 
 TEST(TimeBudgets, ABudgetCountsDownWhenTheTickCounterWraps)

@@ -141,24 +141,20 @@ class Generator
         const std::size_t count = std::min(Below(12), m_bytes.size() - at);
         const auto begin = m_bytes.begin() + static_cast<std::ptrdiff_t>(at);
         const Bytes part(begin, begin + static_cast<std::ptrdiff_t>(count));
-        switch (Below(10)) {
+        switch (Below(7)) {
             case 0:
-                return m_bytes.resize(at);
+                m_bytes.resize(at);
+                break;
             case 1:
-                m_bytes.erase(begin, begin + static_cast<std::ptrdiff_t>(count));
-                return;
-            case 2:
                 m_bytes.insert(begin, part.begin(), part.end());
-                return;
-            case 3:
-                return m_bytes.resize(m_bytes.size() + count, static_cast<unsigned char>(count));
-            case 4:
+                break;
+            case 2:
                 if (count > 0) {
                     m_bytes[at] = static_cast<unsigned char>(m_bytes[at] ^ (1U << Below(8)));
                 }
-                return;
+                break;
             default:
-                SetNumber(Below(6) == 0 ? at : m_places[Below(m_places.size())]);
+                SetNumber(m_places[Below(m_places.size())]);
         }
     }
 
@@ -176,20 +172,11 @@ class Generator
     std::uint32_t OddNumber(std::uint32_t right, std::size_t rest = 0)
     {
         const auto left = static_cast<std::uint32_t>(rest);
-        const std::uint32_t numbers[] = {right + 1,
-                                         right - 1,
-                                         left,
-                                         left + 1,
-                                         left - 1,
-                                         right * 2,
-                                         right | 0x80000000,
-                                         0,
-                                         0xFFFFFFFF,
-                                         0x80000000,
-                                         0x7FFFFFFF,
-                                         0x40000000,
-                                         0xFFFF,
-                                         static_cast<std::uint32_t>(Below(64))};
+        const auto few = static_cast<std::uint32_t>(Below(64));
+        const std::uint32_t numbers[] = {
+            right + 1,  right - 1,          left,   left + 1,   left - 1,
+            right * 2,  right | 0x80000000, 0,      0xFFFFFFFF, 0x80000000,
+            0x7FFFFFFF, 0x40000000,         0xFFFF, few};
         return numbers[Below(std::size(numbers))];
     }
 
@@ -208,9 +195,9 @@ class GuardedRoom
     /// until the next one.
     unsigned char* Copy(const Bytes& bytes) const
     {
-        return std::copy(bytes.begin(), bytes.end(),
-                         m_bytes + kSize - bytes.size() - bytes.size() % 2) -
-               bytes.size();
+        unsigned char* const place = m_bytes + kSize - bytes.size() - bytes.size() % 2;
+        std::copy(bytes.begin(), bytes.end(), place);
+        return place;
     }
 
   private:

@@ -15,23 +15,25 @@ namespace tvn::tests
 namespace
 {
 
-enum class Before : unsigned char { kNothing, kRunner, kOwnBrowser, kFirefox };
+using Call = std::function<HRESULT(IApp& app, Status* status)>;
 
 /// One way through a method. What starts processes takes its time and is left to longer runs.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): the rows below read in this order
 struct Way
 {
     const char* name;
-    Before before;
-    std::function<HRESULT(IApp& app, Status* status)> call;
+    std::vector<Call> before;
+    Call call;
     bool startsProcesses = false;
     bool isGetter = false;  ///< which has no text to tell what it misses
 };
 
+// What a call needs is made before it is watched.
 const _variant_t kLeftOut = AppClient::LeftOut();
+const _variant_t kFirst = 1L;
+const _bstr_t kText = L"New York";
 
-/// What a call needs is made before it is watched.
-auto Init(const char* line, bool openNew, LONG time = 1)
+Call Init(const char* line, bool openNew, LONG time = 1)
 {
     return [line = _variant_t(line), openNew, time](IApp& app, Status* status) {
         return app.tvnInit(line, openNew ? VARIANT_TRUE : VARIANT_FALSE, kLeftOut, kLeftOut,
@@ -39,7 +41,7 @@ auto Init(const char* line, bool openNew, LONG time = 1)
     };
 }
 
-auto Play(std::size_t length)
+Call Play(std::size_t length)
 {
     return [macro = _bstr_t(std::wstring(length, L'x').c_str())](IApp& app, Status* status) {
         return app.tvnPlay(macro, 1, status);
@@ -53,49 +55,45 @@ HRESULT Exit(IApp& app, Status* status)
 
 HRESULT Set(IApp& app, Status* status)
 {
-    static const _bstr_t text = L"New York";
-    return app.tvnSet(text, text, status);
+    return app.tvnSet(kText, kText, status);
 }
 
 /// A getter's value takes the place of a status.
-template <class Getter>
-HRESULT Get(Status* status, Getter getter)
+Call Get(const std::function<HRESULT(IApp& app, BSTR* value)>& getter)
 {
-    BSTR value = nullptr;
-    const HRESULT result = getter(&value);
-    *status = static_cast<Status>(value == nullptr ? sFail : sOk);
-    SysFreeString(value);
-    return result;
+    return [getter](IApp& app, Status* status) {
+        BSTR value = nullptr;
+        const HRESULT result = getter(app, &value);
+        *status = static_cast<Status>(value == nullptr ? sFail : sOk);
+        SysFreeString(value);
+        return result;
+    };
 }
 
+const Call kBegin = Init("-runner", false);
+const Call kBeginOwn = Init("", true, 5);
+const Call kBeginFirefox = Init("-fx", true, 5);
+const std::vector<Call> kAttached = {kBegin, Play(5), &Set};
+
 const Way kWays[] = {
-    {"tvnPlay", Before::kRunner, Play(5)},
-    {"tvnPlay, long", Before::kRunner, Play(100'000)},
-    {"tvnDisplay", Before::kRunner,
+    {"tvnPlay", kAttached, Play(5)},
+    {"tvnPlay, long", kAttached, Play(100'000)},
+    {"tvnDisplay", kAttached,
      [](IApp& app, Status* status) {
-         static const _bstr_t text = L"text";
-         return app.tvnDisplay(text, 1, status);
+         return app.tvnDisplay(kText, 1, status);
      }},
-    {"tvnSet", Before::kNothing, &Set},
-    {"tvnGetLastError", Before::kRunner,
-     [](IApp& app, Status* status) {
-         return Get(status, [&](BSTR* value) { return app.tvnGetLastError(value); });
-     },
-     false, true},
-    {"tvnGetLastExtract", Before::kRunner,
-     [](IApp& app, Status* status) {
-         static const _variant_t first = 1L;
-         return Get(status, [&](BSTR* value) { return app.tvnGetLastExtract(first, value); });
-     },
-     false, true},
-    {"tvnInit, runner", Before::kNothing, Init("-runner", true)},
-    {"tvnInit, free browser of the runner", Before::kNothing, Init("-runner", false)},
-    {"tvnExit, runner", Before::kRunner, &Exit},
-    {"tvnInit, own browser", Before::kNothing, Init("", true, 5), true},
-    {"tvnInit, Firefox", Before::kNothing, Init("-fx", true, 5), true},
-    {"tvnInit, Internet Explorer", Before::kNothing, Init("-ie", true, 5), true},
-    {"tvnExit, own browser", Before::kOwnBrowser, &Exit, true},
-    {"tvnExit, Firefox", Before::kFirefox, &Exit, true},
+    {"tvnSet", {}, &Set},
+    {"tvnGetLastError", kAttached, Get(std::mem_fn(&IApp::tvnGetLastError)), false, true},
+    {"tvnGetLastExtract", kAttached,
+     Get([](IApp& app, BSTR* value) { return app.tvnGetLastExtract(kFirst, value); }), false, true},
+    {"tvnInit, runner", {}, Init("-runner", true)},
+    {"tvnInit, free browser of the runner", {}, kBegin},
+    {"tvnExit, runner", kAttached, &Exit},
+    {"tvnInit, own browser", {}, kBeginOwn, true},
+    {"tvnInit, Firefox", {}, kBeginFirefox, true},
+    {"tvnInit, Internet Explorer", {}, Init("-ie", true, 5), true},
+    {"tvnExit, own browser", {kBeginOwn}, &Exit, true},
+    {"tvnExit, Firefox", {kBeginFirefox}, &Exit, true},
 };
 
 /// The course of one failure, from the object's making to its end.
@@ -118,27 +116,11 @@ Status* At(int& status)
 
 Course CourseOf(const Way& way, unsigned int call, Fails how)
 {
-    static const auto begin = Init("-runner", false);
-    static const auto beginOwn = Init("", true, 5);
-    static const auto beginFirefox = Init("-fx", true, 5);
-    static const auto play = Play(5);
     Course course;
     ImportWatch watch;
     IApp* const app = NewApp();
-    switch (way.before) {
-        case Before::kNothing:
-            break;
-        case Before::kRunner:
-            begin(*app, At(course.status));
-            play(*app, At(course.status));
-            Set(*app, At(course.status));
-            break;
-        case Before::kOwnBrowser:
-            beginOwn(*app, At(course.status));
-            break;
-        case Before::kFirefox:
-            beginFirefox(*app, At(course.status));
-            break;
+    for (const Call& step : way.before) {
+        step(*app, At(course.status));
     }
     const unsigned int before = watch.CallsThatCanFail(how);
     watch.Fail(kAnything, ERROR_NOT_ENOUGH_MEMORY, call, how);
@@ -151,8 +133,8 @@ Course CourseOf(const Way& way, unsigned int call, Fails how)
     course.hasText = SysStringLen(text) != 0;
     SysFreeString(text);
     Exit(*app, At(course.after[0]));
-    begin(*app, At(course.after[0]));
-    play(*app, At(course.after[1]));
+    kBegin(*app, At(course.after[0]));
+    kAttached[1](*app, At(course.after[1]));
     Exit(*app, At(course.after[2]));
     app->Release();
     course.handles = watch.OpenHandles();

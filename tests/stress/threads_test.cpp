@@ -1,14 +1,9 @@
-// Many objects on as many threads at once, one object that another apartment calls, and processes
-// that end with an object in use.
+// Many objects on as many threads at once, and processes that end with an object in use.
 
 #include <thread>
 
-#include "Interface/ServerModule.h"
 #include "basicslib/StatusCode.h"
-#include "pipeutils/WaitPumping.h"
-#include "process/Process.h"
 #include "tests/app_client.h"
-#include "tests/moments.h"
 #include "tests/other_side.h"
 #include "tests/resources.h"
 #include "tests/stress/cases.h"
@@ -42,49 +37,6 @@ TEST(Threads, EachHasAnObjectOfItsOwnAndAllWorkAtOnce)
     run(20 * Scale());
 }
 
-TEST(Threads, AnotherApartmentCallsAnObjectByTheNamesOfItsMethods)
-{
-    using Microsoft::WRL::ComPtr;
-    OtherSide otherSide;
-    const talvern::Apartment apartment;
-    const talvern::Client app;  // of the DLL, with the type library
-    IStream* stream = nullptr;
-    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IDispatch, app.Get(), &stream), S_OK);
-    const auto ended = NewEvent();
-    std::jthread other([&] {
-        const talvern::Apartment own;
-        {
-            ComPtr<IDispatch> object;
-            EXPECT_EQ(CoGetInterfaceAndReleaseStream(
-                          stream, IID_IDispatch, reinterpret_cast<void**>(object.GetAddressOf())),
-                      S_OK);
-            const auto call = [&](std::wstring method, std::vector<_variant_t> reversed = {}) {
-                wchar_t* name = method.data();
-                DISPID id = 0;
-                EXPECT_EQ(object->GetIDsOfNames(IID_NULL, &name, 1, 0, &id), S_OK);
-                DISPPARAMS parameters = {reversed.data(), nullptr,
-                                         static_cast<UINT>(reversed.size()), 0};
-                _variant_t result;
-                EXPECT_EQ(object->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &parameters, &result,
-                                         nullptr, nullptr),
-                          S_OK);
-                return result;
-            };
-            Cases::ForEach(20 * Scale(), [&](std::uint64_t, auto&) {
-                EXPECT_EQ(call(L"tvnInit", {false, L"-runner"}), _variant_t(1L));
-                EXPECT_EQ(call(L"tvnSet", {L"New York", L"city"}), _variant_t(1L));
-                EXPECT_EQ(call(L"tvnPlay", {L"macro"}), _variant_t(1L));
-                EXPECT_EQ(call(L"tvnGetLastExtract"), _variant_t(L"played[EXTRACT]well"));
-                EXPECT_EQ(call(L"tvnGetLastError"), _variant_t(L""));
-                EXPECT_EQ(call(L"tvnDisplay", {L"text"}), _variant_t(1L));
-                EXPECT_EQ(call(L"tvnExit"), _variant_t(1L));
-            });
-        }
-        SetEvent(ended->Get());
-    });
-    EXPECT_EQ(WaitPumping(ended->Get(), 60'000), WAIT_OBJECT_0 + 0U);
-}
-
 /// Children of the test below: this program, started for one of them alone. The delivered DLL is in
 /// use when they end.
 class DISABLED_Ending : public testing::Test
@@ -92,36 +44,21 @@ class DISABLED_Ending : public testing::Test
   protected:
     static constexpr UINT kEnded = 7;
 
-    DISABLED_Ending()
-    {
-        const HMODULE dll = LoadLibraryA((BuildFolder() + "\\talvern.dll").c_str());
-        const auto getClassObject = reinterpret_cast<decltype(&DllGetClassObject)>(
-            reinterpret_cast<void*>(GetProcAddress(dll, "DllGetClassObject")));
-        IClassFactory* factory = nullptr;
-        void* object = nullptr;
-        getClassObject(CLSID_App, IID_IClassFactory, reinterpret_cast<void**>(&factory));
-        factory->CreateInstance(nullptr, IID_IApp, &object);
-        app = static_cast<IApp*>(object);
-        const _variant_t none = AppClient::LeftOut();
-        app->tvnInit(_variant_t("-runner"), VARIANT_FALSE, none, none, none, 10, result);
-    }
-
-    IApp* app = nullptr;  // never let go
-    int status = 0;
-    Status* const result = reinterpret_cast<Status*>(&status);
+    const talvern::Apartment apartment;
+    talvern::Client& app = *new talvern::Client;  // of the DLL, and never let go
+    const int begun = app.Init(_variant_t("-runner"), false, 10);
 };
 
 TEST_F(DISABLED_Ending, WithAnObject)
 {
-    app->tvnPlay(_bstr_t(L"macro"), 10, result);
-    std::exit(status == sOk ? kEnded : 1);
+    std::exit(app.Play(L"macro", 10) == sOk ? kEnded : 1);
 }
 
 TEST_F(DISABLED_Ending, DuringAPlay)
 {
-    std::thread([this] { app->tvnPlay(_bstr_t(L"macro"), 60, result); }).detach();
+    std::thread([this] { app.Play(L"macro", 60); }).detach();
     Sleep(200);
-    ExitProcess(status == sOk ? kEnded : 1);
+    ExitProcess(begun == sOk ? kEnded : 1);
 }
 
 TEST(Ends, OfProcessesComeAtOnceWithAnObjectInUse)
@@ -136,16 +73,12 @@ TEST(Ends, OfProcessesComeAtOnceWithAnObjectInUse)
                     return false;
                 });
             }
-            const auto process = Started(
-                "tests\\talvern_tests.exe",
-                std::string("--gtest_also_run_disabled_tests --gtest_filter=DISABLED_Ending.") +
-                    child);
-            const Handle handle(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
-                                            process->GetPid()));
-            EXPECT_EQ(WaitForSingleObject(handle.Get(), 10'000), WAIT_OBJECT_0) << child;
-            DWORD code = 0;
-            GetExitCodeProcess(handle.Get(), &code);
-            EXPECT_EQ(code, 7U) << child;
+            const auto process = StartedInto(
+                nullptr, BuildFolder() +
+                             "\\tests\\talvern_tests.exe --gtest_also_run_disabled_tests "
+                             "--gtest_filter=DISABLED_Ending." +
+                             child);
+            EXPECT_EQ(ExitCodeOf(process->Get(), 10'000), 7U) << child;
         }
     }
 }
