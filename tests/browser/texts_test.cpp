@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "basicslib/Handle.h"
+#include "basicslib/ScopeExit.h"
 #include "basicslib/StatusCode.h"
 #include "tests/browser/real_browser.h"
 #include "tests/surroundings.h"
@@ -82,6 +83,7 @@ TEST_F(BrowserTexts, TheMacrosThatComeWithTheBrowserDoWhatTheySay)
     fs::remove_all(output);
     fs::remove_all(own);
     std::ofstream(output) << "no folder";
+    const ScopeExit restored([&] { fs::remove(output); });
     Begin();
     app.Set("city", "New York");
     app.Set("nights", "3");
@@ -93,10 +95,9 @@ TEST_F(BrowserTexts, TheMacrosThatComeWithTheBrowserDoWhatTheySay)
     app.Set("page", (site + "/second.html").c_str());
     EXPECT_EQ(Plays("picture"), "1||" + (own / "page.png").string());
     EXPECT_TRUE(fs::exists(own / "page.png"));
-    fs::create_directory(own / "taken.png");
+    fs::create_directories(own / "taken.png");
     EXPECT_EQ(Plays("await page.screenshot({ path: 'taken.png' })"),
               "-100|screenshot: \"taken.png\" cannot be written (line 1) (-100)|");
-    fs::remove(output);
 }
 
 }  // namespace tvn::tests
