@@ -85,16 +85,16 @@ TEST(ScriptingTime, AnExitGivesAThirdOfItsTimeToTheCommandAndHalfOfTheRestToTheW
     OtherSide other;
     AppClient app;
     ASSERT_EQ(app.Init("-runner", false, 5), sOk);
-    other.Next(Stage::End, [](Turn&) { return true; });
+    other.Next(Stage::kEnd, [](Turn&) { return true; });
     std::uint32_t wait = 0;
-    other.Next(Stage::WaitForExit, [&wait](Turn& turn) {
+    other.Next(Stage::kWaitForExit, [&wait](Turn& turn) {
         Fields fields(turn.request);
         fields.Number();  // the type and the id
         fields.Number();
         wait = fields.Number();
         return turn.peer.Write(Message(6, turn.id, sTimeout));
     });
-    other.Next(Stage::Terminate, OtherSide::Expects(Message(3, 0, "key"), Message(4, 0, -9)));
+    other.Next(Stage::kTerminate, OtherSide::Expects(Message(3, 0, "key"), Message(4, 0, -9)));
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(app.Exit(3), -9); }), Within(950, 1900));
     EXPECT_THAT(wait, Within(850, 1001));
 }
@@ -214,7 +214,7 @@ TEST(ScriptingMemory, ThatIsShortForTheTextOfAFailureLeavesItsStatus)
     unsigned int lastText = 0;
     const auto failedInit = [&](bool saysNothing) {
         const LogCapture log;
-        other.Next(Stage::Callback, [saysNothing](Turn&) {
+        other.Next(Stage::kCallback, [saysNothing](Turn&) {
             Sleep(saysNothing ? 1500 : 0);
             return false;
         });

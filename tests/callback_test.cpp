@@ -18,7 +18,7 @@ namespace tvn::tests
 
 using testing::ElementsAre;
 
-constexpr const char* kName = "\\\\.\\pipe\\Talvern_callback_test";
+constexpr const char* kCallbackPipe = "\\\\.\\pipe\\Talvern_callback_test";
 
 /// The operations that the product's pipe servers share.
 struct PipeServer : PipeServerBase
@@ -33,12 +33,13 @@ static void ServeOneClient()
     const LogCapture log;
     std::optional<SimplePipeServer> server(std::in_place);
     EXPECT_THROW(server->WaitForClient(0), InvalidOperationException);
-    server->Create(kName, true);
-    EXPECT_THROW(server->Create(kName, true), InvalidOperationException) << "it listens already";
+    server->Create(kCallbackPipe, true);
+    EXPECT_THROW(server->Create(kCallbackPipe, true), InvalidOperationException)
+        << "it listens already";
     EXPECT_FALSE(server->WaitForClient(0));
     EXPECT_FALSE(server->WaitForClient(50));
     EXPECT_EQ(log.Count(kDebug + "SimplePipeServer, Timeout 50"), 1);
-    std::optional<BytePeer> instance(std::in_place, BytePeer::Open(kName), nullptr);
+    std::optional<BytePeer> instance(std::in_place, BytePeer::Open(kCallbackPipe), nullptr);
     EXPECT_TRUE(instance->Write(Message(0x80010040)));
     const auto pipe = server->WaitForClient(5000);
     ASSERT_TRUE(pipe);
@@ -71,12 +72,12 @@ TEST(Callback, AConnectEndsWithAClientOrOnTimeOrWithTheInterrupt)
 {
     const auto interrupt = NewEvent();
     DWORD error = 0;
-    const Handle server(PipeServer::CreatePipe(kName, TRUE, error));
+    const Handle server(PipeServer::CreatePipe(kCallbackPipe, TRUE, error));
     HANDLE pipe = server.Get();
     EXPECT_FALSE(PipeServer::ConnectPipe(pipe, 50, interrupt->Get(), error));
     SetEvent(interrupt->Get());
     EXPECT_FALSE(PipeServer::ConnectPipe(pipe, INFINITE, interrupt->Get(), error));
-    const auto client = BytePeer::Open(kName);
+    const auto client = BytePeer::Open(kCallbackPipe);
     const auto block = boost::make_shared<Overlapped>(pipe);
     EXPECT_TRUE(PipeServer::ConnectPipe(pipe, block, error));
     EXPECT_EQ(error, static_cast<DWORD>(ERROR_PIPE_CONNECTED));
@@ -97,13 +98,13 @@ TEST(Callback, WhatTheSystemRefusesIsTheReasonThatIsGiven)
     DWORD error = 0;
     for (const std::string call : {"InitializeSecurityDescriptor", "SetSecurityDescriptorDacl"}) {
         watch.Fail(call, ERROR_NOT_ENOUGH_MEMORY);
-        EXPECT_EQ(PipeServer::CreatePipe(kName, TRUE, error), INVALID_HANDLE_VALUE);
+        EXPECT_EQ(PipeServer::CreatePipe(kCallbackPipe, TRUE, error), INVALID_HANDLE_VALUE);
         EXPECT_EQ(error, static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
         EXPECT_EQ(log.Count(kDebug + call + " failed"), 1);
     }
     watch.Fail("ConnectNamedPipe", ERROR_PIPE_BUSY);
-    EXPECT_THROW(SimplePipeServer().Create(kName, true), Win32Exception);
-    const Handle pipe(PipeServer::CreatePipe(kName, TRUE, error));
+    EXPECT_THROW(SimplePipeServer().Create(kCallbackPipe, true), Win32Exception);
+    const Handle pipe(PipeServer::CreatePipe(kCallbackPipe, TRUE, error));
     watch.Fail("CreateEventA", ERROR_NO_SYSTEM_RESOURCES);
     EXPECT_FALSE(PipeServer::ConnectPipe(pipe.Get(), 50, nullptr, error));
     EXPECT_EQ(error, static_cast<DWORD>(ERROR_NO_SYSTEM_RESOURCES));
@@ -140,16 +141,17 @@ TEST(Callback, APipeIsOpenToEveryAccountWhenThatIsAskedFor)
         });
     const LogCapture log;
     DWORD error = 0;
-    const Handle own(PipeServer::CreatePipe(kName, FALSE, error));
+    const Handle own(PipeServer::CreatePipe(kCallbackPipe, FALSE, error));
     EXPECT_EQ(made, "40000003 6 255 1024 1024 5000");
-    const Handle open(PipeServer::CreatePipe(kName, TRUE, error));
+    const Handle open(PipeServer::CreatePipe(kCallbackPipe, TRUE, error));
     EXPECT_EQ(made, "40000003 6 255 1024 1024 5000 inheritable, null list");
     const Handle other(PipeServer::CreatePipe(
         "\\\\.\\pipe\\Talvern_callback_other",
         {FILE_FLAG_FIRST_PIPE_INSTANCE, PIPE_REJECT_REMOTE_CLIENTS, nullptr}, error));
     EXPECT_EQ(made, "40080003 e 255 1024 1024 5000");
     EXPECT_TRUE(own.IsValid() && open.IsValid() && other.IsValid());
-    const std::string line = kDebug + "CreateNamedPipe, " + kName + ", allowAllToAccessPipe = ";
+    const std::string line =
+        kDebug + "CreateNamedPipe, " + kCallbackPipe + ", allowAllToAccessPipe = ";
     EXPECT_THAT(log.Lines(), ElementsAre(line + "0", line + "1"));
 }
 

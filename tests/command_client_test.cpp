@@ -19,7 +19,7 @@ namespace tvn::tests
 
 using testing::ElementsAre;
 
-constexpr const char* kName = "\\\\.\\pipe\\Talvern_command_test";
+constexpr const char* kCommandPipe = "\\\\.\\pipe\\Talvern_command_test";
 const std::string kFailed = kDebug + "[CommandClient::Execute] sFail (cmd = C)";
 const std::string kOpen = kDebug + "[RemotePipeClient::OpenPipe] ";
 
@@ -38,9 +38,9 @@ class Commands : public testing::Test
     }
     static Bytes Command(int id) { return Message(id, "C", ""); }
 
-    std::optional<ScriptedPeer> instance{std::in_place, kName};
+    std::optional<ScriptedPeer> instance{std::in_place, kCommandPipe};
     boost::shared_ptr<Handle> interrupt = NewEvent();
-    MacrosClient client{kName, interrupt, true};
+    MacrosClient client{kCommandPipe, interrupt, true};
     CommandReply reply;
 };
 
@@ -72,13 +72,13 @@ TEST_F(Commands, AnyImportThatFailsIsAStatusOrAnExceptionAndLeavesNoHandleOpen)
 {
     int status = 0;
     const auto before = [&] {
-        instance.emplace(kName);
+        instance.emplace(kCommandPipe);
         instance->Perform({{std::nullopt, {Message(1, sOk, "")}}});
     };
     const auto run = [&] {
         status = sFail;
         try {
-            status = CommandClient(kName, interrupt, false).Execute(1000, L"C", L"").status;
+            status = CommandClient(kCommandPipe, interrupt, false).Execute(1000, L"C", L"").status;
         } catch (const BaseException&) {
         } catch (const _com_error&) {
         } catch (const std::bad_alloc&) {
@@ -93,7 +93,7 @@ TEST_F(Commands, AnyImportThatFailsIsAStatusOrAnExceptionAndLeavesNoHandleOpen)
             EXPECT_EQ(status == sOk, testing::Matches(testing::AnyOfArray(kHarmless))(failure.what))
                 << failure.what;
             EXPECT_EQ(failure.handles, 0) << failure.what;
-            BytePeer::Open(kName);  // the instance waits for a client
+            BytePeer::Open(kCommandPipe);  // the instance waits for a client
         });
     }
 }
@@ -106,8 +106,8 @@ TEST_F(Commands, StaleRepliesHoldTheCallerNeitherWithinItsTimeNorAfterIt)
     EXPECT_EQ(Run(300, script), sTimeout);
 
     for (const auto& [count, expected] : {std::pair{20, +sOk}, {200, +sTimeout}}) {
-        instance.emplace(kName, 0x4000);
-        MacrosClient hasty(kName, interrupt, false);
+        instance.emplace(kCommandPipe, 0x4000);
+        MacrosClient hasty(kCommandPipe, interrupt, false);
         EXPECT_EQ(hasty.Execute(0, L"C", L"").status, sTimeout);
         for (int sent = 0; sent < count; ++sent) {
             instance->Send(Message(1, 17, ""));
@@ -131,17 +131,17 @@ TEST_F(Commands, AMissingPipeIsAwaitedOnlyWhenThatIsAskedFor)
 {
     instance.reset();
     const LogCapture log;
-    CommandClient once(kName, {}, false);
+    CommandClient once(kCommandPipe, {}, false);
     EXPECT_EQ(once.Execute(INFINITE, L"C", L"").status, sFail);
     EXPECT_THAT(log.Lines(),
-                ElementsAre(kOpen + kName, kOpen + "CreateFile failed with code 0x00000002",
+                ElementsAre(kOpen + kCommandPipe, kOpen + "CreateFile failed with code 0x00000002",
                             kDebug + "hPipe == INVALID_HANDLE_VALUE (0x00000002)"));
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Run(450), sFail); }), Within(400, 3000));
-    EXPECT_THAT(log.Count(kOpen + kName) - 1, Within(4, 7));
+    EXPECT_THAT(log.Count(kOpen + kCommandPipe) - 1, Within(4, 7));
 
     const std::jthread late([&] {
         Sleep(250);
-        instance.emplace(kName);
+        instance.emplace(kCommandPipe);
         // A command that found no pipe used no id.
         instance->Perform({{Command(1), {Message(1, sOk, "")}}});
     });
@@ -161,7 +161,7 @@ TEST_F(Commands, TheAuxiliaryCommandsGiveStatusAndCount)
 TEST_F(Commands, AClientOutlivesItsOwnerDuringACommand)
 {
     const FreedMemoryIsGone gone;
-    auto owner = boost::make_shared<MacrosClient>(kName, interrupt, true);
+    auto owner = boost::make_shared<MacrosClient>(kCommandPipe, interrupt, true);
     CallLater(50, [&] { owner.reset(); });
     EXPECT_EQ(owner->AuxAttachIfFree(300, L""), sTimeout);
     EXPECT_FALSE(owner);

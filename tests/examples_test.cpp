@@ -33,7 +33,7 @@ namespace
 using testing::HasSubstr;
 using testing::StartsWith;
 
-std::string Script(const std::string& name)
+std::string RunOf(const std::string& name)
 {
     return "cscript.exe //nologo \"" + Examples() + name + "\" ";
 }
@@ -46,7 +46,7 @@ TEST(Examples, EveryLanguagePrintsTheSameAndTellsEachStatusInTheWordsOfTheRefere
     const std::string notRunHere[] = {
         Contents(Examples() + "play.bas"), Contents(Examples() + "play.ps1"),
         Contents(Examples() + "play.py"), Contents(Examples() + "play.cs")};
-    const std::string programs[] = {Script("play.vbs"), Script("play.js"),
+    const std::string programs[] = {RunOf("play.vbs"), RunOf("play.js"),
                                     BuildFolder() + "\\examples\\play.exe ",
                                     BuildFolder() + "\\examples\\play_c.exe "};
     const std::string init = "tvnInit: 1\n";
@@ -98,14 +98,14 @@ TEST(Examples, ForEveryDayDoWhatTheySay)
     const std::string folder = BuildFolder() + "\\";
     std::ofstream(folder + "rows.txt")
         << "!reply Name\tNote[EXTRACT]A \"B\"\t=1+1[EXTRACT]-3\t-x\t";
-    EXPECT_EQ(Ran(Script("table_to_csv.vbs") + folder + "rows.csv page " + folder + "rows.txt"),
+    EXPECT_EQ(Ran(RunOf("table_to_csv.vbs") + folder + "rows.csv page " + folder + "rows.txt"),
               "0|tvnInit: 1\ntvnPlay: 1 \nrows: 3\ntvnExit: 1\n");
     const std::string csv = Contents(folder + "rows.csv");
     const std::wstring rows(L"\xFEFFName\tNote\r\n\"A \"\"B\"\"\"\t'=1+1\r\n-3\t'-x\t\r\n");
     EXPECT_EQ(csv, std::string(reinterpret_cast<const char*>(rows.data()), rows.size() * 2));
 
     SetEnvironmentVariableA("TALVERN_STANDIN", "refuse");
-    const std::string table = Script("table_to_csv.vbs") + folder + "rows.csv";
+    const std::string table = RunOf("table_to_csv.vbs") + folder + "rows.csv";
     EXPECT_THAT(Ran(table + " page"),
                 StartsWith("1|tvnInit: -1\nNo browser. To see why, run: tvn"));
     SetEnvironmentVariableA("TALVERN_STANDIN", nullptr);
@@ -115,7 +115,7 @@ TEST(Examples, ForEveryDayDoWhatTheySay)
     std::ofstream(folder + "list.txt") << "one\n\ntwo words\n";
     DeleteFileA((folder + "log.txt").c_str());
     const std::string retry =
-        Script("list_with_retry.vbs") + folder + "list.txt " + folder + "log.txt ";
+        RunOf("list_with_retry.vbs") + folder + "list.txt " + folder + "log.txt ";
     EXPECT_EQ(Ran(retry + "m"),
               "0|one, attempt 1: 1 m; city=one\ntwo words, attempt 1: 1 m; city=two words\n"
               "end, 0 failed\n");
@@ -126,10 +126,10 @@ TEST(Examples, ForEveryDayDoWhatTheySay)
     EXPECT_EQ(Contents(folder + "log.txt").substr(0, 2), "\xFF\xFE");
 
     EXPECT_THAT(
-        Ran(Script("two_browsers.vbs")),
+        Ran(RunOf("two_browsers.vbs")),
         AllOf(HasSubstr("second: tvnPlay: 1 \ncity=New York -> await page"),
               HasSubstr("[EXTRACT]name=city=New York\nfirst: tvnExit: 1\nsecond: tvnExit: 1\n")));
-    EXPECT_THAT(Ran(Script("two_browsers.vbs") + "!end"), HasSubstr("1|first: tvnInit: 1"));
+    EXPECT_THAT(Ran(RunOf("two_browsers.vbs") + "!end"), HasSubstr("1|first: tvnInit: 1"));
     std::string both = BuildFolder() + "\\examples\\two_at_once.exe ";
     EXPECT_THAT(Elapsed([&] { both = Ran(both + "\"!wait 3000\" \"!wait 3000\""); }),
                 Within(3000, 5800))

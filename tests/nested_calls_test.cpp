@@ -27,16 +27,16 @@ struct Outer
     bool openNew = true;
     const char* line = "-runner";
 
-    bool Initialises() const { return stage < Stage::Play; }
-    bool Exits() const { return stage > Stage::Display; }
-    bool CommandRuns() const { return !Initialises() && stage < Stage::WaitForExit; }
+    bool Initialises() const { return stage < Stage::kPlay; }
+    bool Exits() const { return stage > Stage::kDisplay; }
+    bool CommandRuns() const { return !Initialises() && stage < Stage::kWaitForExit; }
 };
 
 constexpr const char* kFirefox = "-runner -fx";
-const Outer kOuters[] = {{Stage::List, false}, {Stage::Start}, {Stage::Callback},
-                         {Stage::Attach},      {Stage::Play},  {Stage::Play, true, kFirefox},
-                         {Stage::Display},     {Stage::End},   {Stage::WaitForExit},
-                         {Stage::Terminate}};
+const Outer kOuters[] = {{Stage::kList, false}, {Stage::kStart}, {Stage::kCallback},
+                         {Stage::kAttach},      {Stage::kPlay},  {Stage::kPlay, true, kFirefox},
+                         {Stage::kDisplay},     {Stage::kEnd},   {Stage::kWaitForExit},
+                         {Stage::kTerminate}};
 
 int Init(AppClient& app, bool openNew = true)
 {
@@ -85,9 +85,9 @@ constexpr std::size_t kExitsAndInits = 1;
 int CallOuter(const Outer& outer, AppClient& app)
 {
     switch (outer.stage) {
-        case Stage::Play:
+        case Stage::kPlay:
             return app.Play("outer", kSeconds);
-        case Stage::Display:
+        case Stage::kDisplay:
             return app.Display("outer");
         default:
             return outer.Initialises() ? app.Init(outer.line, outer.openNew, kSeconds)
@@ -107,8 +107,8 @@ int CallNested(OtherSide& otherSide, const Outer& outer, AppClient& app,
         SetEvent(called->Get());
     };
     CallLater(1, call, [&] { return waits.load(); });
-    if (outer.stage == Stage::Terminate) {
-        otherSide.Next(Stage::WaitForExit, [](Turn&) { return false; });
+    if (outer.stage == Stage::kTerminate) {
+        otherSide.Next(Stage::kWaitForExit, [](Turn&) { return false; });
     }
     otherSide.Next(outer.stage, [&](Turn& turn) {
         waits = true;
@@ -164,7 +164,7 @@ TEST_F(NestedCalls, OfEveryMethodDuringEachWaitOfEachOther)
                                   (!outer.Exits() && !(ofSame && which == kExits));
             EXPECT_EQ(same.Play("after", kSeconds), attached ? sOk : sNotStarted);
             bool isAwaited = false;
-            otherSide.Next(Stage::WaitForExit, [&](Turn& turn) {
+            otherSide.Next(Stage::kWaitForExit, [&](Turn& turn) {
                 isAwaited = true;
                 return turn.peer.Write(turn.answer);
             });

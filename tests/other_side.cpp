@@ -11,26 +11,26 @@ namespace
 
 constexpr std::string_view kPipePrefix = R"(\\.\pipe\Talvern_)";
 
-const std::map<std::uint32_t, Stage> kRequests = {{1, Stage::Start},
-                                                  {3, Stage::Terminate},
-                                                  {5, Stage::WaitForExit},
-                                                  {7, Stage::List},
-                                                  {9, Stage::List}};
+const std::map<std::uint32_t, Stage> kRequests = {{1, Stage::kStart},
+                                                  {3, Stage::kTerminate},
+                                                  {5, Stage::kWaitForExit},
+                                                  {7, Stage::kList},
+                                                  {9, Stage::kList}};
 
-const std::map<std::wstring, Stage> kCommands = {{L"tvnAuxAttachIfFree", Stage::Attach},
-                                                 {L"PLAY", Stage::Play},
-                                                 {L"appSendText", Stage::Display},
-                                                 {L"appEnd", Stage::End}};
+const std::map<std::wstring, Stage> kCommands = {{L"tvnAuxAttachIfFree", Stage::kAttach},
+                                                 {L"PLAY", Stage::kPlay},
+                                                 {L"appSendText", Stage::kDisplay},
+                                                 {L"appEnd", Stage::kEnd}};
 
 }  // namespace
 
 OtherSide::OtherSide(Pipes pipes, std::size_t ends)
 {
-    if (pipes != Pipes::RunnerOnly) {
+    if (pipes != Pipes::kRunnerOnly) {
         m_commands.emplace(std::string(kPipePrefix) + std::to_string(static_cast<int>(kWindow)),
                            ends, [this](BytePeer& peer) { ServeCommands(peer); });
     }
-    if (pipes != Pipes::CommandsOnly) {
+    if (pipes != Pipes::kCommandsOnly) {
         m_runner.emplace(R"(\\.\pipe\tvnRunner)", ends,
                          [this](BytePeer& peer) { ServeRunner(peer); });
     }
@@ -84,7 +84,7 @@ void OtherSide::ServeCommands(BytePeer& peer)
         Turn turn = {peer, fields.Number()};
         const Stage stage = kCommands.at(fields.Text());
         turn.argument = fields.Text();
-        turn.answer = Message(turn.id, 1, stage == Stage::Play ? kPlayed : "");
+        turn.answer = Message(turn.id, 1, stage == Stage::kPlay ? kPlayed : "");
         goOn = Answer(stage, turn);
     }
 }
@@ -93,7 +93,7 @@ void OtherSide::ServeRunner(BytePeer& peer)
 {
     Bytes message;
     Turn connected = {peer};
-    if (!Answer(Stage::Runner, connected) || !peer.Read(message)) {
+    if (!Answer(Stage::kRunner, connected) || !peer.Read(message)) {
         return;
     }
     Fields fields(message);
@@ -106,7 +106,7 @@ void OtherSide::ServeRunner(BytePeer& peer)
     if (!Answer(stage, turn)) {
         return;
     }
-    if (stage == Stage::Start) {
+    if (stage == Stage::kStart) {
         fields.Text();  // the program
         CallBack(fields.Text(), peer);
     }
@@ -141,7 +141,7 @@ void OtherSide::CallBack(const std::wstring& commandLine, BytePeer& runner)
     BytePeer starter(BytePeer::Open(std::string(kPipePrefix) + name), runner.Stop());
     Turn turn = {starter};
     turn.answer = Message(kWindow);
-    if (starter.IsValid() && Answer(Stage::Callback, turn)) {
+    if (starter.IsValid() && Answer(Stage::kCallback, turn)) {
         runner.Drain();
     }
 }

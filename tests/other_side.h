@@ -16,16 +16,16 @@ namespace tvn::tests
 /// The moments at which the scripting object waits for the other side, in the order in which they
 /// come in an attach through the runner service, a start and an end.
 enum class Stage {
-    Runner,
-    List,
-    Start,
-    Callback,
-    Attach,
-    Play,
-    Display,
-    End,
-    WaitForExit,
-    Terminate
+    kRunner,
+    kList,
+    kStart,
+    kCallback,
+    kAttach,
+    kPlay,
+    kDisplay,
+    kEnd,
+    kWaitForExit,
+    kTerminate
 };
 
 /// One moment: what was asked, and the answer that it should get.
@@ -50,10 +50,10 @@ class OtherSide
     static constexpr const char* kPlayed = "played[EXTRACT]well";
     static constexpr std::uint32_t kWindow = 0x7A110001;
 
-    enum class Pipes { Both, RunnerOnly, CommandsOnly };
-    explicit OtherSide(Pipes pipes = Pipes::Both, std::size_t ends = 6);
+    enum class Pipes { kBoth, kRunnerOnly, kCommandsOnly };
+    explicit OtherSide(Pipes pipes = Pipes::kBoth, std::size_t ends = 6);
 
-    /// Does `act` the next time that `stage` comes, once. `Stage::Runner` comes when a client has
+    /// Does `act` the next time that `stage` comes, once. `Stage::kRunner` comes when a client has
     /// connected to the runner, before anything is read. Callable from any thread.
     void Next(Stage stage, Act act);
 

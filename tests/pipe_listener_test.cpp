@@ -9,6 +9,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "basicslib/Exceptions.h"
@@ -24,17 +25,17 @@ namespace tvn::tests
 namespace
 {
 
-constexpr const char* kName = "\\\\.\\pipe\\TalvernListenerTest";
+constexpr const char* kListenerPipe = "\\\\.\\pipe\\TalvernListenerTest";
 
 bool FindsAnEnd(DWORD time)
 {
-    return BytePeer::Open(kName, time)->IsValid();
+    return BytePeer::Open(kListenerPipe, time)->IsValid();
 }
 
 /// A listener, which lives as long as its process.
 instance::PipeListener& NewListener(instance::PipeListener::Session session = [](const auto&) {})
 {
-    return *new instance::PipeListener(kName, instance::PipeAccess::kOwnAccount,
+    return *new instance::PipeListener(kListenerPipe, instance::PipeAccess::kOwnAccount,
                                        std::move(session));
 }
 
@@ -59,18 +60,28 @@ TEST(PipeListener, IsNotServedWithoutWhatTheSystemRefuses)
         ImportWatch watch;
         watch.Fail(call, ERROR_NOT_ENOUGH_MEMORY);
         EXPECT_FALSE(NewListener().Start()) << call;
-        EXPECT_FALSE(WaitNamedPipeA(kName, 1)) << call;
+        EXPECT_FALSE(WaitNamedPipeA(kListenerPipe, 1)) << call;
         EXPECT_THAT(log.Lines(kError), testing::Each(testing::EndsWith(" 0x00000008")));
     }
 }
 
 TEST(PipeListener, ServesANameThatNobodyServesAndNoOtherMachine)
 {
+    static std::pair<DWORD, DWORD> first;  // how the first end is opened, and its pipe
+    const auto makes =
+        TVN_REPLACE_IMPORT(CreateNamedPipeA, [](LPCSTR name, DWORD open, DWORD pipe, auto... more) {
+            first = first.first == 0 ? std::make_pair(open, pipe) : first;
+            return TVN_REAL_IMPORT(CreateNamedPipeA)(name, open, pipe, more...);
+        });
     EXPECT_TRUE(NewListener().Start());
-    EXPECT_EQ(g_imports.newPipe, "40080003 e 255 1024 1024 5000 other");
+    EXPECT_EQ(first.first,
+              PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE);
+    EXPECT_EQ(first.second, static_cast<DWORD>(PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE |
+                                               PIPE_REJECT_REMOTE_CLIENTS));
     const LogCapture log;
     EXPECT_FALSE(NewListener().Start());
-    EXPECT_THAT(log.Lines(kError), testing::ElementsAre(kError + kName + " is served already"));
+    EXPECT_THAT(log.Lines(kError),
+                testing::ElementsAre(kError + kListenerPipe + " is served already"));
 }
 
 TEST(PipeListener, TriesAgainWithAPauseWhenItCannotAwaitAClient)
@@ -105,7 +116,7 @@ TEST(PipeListener, ASessionThatFailsEndsAloneWithALine)
     for (const char* why :
          {"There is no memory.", "There is no memory.", "InvalidOperationException", "an error"}) {
         const auto lines = log.Lines(line).size();
-        const auto client = BytePeer::Open(kName, 5000);
+        const auto client = BytePeer::Open(kListenerPipe, 5000);
         ASSERT_TRUE(Eventually([&] { return log.Lines(line).size() > lines; })) << why;
         EXPECT_EQ(log.Lines(line).back(), line + why);
     }

@@ -63,33 +63,33 @@ TEST(RunnerFailures, ARequestThatIsNotTakenInTimeIsATimeout)
 
 TEST(RunnerRequests, CarryWhatTheyAreAboutAndAFailedStartKeepsItsKeyAndId)
 {
-    OtherSide service(OtherSide::Pipes::RunnerOnly);
+    OtherSide service(OtherSide::Pipes::kRunnerOnly);
     RunnerProcess process;
     EXPECT_EQ(process.GetPid(), 0U);
     const auto start = [&process] {
         return process.Start(L"app", L"cmd", L"user", L"domain", L"password", 1000);
     };
-    service.Next(Stage::Start,
+    service.Next(Stage::kStart,
                  OtherSide::Expects(Message(1, 0, "app", "cmd", "user", "domain", "password"),
                                     Message(2, 0, sFail, 99, "AB")));
     EXPECT_EQ(start(), sFail);
-    service.Next(Stage::Terminate, OtherSide::Expects(Message(3, 0, "AB"), Message(4, 0, sFail)));
+    service.Next(Stage::kTerminate, OtherSide::Expects(Message(3, 0, "AB"), Message(4, 0, sFail)));
     EXPECT_EQ(process.Terminate(1000), sFail);
     EXPECT_EQ(process.GetPid(), 99U);
-    service.Next(Stage::Start, [](Turn&) { return false; });
+    service.Next(Stage::kStart, [](Turn&) { return false; });
     EXPECT_EQ(start(), sRunnerNotReachable);
     EXPECT_EQ(process.GetPid(), 99U) << "without a reply it is as it was";
-    service.Next(Stage::WaitForExit,
+    service.Next(Stage::kWaitForExit,
                  OtherSide::Expects(Message(5, 0, 1000, "AB"), Message(6, 0, sTimeout)));
     EXPECT_EQ(process.WaitForExit(1000), sTimeout);
 
     Processes listed;
-    service.Next(Stage::List,
+    service.Next(Stage::kList,
                  OtherSide::Expects(Message(7, 0, "exe"), Message(8, 0, 1, 2, 11, "C", 22, "D")));
     EXPECT_EQ(process.GetProcessesByName(L"exe", listed, 1000), sOk);
     ASSERT_EQ(listed.size(), 2U);
     EXPECT_EQ(listed[1]->GetPid(), 22U);
-    service.Next(Stage::Terminate, OtherSide::Expects(Message(3, 0, "D"), Message(4, 0, sOk)));
+    service.Next(Stage::kTerminate, OtherSide::Expects(Message(3, 0, "D"), Message(4, 0, sOk)));
     EXPECT_EQ(listed[1]->Terminate(1000), sOk);
 }
 
@@ -97,9 +97,9 @@ TEST(RunnerFailures, TheServicesCodesReachTheScript)
 {
     AppClient app;
     EXPECT_EQ(app.Init("-runner", true, 1), sRunnerNotReachable);
-    OtherSide service(OtherSide::Pipes::RunnerOnly);
+    OtherSide service(OtherSide::Pipes::kRunnerOnly);
     for (const int code : {+sInstancesCountLimitReached, 4711}) {
-        service.Next(Stage::Start,
+        service.Next(Stage::kStart,
                      [code](Turn& turn) { return turn.peer.Write(Message(2, 0, code, 0, "")); });
         EXPECT_EQ(app.Init("", true, 5), code);
     }
@@ -108,10 +108,10 @@ TEST(RunnerFailures, TheServicesCodesReachTheScript)
 
 TEST(RunnerInstances, InstancesAreAskedInTheOrderOfTheReply)
 {
-    OtherSide service(OtherSide::Pipes::RunnerOnly);
-    service.Next(Stage::List, OtherSide::Expects(Message(9, 0, "talvern.exe"),
-                                                 Message(10, 0, 1, 3, 11, "1", 0x80000003, 22, "2",
-                                                         5, 33, "3", 6)));
+    OtherSide service(OtherSide::Pipes::kRunnerOnly);
+    service.Next(Stage::kList, OtherSide::Expects(Message(9, 0, "talvern.exe"),
+                                                  Message(10, 0, 1, 3, 11, "1", 0x80000003, 22, "2",
+                                                          5, 33, "3", 6)));
     const std::string names[] = {R"(\\.\pipe\Talvern_-2147483645)", R"(\\.\pipe\Talvern_5)",
                                  R"(\\.\pipe\Talvern_6)"};
     const auto answering = [](int status) {
@@ -130,21 +130,21 @@ TEST(RunnerInstances, InstancesAreAskedInTheOrderOfTheReply)
     const std::string open = kDebug + "[RemotePipeClient::OpenPipe] ";
     EXPECT_THAT(log.Lines(open), ElementsAre(open + kPipe, open + names[0], open + names[1]));
     EXPECT_EQ(app.Play("m"), sOk);
-    service.Next(Stage::WaitForExit, [](Turn&) { return false; });
-    service.Next(Stage::Terminate, OtherSide::Expects(Message(3, 0, "2"), Message(4, 0, -9)));
+    service.Next(Stage::kWaitForExit, [](Turn&) { return false; });
+    service.Next(Stage::kTerminate, OtherSide::Expects(Message(3, 0, "2"), Message(4, 0, -9)));
     EXPECT_EQ(app.Exit(), -9) << "awaited and then terminated through the service";
 }
 
 TEST(RunnerInstances, AreListedForAQuarterOfTheTimeHoweverManyThereAre)
 {
-    OtherSide service(OtherSide::Pipes::RunnerOnly);
+    OtherSide service(OtherSide::Pipes::kRunnerOnly);
     const auto inits = [&service](LONG seconds) {
-        service.Next(Stage::Start,
+        service.Next(Stage::kStart,
                      [](Turn& turn) { return turn.peer.Write(Message(2, 0, -7, 0, "")); });
         EXPECT_EQ(AppClient().Init("-runner", false, seconds), -7)
             << "of the start that comes then";
     };
-    service.Next(Stage::List, [](Turn& turn) {
+    service.Next(Stage::kList, [](Turn& turn) {
         turn.peer.Hold();
         return false;
     });
@@ -156,7 +156,7 @@ TEST(RunnerInstances, AreListedForAQuarterOfTheTimeHoweverManyThereAre)
         const Bytes instance = Words({number, 0, number + 1});
         list.insert(list.end(), instance.begin(), instance.end());
     }
-    service.Next(Stage::List, [&list](Turn& turn) { return turn.peer.Write(list); });
+    service.Next(Stage::kList, [&list](Turn& turn) { return turn.peer.Write(list); });
     EXPECT_THAT(Elapsed([&] { inits(1); }), Within(400, 1250));
 }
 

@@ -24,23 +24,23 @@ static int Call(AppClient& app, Stage stage, LONG seconds, std::size_t length = 
 {
     const std::wstring text(length, L'x');
     switch (stage) {
-        case Stage::Play:
+        case Stage::kPlay:
             return app.Client::Play(text, seconds);
-        case Stage::Display:
+        case Stage::kDisplay:
             return app.Client::Display(text, seconds);
-        case Stage::End:
-        case Stage::WaitForExit:
-        case Stage::Terminate:
+        case Stage::kEnd:
+        case Stage::kWaitForExit:
+        case Stage::kTerminate:
             return app.Exit(seconds);
         default:
-            return app.Init("-runner", stage != Stage::List, seconds);
+            return app.Init("-runner", stage != Stage::kList, seconds);
     }
 }
 
 // ---- in which way
 
 /// What kind of answer comes of it.
-enum class Kind { Fine, Broken, Silent };
+enum class Kind { kFine, kBroken, kSilent };
 
 struct Way
 {
@@ -83,13 +83,13 @@ static bool WriteParts(Turn& turn, std::size_t place)
 
 constexpr std::uint32_t kLengths[] = {0, 3, 4, 5, 0x7FFFFFFF, 0xFFFFFFFF};
 
-constexpr int kOnce = 1;
+constexpr int kOnePlace = 1;
 constexpr int kEveryByte = 0;
 constexpr int kBetweenBytes = -1;
 constexpr int kEveryLength = std::size(kLengths);
 
 constexpr Way kWays[] = {
-    {"cut off and closed", Kind::Broken, false,
+    {"cut off and closed", Kind::kBroken, false,
      [](Turn& turn, std::size_t place) {
          if (place != 0) {
              turn.peer.Write(Part(turn.answer, 0, place));
@@ -97,32 +97,32 @@ constexpr Way kWays[] = {
          return false;
      },
      kEveryByte},
-    {"in two messages", Kind::Broken, false, &WriteParts, kBetweenBytes},
-    {"a length and nothing else", Kind::Broken, false,
+    {"in two messages", Kind::kBroken, false, &WriteParts, kBetweenBytes},
+    {"a length and nothing else", Kind::kBroken, false,
      [](Turn& turn, std::size_t place) { return turn.peer.Write(Words({kLengths[place]})); },
      kEveryLength},
-    {"a wrong length before sound fields", Kind::Fine, false,
+    {"a wrong length before sound fields", Kind::kFine, false,
      [](Turn& turn, std::size_t place) {
          SetLength(turn.answer, kLengths[place]);
          return turn.peer.Write(turn.answer);
      },
      kEveryLength},
-    {"twice", Kind::Fine, false,
+    {"twice", Kind::kFine, false,
      [](Turn& turn, std::size_t /*place*/) {
          const bool written = turn.peer.Write(turn.answer);
          turn.peer.Write(turn.answer, 1000);  // whoever has its answer may have gone by then
          return written;
      },
-     kOnce},
-    {"behind some stale ones", Kind::Fine, true,
+     kOnePlace},
+    {"behind some stale ones", Kind::kFine, true,
      [](Turn& turn, std::size_t /*place*/) {
          return WriteStale(turn, 3) && turn.peer.Write(turn.answer);
      },
-     kOnce},
-    {"stale ones without end", Kind::Silent, true,
-     [](Turn& turn, std::size_t /*place*/) { return WriteStale(turn, INT_MAX); }, kOnce},
-    {"nothing", Kind::Silent, false, [](Turn& turn, std::size_t /*place*/) { return Hold(turn); },
-     kOnce},
+     kOnePlace},
+    {"stale ones without end", Kind::kSilent, true,
+     [](Turn& turn, std::size_t /*place*/) { return WriteStale(turn, INT_MAX); }, kOnePlace},
+    {"nothing", Kind::kSilent, false, [](Turn& turn, std::size_t /*place*/) { return Hold(turn); },
+     kOnePlace},
 };
 
 // ---- at which moment
@@ -158,10 +158,10 @@ class CallStages : public testing::TestWithParam<Moment>
     void Begin()
     {
         ExpectItWorks();
-        if (GetParam().stage < Stage::Play) {
+        if (GetParam().stage < Stage::kPlay) {
             app.Exit(1);
-        } else if (GetParam().stage == Stage::Terminate) {
-            other.Next(Stage::WaitForExit, [](Turn& /*turn*/) { return false; });
+        } else if (GetParam().stage == Stage::kTerminate) {
+            other.Next(Stage::kWaitForExit, [](Turn& /*turn*/) { return false; });
         }
     }
 
@@ -193,11 +193,11 @@ class CallStages : public testing::TestWithParam<Moment>
 TEST_P(CallStages, EndInTimeWithTheirStatusInWhateverWayTheAnswerIsWrong)
 {
     const Stage stage = GetParam().stage;
-    const bool isCommand = stage >= Stage::Attach && stage <= Stage::Display;
+    const bool isCommand = stage >= Stage::kAttach && stage <= Stage::kDisplay;
     for (const Way& way : kWays) {
         SCOPED_TRACE(way.name);
         if (!way.onlyCommands || isCommand) {
-            Try(way, way.kind == Kind::Silent ? 1 : 5);
+            Try(way, way.kind == Kind::kSilent ? 1 : 5);
         }
     }
     Begin();
@@ -207,15 +207,15 @@ TEST_P(CallStages, EndInTimeWithTheirStatusInWhateverWayTheAnswerIsWrong)
 }
 
 constexpr Moment kMoments[] = {
-    {"List", Stage::List, sOk, sOk},  // a browser is started then
-    {"Start", Stage::Start, sRunnerNotReachable, sRunnerNotReachable},
-    {"Callback", Stage::Callback, sFail, sTimeout},
-    {"Attach", Stage::Attach, sFail, sFail},
-    {"Play", Stage::Play, sFail, sTimeout},
-    {"Display", Stage::Display, sFail, sTimeout},
-    {"End", Stage::End, sOk, sOk},                  // it is awaited
-    {"WaitForExit", Stage::WaitForExit, sOk, sOk},  // and then ended
-    {"Terminate", Stage::Terminate, sFail, sFail},
+    {"List", Stage::kList, sOk, sOk},  // a browser is started then
+    {"Start", Stage::kStart, sRunnerNotReachable, sRunnerNotReachable},
+    {"Callback", Stage::kCallback, sFail, sTimeout},
+    {"Attach", Stage::kAttach, sFail, sFail},
+    {"Play", Stage::kPlay, sFail, sTimeout},
+    {"Display", Stage::kDisplay, sFail, sTimeout},
+    {"End", Stage::kEnd, sOk, sOk},                  // it is awaited
+    {"WaitForExit", Stage::kWaitForExit, sOk, sOk},  // and then ended
+    {"Terminate", Stage::kTerminate, sFail, sFail},
 };
 INSTANTIATE_TEST_SUITE_P(Each, CallStages, testing::ValuesIn(kMoments),
                          [](const auto& moment) { return moment.param.name; });
@@ -235,12 +235,12 @@ static bool AnswerReadPartAndHold(Turn& turn)
 TEST(Stages, EndInTimeWhenTheInstanceReadsNothingOrAPartOfALongText)
 {
     for (const auto act : {&AnswerAndHold, &AnswerReadPartAndHold}) {
-        for (const Stage stage : {Stage::Play, Stage::Display}) {
+        for (const Stage stage : {Stage::kPlay, Stage::kDisplay}) {
             for (const LONG seconds : {1, 0}) {
                 SCOPED_TRACE(testing::Message() << static_cast<int>(stage) << ' ' << seconds);
                 AppClient app;
                 OtherSide other;
-                other.Next(Stage::Attach, act);
+                other.Next(Stage::kAttach, act);
                 ASSERT_EQ(app.Init("-runner", true, 10), sOk);
                 const auto call = [&] {
                     EXPECT_EQ(Call(app, stage, seconds, 1U << 20U), sTimeout);

@@ -1,6 +1,6 @@
-// On each method's way, every call of the platform and every block of memory fails. The method then
-// ends with a status and its reason, leaves nothing behind, and its object still exits, starts and
-// plays.
+// On each method's route, every call of the platform and every block of memory fails. The method
+// then ends with a status and its reason, leaves nothing behind, and its object still exits, starts
+// and plays.
 
 #include "Interface/ServerModule.h"
 #include "basicslib/StatusCode.h"
@@ -17,9 +17,9 @@ namespace
 
 using Call = std::function<HRESULT(IApp& app, Status* status)>;
 
-/// One way through a method. What starts processes takes its time and is left to longer runs.
+/// One route through a method. What starts processes takes its time and is left to longer runs.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): the rows below read in this order
-struct Way
+struct Route
 {
     const char* name;
     std::vector<Call> before;
@@ -75,7 +75,7 @@ const Call kBeginOwn = Init("", true, 5);
 const Call kBeginFirefox = Init("-fx", true, 5);
 const std::vector<Call> kAttached = {kBegin, Play(5), &Set};
 
-const Way kWays[] = {
+const Route kRoutes[] = {
     {"tvnPlay", kAttached, Play(5)},
     {"tvnPlay, long", kAttached, Play(100'000)},
     {"tvnDisplay", kAttached,
@@ -114,17 +114,17 @@ Status* At(int& status)
     return reinterpret_cast<Status*>(&status);
 }
 
-Course CourseOf(const Way& way, unsigned int call, Fails how)
+Course CourseOf(const Route& route, unsigned int call, Fails how)
 {
     Course course;
     ImportWatch watch;
     IApp* const app = NewApp();
-    for (const Call& step : way.before) {
+    for (const Call& step : route.before) {
         step(*app, At(course.status));
     }
     const unsigned int before = watch.CallsThatCanFail(how);
     watch.Fail(kAnything, ERROR_NOT_ENOUGH_MEMORY, call, how);
-    course.result = way.call(*app, At(course.status));
+    course.result = route.call(*app, At(course.status));
     course.failed = watch.Failed();
     watch.Fail("", 0, 0);
     course.calls = watch.CallsThatCanFail(how) - before;
@@ -153,21 +153,21 @@ TEST_P(FailingCalls, EndAMethodWithItsStatusAndLeaveItsObjectOfUse)
         testing::AnyOf("new", testing::StartsWith("SysAlloc"));
     OtherSide otherSide;
     std::map<std::string, int> tally;
-    Cases::ForEach(std::size(kWays), [&](std::uint64_t number, auto&) {
-        const Way& way = kWays[number];
-        if (way.startsProcesses && Scale() == 1) {
+    Cases::ForEach(std::size(kRoutes), [&](std::uint64_t number, auto&) {
+        const Route& route = kRoutes[number];
+        if (route.startsProcesses && Scale() == 1) {
             return;
         }
-        CourseOf(way, 0, GetParam());  // makes what is kept
-        const Course usual = CourseOf(way, 0, GetParam());
+        CourseOf(route, 0, GetParam());  // makes what is kept
+        const Course usual = CourseOf(route, 0, GetParam());
         // Of the longest ways, a third is enough for every day.
         const unsigned int step = Scale() == 1 && usual.calls > 50 ? 3 : 1;
         for (unsigned int call = 0; call <= usual.calls; call += step) {
-            const Course course = CourseOf(way, call, GetParam());
-            if (way.startsProcesses) {
+            const Course course = CourseOf(route, call, GetParam());
+            if (route.startsProcesses) {
                 EndBrowsers();
             }
-            SCOPED_TRACE(std::string(way.name) + ", call " + std::to_string(call) + ", " +
+            SCOPED_TRACE(std::string(route.name) + ", call " + std::to_string(call) + ", " +
                          (course.failed == nullptr ? "none" : course.failed));
             EXPECT_EQ(course.result, S_OK);
             EXPECT_THAT(course.after, testing::Each(sOk));
@@ -178,7 +178,7 @@ TEST_P(FailingCalls, EndAMethodWithItsStatusAndLeaveItsObjectOfUse)
                 << course.status;
             const bool isShort = GetParam() == Fails::kOnce && course.failed != nullptr &&
                                  testing::Matches(isMemory)(course.failed);
-            EXPECT_TRUE(!isShort || course.status == sOk || course.hasText || way.isGetter);
+            EXPECT_TRUE(!isShort || course.status == sOk || course.hasText || route.isGetter);
             if (course.failed != nullptr) {  // a wait may be needed only now and then
                 ++tally["failures"];
                 ++tally[course.status == sOk ? "succeeded"

@@ -29,7 +29,7 @@ TEST(LongTexts, ArriveWholeAndTakeNoMoreThanFourTimesTheirRoom)
     }
     OtherSide otherSide;
     std::wstring played;
-    otherSide.Next(Stage::Play, [&](Turn& turn) {
+    otherSide.Next(Stage::kPlay, [&](Turn& turn) {
         played = turn.argument;
         return turn.peer.Write(Message(turn.id, 1, reply));
     });

@@ -17,7 +17,7 @@ constexpr std::size_t kThreads = 8;
 
 TEST(Threads, EachHasAnObjectOfItsOwnAndAllWorkAtOnce)
 {
-    OtherSide otherSide(OtherSide::Pipes::Both, 4 * kThreads);
+    OtherSide otherSide(OtherSide::Pipes::kBoth, 4 * kThreads);
     const auto run = [](std::uint64_t rounds) {
         std::vector<std::jthread> threads;
         for (std::size_t thread = 0; thread < kThreads; ++thread) {
@@ -68,7 +68,7 @@ TEST(Ends, OfProcessesComeAtOnceWithAnObjectInUse)
         for (std::uint64_t round = 0; round < 2 * Scale(); ++round) {
             otherSide.Oblige();
             if (*child == 'D') {
-                otherSide.Next(Stage::Play, [](Turn& turn) {
+                otherSide.Next(Stage::kPlay, [](Turn& turn) {
                     turn.peer.Hold();
                     return false;
                 });
