@@ -1,9 +1,12 @@
-// Many objects on as many threads at once, and processes that end with an object in use.
+// Many objects on as many threads at once, one object that another apartment calls, and processes
+// that end with an object in use.
 
 #include <thread>
 
 #include "basicslib/StatusCode.h"
+#include "pipeutils/WaitPumping.h"
 #include "tests/app_client.h"
+#include "tests/moments.h"
 #include "tests/other_side.h"
 #include "tests/resources.h"
 #include "tests/stress/cases.h"
@@ -35,6 +38,49 @@ TEST(Threads, EachHasAnObjectOfItsOwnAndAllWorkAtOnce)
     run(2);
     const NoHandleStaysOpen handles;
     run(20 * Scale());
+}
+
+TEST(Threads, AnotherApartmentCallsAnObjectByTheNamesOfItsMethods)
+{
+    using Microsoft::WRL::ComPtr;
+    OtherSide otherSide;
+    const talvern::Apartment apartment;
+    const talvern::Client app;  // of the DLL, with the type library
+    IStream* stream = nullptr;
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IDispatch, app.Get(), &stream), S_OK);
+    const auto ended = NewEvent();
+    std::jthread other([&] {
+        const talvern::Apartment own;
+        {
+            ComPtr<IDispatch> object;
+            EXPECT_EQ(CoGetInterfaceAndReleaseStream(
+                          stream, IID_IDispatch, reinterpret_cast<void**>(object.GetAddressOf())),
+                      S_OK);
+            const auto call = [&](std::wstring method, std::vector<_variant_t> reversed = {}) {
+                wchar_t* name = method.data();
+                DISPID id = 0;
+                EXPECT_EQ(object->GetIDsOfNames(IID_NULL, &name, 1, 0, &id), S_OK);
+                DISPPARAMS parameters = {reversed.data(), nullptr,
+                                         static_cast<UINT>(reversed.size()), 0};
+                _variant_t result;
+                EXPECT_EQ(object->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &parameters, &result,
+                                         nullptr, nullptr),
+                          S_OK);
+                return result;
+            };
+            Cases::ForEach(20 * Scale(), [&](std::uint64_t, auto&) {
+                EXPECT_EQ(call(L"tvnInit", {false, L"-runner"}), _variant_t(1L));
+                EXPECT_EQ(call(L"tvnSet", {L"New York", L"city"}), _variant_t(1L));
+                EXPECT_EQ(call(L"tvnPlay", {L"macro"}), _variant_t(1L));
+                EXPECT_EQ(call(L"tvnGetLastExtract"), _variant_t(L"played[EXTRACT]well"));
+                EXPECT_EQ(call(L"tvnGetLastError"), _variant_t(L""));
+                EXPECT_EQ(call(L"tvnDisplay", {L"text"}), _variant_t(1L));
+                EXPECT_EQ(call(L"tvnExit"), _variant_t(1L));
+            });
+        }
+        SetEvent(ended->Get());
+    });
+    EXPECT_EQ(WaitPumping(ended->Get(), 60'000), WAIT_OBJECT_0 + 0U);
 }
 
 /// Children of the test below: this program, started for one of them alone. The delivered DLL is in
