@@ -106,3 +106,9 @@ box.appendChild(document.createElement("script")).textContent = "heard.push(5)";
 await page.goto(options.site + "/slow");
 extract(box.children.length, heard, await page.evaluate("1 + 1"));
 //= 1||4[EXTRACT][][EXTRACT]2
+// A frame that loads something in a hidden page would end the browser.
+//> -
+for (const make of [() => document.createElement("iframe"), () => document.createElementNS("http://www.w3.org/1999/xhtml", "OBJECT")]) {
+  try { make(); } catch ({ message }) { extract(message); }
+}
+//= 1||the document of a macro has no frames; use those of the page[EXTRACT]the document of a macro has no frames; use those of the page
