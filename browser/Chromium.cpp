@@ -20,7 +20,6 @@ namespace
 constexpr DWORD kCloseTime = 3000;
 constexpr DWORD kForceTime = 3000;
 constexpr DWORD kRemoveTime = 1500;
-constexpr DWORD kLastAnswerTime = 300;
 
 /// The first that has pages which are open and shown to nobody.
 constexpr long kOldestVersion = 138;
@@ -68,7 +67,6 @@ void Chromium::Begin(DWORD timeout)
         return m_process.Start(budget.Remaining(), onMessage, onEnd);
     });
     CheckVersion(budget.Remaining());
-    LearnProcesses(budget.Remaining());
     m_pages->Find();
     CatchDownloads();
 }
@@ -77,6 +75,7 @@ void Chromium::CheckVersion(DWORD timeout)
 {
     std::string product;  // such as "Chrome/156.0.8078.79"
     try {
+        LearnProcesses(timeout);  // first: also a browser that is too old has to be ended
         product = m_tools->Call("", "Browser.getVersion", {}, timeout).value("product", "");
     } catch (const BrowserError& error) {
         throw BrowserError(m_process.DescribeFailure(error.what()));
@@ -118,28 +117,18 @@ std::string Chromium::PathForBrowser(const std::wstring& path) const
 
 void Chromium::End()
 {
-    CloseSlowly();
+    // A kept profile is written when the browser closes; a fresh one is not worth the wait.
+    if (m_profile.IsKept() && m_tools) {
+        m_tools->Post("", "Browser.close");
+        m_process.WaitForEnd(kCloseTime);
+    }
     if (!m_process.EndByForce(kForceTime, m_profile.IsKept() ? L"" : m_profile.Path())) {
         tvn::LogError("The browser does not end when it is told to");
     }
-    m_profile.Remove(kRemoveTime);
-    RemoveDirectoryW(m_downloads.c_str());  // if nothing was downloaded
-}
-
-/// A kept profile is written when the browser closes. A fresh one is not worth the wait, but a
-/// browser that has no handle here has to tell which processes it has by now.
-void Chromium::CloseSlowly()
-{
-    try {
-        if (m_profile.IsKept()) {
-            m_tools->Post("", "Browser.close");
-            m_process.WaitForEnd(kCloseTime);
-        } else {
-            LearnProcesses(kLastAnswerTime);
-        }
-    } catch (const BrowserError& error) {
-        tvn::LogDebug("the browser is ended without its answer: %s", error.what());
+    if (!m_process.IsOnHost() && !m_profile.Remove(kRemoveTime)) {
+        tvn::LogError("The profile folder %S cannot be removed", m_profile.Path().c_str());
     }
+    RemoveDirectoryW(m_downloads.c_str());  // if nothing was downloaded
 }
 
 void Chromium::EndAbandoned()

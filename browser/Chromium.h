@@ -62,7 +62,6 @@ class Chromium
     void CheckVersion(DWORD timeout);
     void LearnProcesses(DWORD timeout);
     void CatchDownloads();
-    void CloseSlowly();
     void Take(const Json& event);
 
     const Listener m_listener;

@@ -5,7 +5,6 @@
 #include <system_error>
 
 #include "basicslib/ComString.h"
-#include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
 #include "browser/BrowserError.h"
 #include "browser/FileNames.h"
@@ -110,7 +109,6 @@ bool ProfileFolder::Remove(DWORD timeout)
         RemoveTree(m_path);
         m_isRemoved = GetFileAttributesW(m_path.c_str()) == INVALID_FILE_ATTRIBUTES;
         if (!m_isRemoved && budget.Remaining() == 0) {
-            tvn::LogError("The profile folder %S cannot be removed", m_path.c_str());
             return false;
         }
         Sleep(m_isRemoved ? 0 : kPause);

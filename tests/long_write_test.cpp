@@ -96,7 +96,7 @@ TEST_F(LongWrite, IsNotHeldByAStaleReplyOfAnyLengthOrOfNone)
     EXPECT_EQ(Run(0, L"N"), sTimeout);
     EXPECT_EQ(Run(0, L"L", longText), sTimeout);
     const Bytes stale(64 << 20);
-    instance.Perform({{Message(1, "N", ""), {Bytes(), stale, Bytes()}},
+    instance.Perform({{Message(1, "N", ""), {Bytes(), stale}},
                       {LongCommand(2)},
                       {Message(3, "N", ""), {Message(3, sOk, "")}}});
     const LogCapture log;
