@@ -148,7 +148,7 @@ TEST_F(Attach, TheTraceOfAStartNeedsNoMemory)
         started = TVN_REAL_IMPORT(CreateProcessA)(arguments...) != FALSE;
         return started;
     });
-    // The thread's handle is the last thing that the start gives back.
+    // The thread's handle is closed as soon as the process has been started.
     const auto closes = TVN_REPLACE_IMPORT(CloseHandle, [](HANDLE handle) -> BOOL {
         if (std::exchange(started, false)) {
             watch->Fail(kMemory, ERROR_NOT_ENOUGH_MEMORY, 1, Fails::kFromHereOn);

@@ -155,8 +155,8 @@ void PeerHost::Serve(BytePeer end)
         if (end.Connect()) {
             m_session(end);
         }
-        // Closed, not disconnected, so that what was written last can still be read; and the next
-        // end is there before.
+        // Closed, not disconnected, so that what was written last can still be read; and only when
+        // the next end is there, so that the pipe always exists.
         BytePeer next(m_name, m_stop.Get());
         end = std::move(next);
     }

@@ -204,7 +204,7 @@ TEST_F(ComServer, RegistrationWritesOneCopyAndUnregistrationTakesItBack)
     const std::string classKey = "CLSID\\" + clsid;
     const std::string libraryKey = "TypeLib\\" + Guid(LIBID_Talvern);
     SetRegistryValue("SOFTWARE\\Classes\\" + classKey + "\\Stale", "", "x");
-    // What this user has of the class must not draw the registration into the user's part.
+    // Keys of the class that belong to this user must not be what the registration writes to.
     HKEY created = nullptr;
     const std::string own = "Software\\Classes\\";
     const std::string owned[] = {own + "talvern", own + classKey, own + libraryKey};
@@ -269,8 +269,8 @@ TEST_F(ComServer, AnyImportThatFailsIsTheResultOfARegistration)
         EXPECT_EQ(g_module.RegisterServer(), S_OK);
     };
     const auto failed = [&](const Failure& failure) {
-        // A library without a path is not registered. When a key or the override is given back,
-        // nobody is left to be told.
+        // A library without a path is not registered. When a key cannot be closed, or the override
+        // cannot be ended, there is nobody to report it to.
         const bool harmless =
             failure.what == "QueryPathOfRegTypeLib" || failure.what == "RegCloseKey";
         EXPECT_TRUE(SUCCEEDED(result) == harmless || failure.what == "RegOverridePredefKey")
@@ -298,7 +298,7 @@ TEST(UnusedServer, ARegistrationWithoutAPathGivesTheReason)
 
 TEST(UnusedServer, ARegistrationThatFailsLeavesNothingWhenItIsUnloaded)
 {
-    // Whoever lacks the right to write there is refused in the same place.
+    // An account that may not write there fails at the same call.
     HKEY nothing = nullptr;
     ASSERT_EQ(RegCreateKeyA(HKEY_CURRENT_USER, "Software\\TalvernNothing", &nothing),
               ERROR_SUCCESS);

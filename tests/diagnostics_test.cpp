@@ -76,7 +76,7 @@ TEST(Log, ACallWritesOneTaggedLineOfAtMost1023Characters)
     const wchar_t* volatile noWideText = nullptr;
     LogProtocol("[C] %s %S", noText, noWideText);
     {
-        // One that is much longer than the line, and not read to its end: that cannot be read.
+        // Of a text much longer than the line the end is not read: it is inaccessible.
         const FreedMemoryIsGone gone;
         const std::vector<wchar_t> endless(0x1000, L'm');
         LogDebug("%S", endless.data());

@@ -111,7 +111,7 @@ TEST(Discovery, InstancesAreListedInTheirZOrder)
 
 TEST(Discovery, TheSearchEndsAfter1024WindowsAndAsManyDescendants)
 {
-    // In front of all others: windows that have just gone.
+    // The enumeration begins with windows that have just been destroyed.
     static int others;
     static int otherChildren;
     static const auto seeGone = [](int count, WNDENUMPROC see, LPARAM parameter) {

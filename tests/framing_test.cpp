@@ -107,7 +107,7 @@ TEST_F(Framing, RoomIsUsedAgainOnceNobodyHoldsItAndGivenBackWhenItIsMuchTooLarge
 
 TEST_F(Framing, AMessageThatFindsNoNextBlockLeavesNothingToTheNext)
 {
-    // Its length field claims so much that the pipe is asked.
+    // The length field claims so much that the pipe is asked how much there is.
     peer->Send(Words({0x100000, 1}));
     DWORD size = 0;
     MessageBuffer buffer;
@@ -136,8 +136,8 @@ TEST_F(Framing, AMessageThatFindsNoNextBlockLeavesNothingToTheNext)
 
 TEST_F(Framing, WhatATornMessageLeavesIsTakenOut)
 {
-    // Between the reading of the length and of the rest, the message is taken back, and nothing, or
-    // a longer one, comes in its place.
+    // Between the reads of the length and of the rest the message is withdrawn, and nothing, or a
+    // longer one, takes its place.
     const auto slow = TVN_REPLACE_IMPORT(
         ReadFile, [](HANDLE file, void* buffer, DWORD count, DWORD* read, OVERLAPPED* block) {
             const BOOL success = TVN_REAL_IMPORT(ReadFile)(file, buffer, count, read, block);

@@ -54,7 +54,7 @@ struct Plan
                (what == kMemory ? IsMemory(name) : what == kAnything && CanFail(name, how));
     }
 
-    /// Whether this call is, or is still, the one.
+    /// Whether this call has to fail.
     bool Strikes(std::size_t index)
     {
         const std::string_view name = kNames[index];
@@ -212,7 +212,7 @@ struct Entry<kIndex, Result(Arguments...)>
     }
 };
 
-/// From here on a call leaves the last error alone but for what the function itself does to it.
+/// From here on, only the functions themselves change the last error, and not the search for them.
 const bool g_found = [] {
     for (std::size_t index = 0; index < kImportCount; ++index) {
         RealAt(index);

@@ -37,7 +37,7 @@ bool IsOpen(const boost::shared_ptr<Handle>& pipe)
     return PeekNamedPipe(pipe->Get(), nullptr, 0, nullptr, nullptr, nullptr) != FALSE;
 }
 
-/// An instance for which some macros are too much.
+/// An instance that runs out of memory at the macros "memory" and "text".
 class FaultyCommands : public instance::ICommands
 {
   public:
@@ -101,7 +101,7 @@ class Client
         }
     }
 
-    /// The same of the commands that matter most here.
+    /// The same, of an attach and of a play.
     std::string Attaches(const wchar_t* creator = L"")
     {
         return Asks(kCommandAttachIfFree, creator);
@@ -190,7 +190,7 @@ TEST(Instance, ClientsThatDoNotAttachKeepNobodyOut)
     EXPECT_TRUE(IsOpen(idle.back())) << "the oldest ones make room";
     EXPECT_EQ(owner.Plays(), "1 m");
 
-    // Time is made to pass; whoever waits looks at the clock now and then.
+    // The clock is moved on; a wait looks at it now and then.
     const auto looks = TVN_REPLACE_IMPORT(
         MsgWaitForMultipleObjectsEx,
         [](DWORD count, const HANDLE* handles, DWORD timeout, DWORD mask, DWORD flags) {

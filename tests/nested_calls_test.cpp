@@ -43,8 +43,8 @@ int Init(AppClient& app, bool openNew = true)
     return app.Init("-runner", openNew, kSeconds);
 }
 
-/// What is called of one object, and what it has to answer during an init, during a command, and
-/// else. What leaves the object without a browser is first.
+/// A call during another one's wait, and its answers during an init, during a command, and
+/// otherwise. Those that leave the object without a browser come first.
 struct Inner
 {
     int (*call)(AppClient& app);

@@ -78,7 +78,7 @@ TEST(PlayTexts, ExtractsAreCutAtEverySeparatorWhereverItLies)
     EXPECT_EQ(Split(L"[EXTRACT"), Pieces{L"[EXTRACT"});
     EXPECT_EQ(Split(L"[EXTRACT][EXTRACT]a"), (Pieces{L"", L"", L"a"}));
     EXPECT_EQ(Split(L"[EXTRACT]a[EXTRACT][EXTRACT]", false), Pieces{L"a"});
-    // Around every length that is compared at once, with look-alikes and at every address.
+    // Around each block size of the search, with partial matches, at every alignment.
     for (std::size_t before = 0; before < 100; ++before) {
         for (const wchar_t filling : {L'x', L'['}) {
             const std::wstring piece(before, filling);

@@ -25,8 +25,8 @@ std::size_t g_allocatedBytes = 0;
 namespace
 {
 
-/// Addresses that are given out once only, a block at the end of its pages and at least one page
-/// that is never there between two blocks.
+/// Every block has addresses of its own, which are not used again, and lies right before an
+/// inaccessible page.
 class GuardedPages
 {
   public:
@@ -164,7 +164,7 @@ std::ptrdiff_t CountHandles()
         return WaitPumping(NewEvent(true)->Get(), 0);
     }();
     EXPECT_EQ(opened, 0U);
-    // The system's own count is not there on every platform: every value in use answers.
+    // Not every platform counts handles, so each possible value is asked for.
     std::ptrdiff_t count = 0;
     for (ULONG_PTR value = 4; value < 0x1000; value += 4) {
         count += IsCounted(reinterpret_cast<HANDLE>(value));
@@ -183,7 +183,7 @@ NoHandleStaysOpen::NoHandleStaysOpen() : m_before(CountHandles())
 
 NoHandleStaysOpen::~NoHandleStaysOpen()
 {
-    // Threads and other processes take a moment to let go.
+    // Threads and other processes take a moment to close theirs.
     EXPECT_TRUE(Eventually([this] { return CountHandles() == m_before; }))
         << CountHandles() - m_before << " handles more than before";
 }

@@ -165,7 +165,7 @@ class CallStages : public testing::TestWithParam<Moment>
         }
     }
 
-    /// Does it at each place; what was done is seen by the answer that it would have been.
+    /// Misbehaves in this way at each place in turn: as many as the undisturbed answer has.
     void Try(const Way& way, LONG seconds)
     {
         const int statuses[] = {sOk, GetParam().broken, GetParam().silent};

@@ -117,7 +117,7 @@ std::string Ran(const std::string& commandLine)
 
 boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program)
 {
-    // Without a buffer, who writes waits for the reader that goes away.
+    // Without a buffer the writer still waits when the reader closes.
     BytePeer starter(static_cast<const char*>(CallbackPipeName(L"left")), nullptr, 0);
     auto process = Started(program, "/pipeUuid=left");
     starter.Connect();

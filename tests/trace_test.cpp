@@ -91,7 +91,7 @@ TEST(TraceViewer, SaysWhatIsWrong)
     }
     EXPECT_EQ(holder.End(), "");
     EXPECT_THAT(Trace("nosuch.exe a"), StartsWith("1|tvntrace: 'nosuch.exe a' cannot be started"));
-    // What has the name of a part of the buffer may be anything.
+    // Another object may have the name of a part of the buffer.
     for (const wchar_t* part : {L"DBWIN_BUFFER_READY", L"DBWIN_DATA_READY", L"DBWIN_BUFFER"}) {
         const Handle taken(CreateMutexW(nullptr, FALSE, part));
         EXPECT_THAT(Trace(""), StartsWith("1|tvntrace: the debug-output buffer cannot be made"));

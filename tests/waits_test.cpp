@@ -117,7 +117,7 @@ TEST_F(Waits, AFloodOfMessagesHoldsNoWaitWhileTheTickCounterWraps)
 
 TEST_F(Waits, InputThatIsNotHandedOutKeepsNoWaitBusy)
 {
-    // A queue that is attached to another thread's has its input and does not give it away.
+    // With attached queues the system reports input that PeekMessage does not return.
     static int turns;
     turns = 0;
     const auto attached = TVN_REPLACE_IMPORT(
