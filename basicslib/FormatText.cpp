@@ -15,7 +15,7 @@ namespace
 constexpr const char* kNullText = "(null)";
 constexpr std::size_t kLongestConversion = 15;
 
-/// Whether a conversion with this letter, and so many bytes in front of it, is one of a number.
+/// Whether this letter, behind `prefix` bytes, is a conversion of a number.
 bool IsNumber(char letter, std::size_t prefix) noexcept
 {
     constexpr std::string_view kLetters = "diuxX";
@@ -68,7 +68,7 @@ class Output
         }
     }
 
-    /// `conversion` begins with one of `length` bytes, at most `kLongestConversion`.
+    /// The first `length` bytes of `conversion`, at most `kLongestConversion`, format one number.
     void AppendNumber(const char* conversion, std::size_t length, unsigned int value) noexcept
     {
         char format[kLongestConversion + 1];

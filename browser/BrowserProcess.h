@@ -38,12 +38,16 @@ class BrowserProcess
     /// browser that has no handle here is ended.
     void SetHostPids(std::vector<unsigned long> pids) { m_hostPids = std::move(pids); }
 
+    /// Whether it can be ended by force: it has a handle here, or its process ids are known.
+    bool CanBeForced() const { return !m_isOnHost || !m_hostPids.empty(); }
+
     /// Waits up to `timeout` milliseconds for the end of all its processes. True when they have
     /// ended.
     bool WaitForEnd(DWORD timeout) const;
 
     /// Ends all its processes by force and waits for that as WaitForEnd does. Of a program of the
-    /// machine below, `folder` is removed, too, unless it is empty.
+    /// machine below, these are the processes that are known: later ones follow the main one, and
+    /// nobody waits for them. There, `folder` is removed, too, unless that path is an empty text.
     bool EndByForce(DWORD timeout, const std::wstring& folder);
 
   private:

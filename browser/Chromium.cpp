@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "basicslib/Log.h"
-#include "basicslib/TimeBudget.h"
 #include "browser/BrowserError.h"
 #include "browser/DebuggingPort.h"
 #include "browser/HostSystem.h"
@@ -66,17 +65,19 @@ void Chromium::Begin(DWORD timeout)
     m_tools->Connect([&](const Link::OnMessage& onMessage, const Link::OnEnd& onEnd) {
         return m_process.Start(budget.Remaining(), onMessage, onEnd);
     });
-    CheckVersion(budget.Remaining());
+    CheckVersion(budget);
     m_pages->Find();
     CatchDownloads();
 }
 
-void Chromium::CheckVersion(DWORD timeout)
+void Chromium::CheckVersion(const tvn::TimeBudget& budget)
 {
     std::string product;  // such as "Chrome/156.0.8078.79"
     try {
-        LearnProcesses(timeout);  // first: also a browser that is too old has to be ended
-        product = m_tools->Call("", "Browser.getVersion", {}, timeout).value("product", "");
+        LearnProcesses(
+            budget.Remaining());  // first: also a browser that is too old has to be ended
+        product =
+            m_tools->Call("", "Browser.getVersion", {}, budget.Remaining()).value("product", "");
     } catch (const BrowserError& error) {
         throw BrowserError(m_process.DescribeFailure(error.what()));
     }
@@ -118,7 +119,7 @@ std::string Chromium::PathForBrowser(const std::wstring& path) const
 void Chromium::End()
 {
     // A kept profile is written when the browser closes; a fresh one is not worth the wait.
-    if (m_profile.IsKept() && m_tools) {
+    if (m_tools && (m_profile.IsKept() || !m_process.CanBeForced())) {
         m_tools->Post("", "Browser.close");
         m_process.WaitForEnd(kCloseTime);
     }

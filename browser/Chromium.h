@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "basicslib/TimeBudget.h"
 #include "browser/BrowserChoice.h"
 #include "browser/BrowserProcess.h"
 #include "browser/DevTools.h"
@@ -59,7 +60,7 @@ class Chromium
 
   private:
     void Begin(DWORD timeout);
-    void CheckVersion(DWORD timeout);
+    void CheckVersion(const tvn::TimeBudget& budget);
     void LearnProcesses(DWORD timeout);
     void CatchDownloads();
     void Take(const Json& event);

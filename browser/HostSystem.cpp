@@ -44,8 +44,10 @@ void EndOnHost(const std::vector<unsigned long>& pids, const std::wstring& folde
     if (UnixFileNames() == nullptr) {
         return;
     }
-    // One tool for both: to start one takes longer than what it does.
-    std::wstring line = LR"(sh -c "[ $# = 0 ] || kill -9 $@; rm -rf \"$0\"" ")";
+    // One tool for both: to start one takes longer than what it does. A process that is just ending
+    // may still make a file.
+    std::wstring line =
+        LR"(sh -c "[ $# = 0 ] || kill -9 $@; rm -rf \"$0\" || { sleep 1; rm -rf \"$0\"; }" ")";
     line += (folder.empty() ? folder : HostPath(folder)) + L"\"";
     for (const unsigned long pid : pids) {
         line += L" " + std::to_wstring(pid);

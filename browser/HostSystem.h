@@ -15,10 +15,10 @@ bool IsHostProgram(const std::wstring& program);
 /// `path` as the machine below knows it.
 std::wstring HostPath(const std::wstring& path);
 
-/// Ends processes of the machine below by force and removes a folder, if `folder` is not empty,
-/// with what only that machine can see: links that lead nowhere, which a browser leaves behind when
-/// it is ended by force. Does not wait for it; such a process has no handle here. Does nothing on
-/// Windows.
+/// Ends processes of the machine below by force and removes a folder, unless its path is an empty
+/// text, with what only that machine can see: links that lead nowhere, which a browser leaves
+/// behind when it is ended by force. Does not wait for it; such a process has no handle here. Does
+/// nothing on Windows.
 void EndOnHost(const std::vector<unsigned long>& pids, const std::wstring& folder);
 
 /// Whether the process with this id of the machine below still runs.

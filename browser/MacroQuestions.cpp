@@ -48,7 +48,10 @@ Json MacroQuestions::Answer(const std::string& session, const Json& question)
                                      FromUtf8(question.value("path", "")),
                                      question.value("fullPage", false)));
     }
-    if (what == "use" && m_macroPage.Use(question.value("target", ""))) {
+    if (what == "use") {
+        if (!m_macroPage.Use(question.value("target", ""))) {
+            throw BrowserError("the page was closed");
+        }
         return nullptr;
     }
     if (what == "files") {

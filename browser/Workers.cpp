@@ -39,11 +39,12 @@ void Workers::Run(std::function<void()> work)
         work();
         end();
     });
-    // The pool keeps its threads: a new one for each play would take longer than a short play.
+    // The pool keeps its threads: a new one for each play would take longer than a short play. Its
+    // limit is out of reach: a client waits for each of its commands.
     if (TrySubmitThreadpoolCallback(&RunWork, owned.get(), nullptr)) {
         static_cast<void>(owned.release());  // now owned by the callback
     } else {
-        tvn::LogError("A command is not run, because no thread can be started for it");
+        tvn::LogError("A command is not run, because it cannot be queued");
         end();
     }
 }

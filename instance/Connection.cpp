@@ -35,23 +35,11 @@ bool Connection::Start()
 
 void Connection::Reply(unsigned int id, int status, const std::wstring& text)
 {
-    Queue([id, status, text](tvn::CommandsProtocol& protocol) {
-        protocol.SendReply(id, status, text, kReplyTime);
-    });
-}
-
-void Connection::Send(const tvn::MessageBuffer& bytes, DWORD size)
-{
-    Queue([bytes, size](tvn::CommandsProtocol& protocol) {
-        protocol.WritePipe(bytes.get(), size, kReplyTime);
-    });
-}
-
-void Connection::Queue(Write write)
-{
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_closed) {
-        m_queue.push_back(std::move(write));
+        m_queue.push_back([id, status, text](tvn::CommandsProtocol& protocol) {
+            protocol.SendReply(id, status, text, kReplyTime);
+        });
         m_changed.notify_all();
     }
 }

@@ -12,7 +12,6 @@
 
 #include "basicslib/Handle.h"
 #include "pipeutils/CommandsProtocol.h"
-#include "pipeutils/MessageBuffer.h"
 
 namespace instance
 {
@@ -41,9 +40,6 @@ class Connection : public boost::enable_shared_from_this<Connection>
     /// some seconds is dropped: the client has given up on the command and is not reading.
     void Reply(unsigned int id, int status, const std::wstring& text);
 
-    /// Queues one message of `size` bytes of any content.
-    void Send(const tvn::MessageBuffer& bytes, DWORD size);
-
     /// Waits until the queue of replies is not full. False when the connection ends.
     bool WaitForRoom();
 
@@ -57,7 +53,6 @@ class Connection : public boost::enable_shared_from_this<Connection>
   private:
     using Write = std::function<void(tvn::CommandsProtocol& protocol)>;
 
-    void Queue(Write write);
     void WriteQueued();
 
     boost::shared_ptr<tvn::Handle> m_pipe;

@@ -9,8 +9,8 @@ class FrameAccess {
     this.where = where;
   }
 
-  // Runs code in the page's own world. With the `place` that `leading` gives, the page's turn is sent
-  // along, which is enough for a function that is done at once.
+  // Runs code in the page's own world. With the `place` that `leading` gives, the page's turn is
+  // asked for in advance, which is enough for a function that gives no promise.
   async evaluate(name, work, argument, deadline, { place = null, unanswered } = {}) {
     const late = () => `${name}: ${unanswered ?? "the page does not answer"}`;
     const { tab, frame } = place ?? (await this.where(deadline));
@@ -20,10 +20,10 @@ class FrameAccess {
       typeof work === "function"
         ? tab.callIn(frame, world, sentFunction(sourceOf(work)), values)
         : tab.evaluateIn(frame, world, String(work));
-    const turn = place ? this.#turn(place) : null;
+    const turn = place && typeof work === "function" ? this.#turn(place) : null;
     try {
       const { value, later } = await deadline.within(call, late);
-      if (place && !later) {
+      if (turn && !later) {
         place.turn = turn;
       }
       return unpacked(value);
@@ -67,8 +67,8 @@ class FrameAccess {
   }
 
   // Does something that may lead to another page, which the next operation is meant for: when this
-  // returns, a document that was asked for has come and is parsed. `act` is given the place, in which
-  // it leaves the page's turn when it has begun one itself.
+  // returns, a document that was asked for has come and is parsed. `act` is given the place, and may
+  // store in `place.turn` a turn of the page that it has already asked for.
   async leading(deadline, act) {
     const place = { ...(await this.where(deadline)), turn: null };
     const { tab, frame } = place;
@@ -76,7 +76,9 @@ class FrameAccess {
     const result = await act(place);
     const late = () => "the page that was asked for does not come";
     if (!tab.gone && !tab.crashed) {
-      const turn = place.turn ?? this.#turn(place);
+      // A page that is too busy for a turn is left to the next operation.
+      const tooLong = new Promise((resolve) => setTimeout(resolve, longestTurn));
+      const turn = Promise.race([place.turn ?? this.#turn(place), tooLong]);
       await deadline.within(turn, () => "the page does not answer");
     }
     if (tab.gone) {
@@ -95,16 +97,14 @@ class FrameAccess {
   }
 
   // One turn of the page's event loop. A navigation is a task that was posted; after the turn it has
-  // begun, and its event has come before the answer. A page that is too busy to answer is left to
-  // the next operation.
+  // begun, and its event has come before the answer.
   async #turn({ tab, frame }) {
     const world = frame.worlds.get(ownWorld);
     if (!world) {
       return; // the document has been left already
     }
     const turn = "function() { return talvernElements.answers.turn(); }";
-    const call = tab.callIn(frame, world, turn, []).catch(() => {}); // the page has gone meanwhile
-    await Promise.race([call, new Promise((resolve) => setTimeout(resolve, longestTurn))]);
+    await tab.callIn(frame, world, turn, []).catch(() => {}); // the page has gone meanwhile
   }
 
   clickAt(selector, options, deadline) {

@@ -126,7 +126,8 @@ function elementsInPage(own) {
   // one time of the page's clock to the next. The first frame after a task may still have the task's
   // time, and without frames nothing that is animated moves: there, and before its first frame, an
   // animation of the element or of what contains it counts as movement. So it does when the box is
-  // compared with the one that an earlier operation saw.
+  // compared with the one that an earlier operation saw. Where that one saw the element at rest, no
+  // further frame is waited for: what a script has begun to move since is hit where it still is.
   function isResting(element, drawn, isFirstLook) {
     const { x, y, width, height } = element.getBoundingClientRect();
     const box = `${x} ${y} ${width} ${height}`;

@@ -122,7 +122,7 @@ function sentFunction(source) {
     ${unpacked}
     const result = ${source}(...values.map(unpacked));
     return typeof result?.then === "function"
-      ? result.then((value) => ({ value: packed(value), later: true }))
+      ? (async () => ({ value: packed(await result), later: true }))()
       : { value: packed(result), later: false };
   }`;
 }

@@ -15,20 +15,20 @@
 // and by a macro of lines that begin with "!", for a play:
 //
 //     !status N      the reply's status           !reply TEXT    the reply's text
-//     !wait MS       answers later                !stale         a reply to an older command first
-//     !silent        no reply                     !hang          reads no further command
+//     !wait MS       answers later                !silent        no reply
+//     !hang          reads no further command
 //     !close         closes the pipe              !end           ends the process
-//     !break         a reply with a text longer than the message
-//     !claim         a reply that claims to be 4 GiB long
 //     !displayed     the text displayed last      !commandline   the process's command line
 
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
-#include <cstring>
-#include <initializer_list>
+#include <functional>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "basicslib/Exceptions.h"
 #include "basicslib/InstanceProtocol.h"
@@ -38,7 +38,6 @@
 #include "instance/InstanceCallback.h"
 #include "instance/InstanceWindow.h"
 #include "instance/RunInstance.h"
-#include "pipeutils/MessageBuffer.h"
 #include "pipeutils/PipeNames.h"
 #include "pipeutils/RemotePipeClient.h"
 
@@ -132,15 +131,6 @@ class StandIn : public instance::ICommands
         bool wanted = true;
     };
 
-    /// Sends a message of any words.
-    static void SendWords(const instance::Answer& answer, std::initializer_list<unsigned int> words)
-    {
-        const std::size_t size = words.size() * sizeof(unsigned int);
-        const tvn::MessageBuffer bytes = tvn::NewMessageBuffer(size);
-        std::memcpy(bytes.get(), words.begin(), size);
-        answer.connection->Send(bytes, static_cast<DWORD>(size));
-    }
-
     void Direct(const std::wstring& word, const std::wstring& value, const instance::Answer& answer,
                 Reply& reply)
     {
@@ -150,8 +140,6 @@ class StandIn : public instance::ICommands
             reply.text = value;
         } else if (word == L"!wait") {
             Sleep(static_cast<DWORD>(_wtoi(value.c_str())));
-        } else if (word == L"!stale") {
-            answer.connection->Reply(answer.id - 1, tvn::sFail, L"stale");
         } else if (word == L"!silent") {
             reply.wanted = false;
         } else if (word == L"!hang") {
@@ -161,12 +149,6 @@ class StandIn : public instance::ICommands
             answer.connection->Close();
         } else if (word == L"!end") {
             ExitProcess(1);
-        } else if (word == L"!break") {
-            reply.wanted = false;
-            SendWords(answer, {16, answer.id, 1, 1000});
-        } else if (word == L"!claim") {
-            reply.wanted = false;
-            SendWords(answer, {0xFFFFFFFF, answer.id, 1, 0});
         } else if (word == L"!displayed") {
             reply.text = m_displayed;
         } else if (word == L"!commandline") {
