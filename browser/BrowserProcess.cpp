@@ -112,10 +112,10 @@ void BrowserProcess::Run(const std::wstring& connection, const std::vector<HANDL
     tvn::LogDebug("starting %S", line.c_str());
     bool hasStarted = false;
     const auto process = boost::make_shared<tvn::Handle>([&] {
-        hasStarted =
-            CreateProcessW(m_choice.program.c_str(), line.data(), nullptr, nullptr, TRUE,
-                           m_isOnHost ? 0 : EXTENDED_STARTUPINFO_PRESENT | CREATE_SUSPENDED,
-                           nullptr, nullptr, handles.StartupInfo(), &started) != FALSE;
+        hasStarted = CreateProcessW(m_choice.program.c_str(), line.data(), nullptr, nullptr, TRUE,
+                                    m_isOnHost ? CREATE_NEW_PROCESS_GROUP
+                                               : EXTENDED_STARTUPINFO_PRESENT | CREATE_SUSPENDED,
+                                    nullptr, nullptr, handles.StartupInfo(), &started) != FALSE;
         return started.hProcess;
     });
     if (!hasStarted) {
@@ -166,13 +166,13 @@ bool BrowserProcess::WaitForEnd(DWORD timeout) const
     return true;
 }
 
-bool BrowserProcess::EndByForce(DWORD timeout, const std::wstring& folder)
+bool BrowserProcess::EndByForce(DWORD timeout, bool removesProfile)
 {
     if (m_isOnHost) {
         if (!m_hostPids.empty() && !RunsOnHost(m_hostPids.front())) {
             m_hostPids.clear();  // the others follow the main one, and their ids may be reused
         }
-        EndOnHost(m_hostPids, folder);
+        EndOnHost(m_hostPids, m_profile, removesProfile);
     } else {
         TerminateJobObject(m_job.Get(), 1);
     }

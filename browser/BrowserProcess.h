@@ -46,9 +46,9 @@ class BrowserProcess
     bool WaitForEnd(DWORD timeout) const;
 
     /// Ends all its processes by force and waits for that as WaitForEnd does. Of a program of the
-    /// machine below, these are the processes that are known: later ones follow the main one, and
-    /// nobody waits for them. There, `folder` is removed, too, unless that path is an empty text.
-    bool EndByForce(DWORD timeout, const std::wstring& folder);
+    /// machine below, only the end of those that are known is awaited, and the profile goes with
+    /// them if `removesProfile`.
+    bool EndByForce(DWORD timeout, bool removesProfile);
 
   private:
     void StartWithPipes(HANDLE input, HANDLE output);

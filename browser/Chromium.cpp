@@ -123,19 +123,13 @@ void Chromium::End()
         m_tools->Post("", "Browser.close");
         m_process.WaitForEnd(kCloseTime);
     }
-    if (!m_process.EndByForce(kForceTime, m_profile.IsKept() ? L"" : m_profile.Path())) {
+    if (!m_process.EndByForce(kForceTime, !m_profile.IsKept())) {
         tvn::LogError("The browser does not end when it is told to");
     }
     if (!m_process.IsOnHost() && !m_profile.Remove(kRemoveTime)) {
         tvn::LogError("The profile folder %S cannot be removed", m_profile.Path().c_str());
     }
     RemoveDirectoryW(m_downloads.c_str());  // if nothing was downloaded
-}
-
-void Chromium::EndAbandoned()
-{
-    // Windows ends browsers with their instance, but not those of the machine below Wine.
-    ProfileFolder::RemoveAbandoned(EndBrowserOn);
 }
 
 void Chromium::Take(const Json& event)

@@ -48,10 +48,6 @@ class Chromium
     /// some seconds at most. Every call to the browser from then on fails.
     void End();
 
-    /// Ends browsers whose instances were ended by force, and removes their profiles. Slow only
-    /// where there are some.
-    static void EndAbandoned();
-
     /// A path of this system as the browser knows it, in UTF-8.
     std::string PathForBrowser(const std::wstring& path) const;
 

@@ -39,16 +39,31 @@ std::wstring HostPath(const std::wstring& path)
     return result;
 }
 
-void EndOnHost(const std::vector<unsigned long>& pids, const std::wstring& folder)
+void EndOnHost(const std::vector<unsigned long>& pids, const std::wstring& profile, bool removes)
 {
     if (UnixFileNames() == nullptr) {
         return;
     }
-    // One tool for both: to start one takes longer than what it does. A process that is just ending
-    // may still make a file.
+    // One tool for all of it: to start one takes longer than what it does. What a process had begun
+    // when it was ended may still make a file.
     std::wstring line =
-        LR"(sh -c "[ $# = 0 ] || kill -9 $@; rm -rf \"$0\" || { sleep 1; rm -rf \"$0\"; }" ")";
-    line += (folder.empty() ? folder : HostPath(folder)) + L"\"";
+        LR"(sh -c "
+        cd /proc
+        if [ $# = 0 ]; then
+            for file in $(grep -lsF -e \"--user-data-dir=$0\" [0-9]*/cmdline); do
+                set -- $@ -${file%/*} ${file%/*}
+            done
+        else
+            set -- -$1 $@
+        fi
+        kill -9 $@ 2>/dev/null
+        )";
+    if (removes) {
+        line +=
+            LR"(
+        rm -rf \"$0\"; sleep 0.1; rm -rf \"$0\" || { sleep 1; rm -rf \"$0\"; })";
+    }
+    line += L"\" \"" + HostPath(profile) + L"\"";
     for (const unsigned long pid : pids) {
         line += L" " + std::to_wstring(pid);
     }

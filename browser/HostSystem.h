@@ -15,11 +15,13 @@ bool IsHostProgram(const std::wstring& program);
 /// `path` as the machine below knows it.
 std::wstring HostPath(const std::wstring& path);
 
-/// Ends processes of the machine below by force and removes a folder, unless its path is an empty
-/// text, with what only that machine can see: links that lead nowhere, which a browser leaves
-/// behind when it is ended by force. Does not wait for it; such a process has no handle here. Does
-/// nothing on Windows.
-void EndOnHost(const std::vector<unsigned long>& pids, const std::wstring& folder);
+/// Ends a browser of the machine below by force: the processes `pids`, its main one first, and all
+/// others of the group that this one leads. If no process is known, the browser is the one whose
+/// command line names the folder `profile`. Then the folder goes, too, if `removes`, with what only
+/// that machine can see: links that lead nowhere, which a browser leaves behind when it is ended by
+/// force. Does not wait for any of this; such a process has no handle here. Does nothing on
+/// Windows.
+void EndOnHost(const std::vector<unsigned long>& pids, const std::wstring& profile, bool removes);
 
 /// Whether the process with this id of the machine below still runs.
 bool RunsOnHost(unsigned long pid);

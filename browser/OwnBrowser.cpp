@@ -8,6 +8,7 @@
 #include "browser/BrowserError.h"
 #include "browser/MacroSource.h"
 #include "browser/PlayReply.h"
+#include "browser/ProfileFolder.h"
 #include "browser/Resources.h"
 #include "browser/Utf8.h"
 
@@ -47,7 +48,7 @@ bool OwnBrowser::StartBrowser()
                                                 kStartTime, NewListener());
         m_macroPage = std::make_unique<MacroPage>(m_chromium->Tools(), m_chromium->OpenPages());
         PrepareToPlay();
-        Chromium::EndAbandoned();
+        ProfileFolder::RemoveAbandoned();
         return true;
     } catch (const std::exception& error) {
         tvn::LogError("%s", error.what());

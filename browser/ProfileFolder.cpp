@@ -116,16 +116,15 @@ bool ProfileFolder::Remove(DWORD timeout)
     return true;
 }
 
-void ProfileFolder::RemoveAbandoned(const std::function<void(const std::wstring& path)>& endBrowser)
+void ProfileFolder::RemoveAbandoned()
 {
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(UserFolder() + kFresh, error)) {
         const std::wstring folder = entry.path().wstring();
         const tvn::Handle mark(IsFile(folder) ? nullptr : OpenMark(folder));
         if (mark.IsValid()) {
-            endBrowser(folder);
+            EndOnHost({}, folder, true);
             RemoveTree(folder);
-            EndOnHost({}, folder);
         }
     }
 }

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <functional>
 #include <string>
 
 #include "basicslib/Handle.h"
@@ -33,9 +32,10 @@ class ProfileFolder
     /// use. True when it is gone, or kept.
     bool Remove(DWORD timeout);
 
-    /// Clears away the fresh folders whose owners were ended by force; `endBrowser` is given each
-    /// one before, to end a browser that still runs on it.
-    static void RemoveAbandoned(const std::function<void(const std::wstring& path)>& endBrowser);
+    /// Clears away the fresh folders whose owners were ended by force, and ends the browsers of the
+    /// machine below Wine that still run on them; Windows ends those of its own with their
+    /// instances. Slow only where there are some.
+    static void RemoveAbandoned();
 
   private:
     const bool m_isKept;

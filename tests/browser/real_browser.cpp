@@ -57,10 +57,17 @@ std::string RealBrowser::Plays(AppClient& client, const std::string& macro, LONG
 
 void RealBrowser::ExpectNothingLeft()
 {
-    EXPECT_TRUE(Eventually([] {
-        return Running("talvern.exe").empty() && Running("false_browser.exe").empty() &&
-               BrowserProcesses().empty() && ProfileFolders().empty();
-    }));
+    std::vector<std::string> left;
+    EXPECT_TRUE(Eventually([&] {
+        left = ProfileFolders();
+        for (const std::string& pid : BrowserProcesses()) {
+            left.push_back("the browser's process " + pid);
+        }
+        for (const char* program : {"talvern.exe", "false_browser.exe"}) {
+            left.insert(left.end(), Running(program).size(), program);
+        }
+        return left.empty();
+    })) << testing::PrintToString(left);
 }
 
 void RealBrowser::PlaysAll(const std::string& file)
