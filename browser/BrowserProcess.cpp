@@ -1,6 +1,5 @@
 #include "browser/BrowserProcess.h"
 
-#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <utility>
@@ -53,6 +52,12 @@ std::string ReadWhole(const std::wstring& path)
     return text.str();
 }
 
+BrowserError CannotBeStarted(const std::wstring& program)
+{
+    return BrowserError("The browser " + ToUtf8(program) + " cannot be started (error " +
+                        std::to_string(GetLastError()) + ").");
+}
+
 std::wstring HandleText(HANDLE handle)
 {
     return std::to_wstring(reinterpret_cast<ULONG_PTR>(handle));
@@ -74,11 +79,25 @@ std::unique_ptr<Link> BrowserProcess::Start(DWORD timeout, const Link::OnMessage
         return OpenPipeLink([this](HANDLE input, HANDLE output) { StartWithPipes(input, output); },
                             onMessage, onEnd);
     }
+    return StartOnHost(timeout, onMessage, onEnd);
+}
+
+std::unique_ptr<Link> BrowserProcess::StartOnHost(DWORD timeout, const Link::OnMessage& onMessage,
+                                                  const Link::OnEnd& onEnd)
+{
     const tvn::TimeBudget budget(timeout);
-    StartOnHost();
+    BrowserChoice choice = m_choice;
+    choice.program = HostPath(choice.program);
+    const std::wstring line =
+        BrowserCommandLine(choice, HostPath(m_profile), L"--remote-debugging-port=0");
+    tvn::LogDebug("starting %S", line.c_str());
+    ForgetDebuggingPort(m_profile);
+    if (!browser::StartOnHost(m_profile, line)) {
+        throw CannotBeStarted(m_choice.program);
+    }
     DebuggingPort endpoint;
     while ((endpoint = ReadDebuggingPort(m_profile)).port == 0) {
-        if (budget.Remaining() == 0) {
+        if (budget.Remaining() == 0 || HasEnded()) {
             throw BrowserError(DescribeFailure("It listens nowhere."));
         }
         Sleep(kStartPause);
@@ -88,44 +107,30 @@ std::unique_ptr<Link> BrowserProcess::Start(DWORD timeout, const Link::OnMessage
 
 void BrowserProcess::StartWithPipes(HANDLE input, HANDLE output)
 {
-    Run(L"--remote-debugging-pipe --remote-debugging-io-pipes=" + HandleText(input) + L"," +
-            HandleText(output),
-        {input, output});
-}
-
-void BrowserProcess::StartOnHost()
-{
-    ForgetDebuggingPort(m_profile);
-    Run(L"--remote-debugging-port=0", {});
-}
-
-void BrowserProcess::Run(const std::wstring& connection, const std::vector<HANDLE>& inherited)
-{
     // The browser's own output goes into its profile: it may outlive whatever this process was
     // given, and tells why a browser does not come up.
-    const tvn::Handle output(OpenInherited(OutputFile(m_profile), GENERIC_WRITE, CREATE_ALWAYS));
-    const tvn::Handle input(OpenInherited(L"NUL", GENERIC_READ, OPEN_EXISTING));
-    InheritedHandles handles(input.Get(), output.Get(), inherited);
+    const tvn::Handle printed(OpenInherited(OutputFile(m_profile), GENERIC_WRITE, CREATE_ALWAYS));
+    const tvn::Handle nothing(OpenInherited(L"NUL", GENERIC_READ, OPEN_EXISTING));
+    InheritedHandles handles(nothing.Get(), printed.Get(), {input, output});
     PROCESS_INFORMATION started = {};
-    std::wstring line =
-        BrowserCommandLine(m_choice, m_isOnHost ? HostPath(m_profile) : m_profile, connection);
+    std::wstring line = BrowserCommandLine(m_choice, m_profile,
+                                           L"--remote-debugging-pipe --remote-debugging-io-pipes=" +
+                                               HandleText(input) + L"," + HandleText(output));
     tvn::LogDebug("starting %S", line.c_str());
     bool hasStarted = false;
     const auto process = boost::make_shared<tvn::Handle>([&] {
         hasStarted = CreateProcessW(m_choice.program.c_str(), line.data(), nullptr, nullptr, TRUE,
-                                    m_isOnHost ? CREATE_NEW_PROCESS_GROUP
-                                               : EXTENDED_STARTUPINFO_PRESENT | CREATE_SUSPENDED,
-                                    nullptr, nullptr, handles.StartupInfo(), &started) != FALSE;
+                                    EXTENDED_STARTUPINFO_PRESENT | CREATE_SUSPENDED, nullptr,
+                                    nullptr, handles.StartupInfo(), &started) != FALSE;
         return started.hProcess;
     });
     if (!hasStarted) {
-        throw BrowserError("The browser " + ToUtf8(m_choice.program) +
-                           " cannot be started (error " + std::to_string(GetLastError()) + ").");
+        throw CannotBeStarted(m_choice.program);
     }
     m_process = process;
     const tvn::Handle thread(started.hThread);
     // Before it runs, so that none of its own processes escapes.
-    if (m_process->IsValid() && !AssignProcessToJobObject(m_job.Get(), m_process->Get())) {
+    if (!AssignProcessToJobObject(m_job.Get(), m_process->Get())) {
         const DWORD error = GetLastError();
         TerminateProcess(m_process->Get(), 1);
         throw BrowserError("The browser cannot be made to end with its instance (error " +
@@ -136,7 +141,7 @@ void BrowserProcess::Run(const std::wstring& connection, const std::vector<HANDL
 
 std::string BrowserProcess::DescribeFailure(const std::string& reason) const
 {
-    const bool ended = m_process && m_process->IsValid() && WaitForEnd(0);
+    const bool ended = (m_isOnHost || m_process) && HasEnded();
     const std::string printed = ReadWhole(OutputFile(m_profile));
     return "The browser " + ToUtf8(m_choice.program) +
            (ended ? " ended at once. " : " does not come up. ") + reason +
@@ -146,7 +151,7 @@ std::string BrowserProcess::DescribeFailure(const std::string& reason) const
 bool BrowserProcess::HasEnded() const
 {
     if (m_isOnHost) {
-        return std::ranges::none_of(m_hostPids, RunsOnHost);
+        return HasEndedOnHost(m_profile);
     }
     JOBOBJECT_BASIC_ACCOUNTING_INFORMATION job = {};
     return QueryInformationJobObject(m_job.Get(), JobObjectBasicAccountingInformation, &job,
@@ -169,10 +174,7 @@ bool BrowserProcess::WaitForEnd(DWORD timeout) const
 bool BrowserProcess::EndByForce(DWORD timeout, bool removesProfile)
 {
     if (m_isOnHost) {
-        if (!m_hostPids.empty() && !RunsOnHost(m_hostPids.front())) {
-            m_hostPids.clear();  // the others follow the main one, and their ids may be reused
-        }
-        EndOnHost(m_hostPids, m_profile, removesProfile);
+        EndOnHost(m_profile, removesProfile);
     } else {
         TerminateJobObject(m_job.Get(), 1);
     }

@@ -5,7 +5,6 @@
 #include <boost/shared_ptr.hpp>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "basicslib/Handle.h"
 #include "browser/BrowserChoice.h"
@@ -17,7 +16,8 @@ namespace browser
 /// The process of the real browser. A Windows program is reached by two pipes that nobody else
 /// has. It and all its own processes end when this object is destroyed at the latest, or when this
 /// process ends, however it does. A program of the machine below Wine inherits no pipes and has no
-/// handle here: it is reached by a loopback port and ended by its process ids. Used by one thread.
+/// handle here: it is reached by a loopback port, and found by its profile when it is ended. Used
+/// by one thread.
 class BrowserProcess
 {
   public:
@@ -34,26 +34,18 @@ class BrowserProcess
 
     bool IsOnHost() const { return m_isOnHost; }
 
-    /// Takes the process ids that the browser itself reports, its main one first, by which a
-    /// browser that has no handle here is ended.
-    void SetHostPids(std::vector<unsigned long> pids) { m_hostPids = std::move(pids); }
-
-    /// Whether it can be ended by force: it has a handle here, or its process ids are known.
-    bool CanBeForced() const { return !m_isOnHost || !m_hostPids.empty(); }
-
     /// Waits up to `timeout` milliseconds for the end of all its processes. True when they have
     /// ended.
     bool WaitForEnd(DWORD timeout) const;
 
     /// Ends all its processes by force and waits for that as WaitForEnd does. Of a program of the
-    /// machine below, only the end of those that are known is awaited, and the profile goes with
-    /// them if `removesProfile`.
+    /// machine below, the profile goes with them if `removesProfile`.
     bool EndByForce(DWORD timeout, bool removesProfile);
 
   private:
     void StartWithPipes(HANDLE input, HANDLE output);
-    void StartOnHost();
-    void Run(const std::wstring& connection, const std::vector<HANDLE>& inherited);
+    std::unique_ptr<Link> StartOnHost(DWORD timeout, const Link::OnMessage& onMessage,
+                                      const Link::OnEnd& onEnd);
     bool HasEnded() const;
 
     const BrowserChoice m_choice;
@@ -61,7 +53,6 @@ class BrowserProcess
     const bool m_isOnHost;
     const tvn::Handle m_job;
     boost::shared_ptr<tvn::Handle> m_process;
-    std::vector<unsigned long> m_hostPids;
 };
 
 }  // namespace browser

@@ -74,8 +74,6 @@ void Chromium::CheckVersion(const tvn::TimeBudget& budget)
 {
     std::string product;  // such as "Chrome/156.0.8078.79"
     try {
-        LearnProcesses(
-            budget.Remaining());  // first: also a browser that is too old has to be ended
         product =
             m_tools->Call("", "Browser.getVersion", {}, budget.Remaining()).value("product", "");
     } catch (const BrowserError& error) {
@@ -88,19 +86,6 @@ void Chromium::CheckVersion(const tvn::TimeBudget& budget)
         throw BrowserError("The browser is too old: " + product + ". The oldest that works is " +
                            std::to_string(kOldestVersion) + ".");
     }
-}
-
-void Chromium::LearnProcesses(DWORD timeout)
-{
-    if (!m_process.IsOnHost()) {
-        return;
-    }
-    std::vector<unsigned long> pids;
-    const Json processes = m_tools->Call("", "SystemInfo.getProcessInfo", {}, timeout);
-    for (const Json& process : processes.at("processInfo")) {
-        pids.push_back(process.value("id", 0UL));
-    }
-    m_process.SetHostPids(std::move(pids));
 }
 
 void Chromium::CatchDownloads()
@@ -119,7 +104,7 @@ std::string Chromium::PathForBrowser(const std::wstring& path) const
 void Chromium::End()
 {
     // A kept profile is written when the browser closes; a fresh one is not worth the wait.
-    if (m_tools && (m_profile.IsKept() || !m_process.CanBeForced())) {
+    if (m_tools && m_profile.IsKept()) {
         m_tools->Post("", "Browser.close");
         m_process.WaitForEnd(kCloseTime);
     }

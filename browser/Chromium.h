@@ -57,7 +57,6 @@ class Chromium
   private:
     void Begin(DWORD timeout);
     void CheckVersion(const tvn::TimeBudget& budget);
-    void LearnProcesses(DWORD timeout);
     void CatchDownloads();
     void Take(const Json& event);
 

@@ -1,6 +1,5 @@
 #include "browser/HostSystem.h"
 
-#include <fstream>
 #include <string>
 
 #include "basicslib/Handle.h"
@@ -18,6 +17,34 @@ GetUnixFileName UnixFileNames()
     HMODULE kernel = GetModuleHandleW(L"kernel32.dll");
     return reinterpret_cast<GetUnixFileName>(
         reinterpret_cast<void*>(GetProcAddress(kernel, "wine_get_unix_file_name")));
+}
+
+/// Runs a script of that machine's shell without waiting for it; "$0" in it is `profile`.
+bool RunShell(const wchar_t* script, const std::wstring& profile, const std::wstring& arguments)
+{
+    std::wstring line =
+        std::wstring(L"sh -c \"") + script + L"\" \"" + HostPath(profile) + L"\" " + arguments;
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION started = {};
+    if (!CreateProcessW(L"\\\\?\\unix\\bin\\sh", line.data(), nullptr, nullptr, FALSE,
+                        CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &startup, &started)) {
+        return false;
+    }
+    const tvn::Handle process(started.hProcess);
+    const tvn::Handle thread(started.hThread);
+    return true;
+}
+
+/// Made by the shell when the browser has ended.
+std::wstring EndFile(const std::wstring& profile)
+{
+    return profile + L"\\ended";
+}
+
+bool IsThere(const std::wstring& path)
+{
+    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 }  // namespace
@@ -39,50 +66,36 @@ std::wstring HostPath(const std::wstring& path)
     return result;
 }
 
-void EndOnHost(const std::vector<unsigned long>& pids, const std::wstring& profile, bool removes)
+bool StartOnHost(const std::wstring& profile, const std::wstring& commandLine)
+{
+    DeleteFileW(EndFile(profile).c_str());
+    return RunShell(LR"({ \"$@\" >\"$0/output.txt\" 2>&1; : >\"$0/ended\"; } 2>/dev/null)", profile,
+                    commandLine);
+}
+
+void EndOnHost(const std::wstring& profile, bool removes)
 {
     if (UnixFileNames() == nullptr) {
         return;
     }
     // One tool for all of it: to start one takes longer than what it does. What a process had begun
     // when it was ended may still make a file.
-    std::wstring line =
-        LR"(sh -c "
+    std::wstring script =
+        LR"(
         cd /proc
-        if [ $# = 0 ]; then
-            for file in $(grep -lsF -e \"--user-data-dir=$0\" [0-9]*/cmdline); do
-                set -- $@ -${file%/*} ${file%/*}
-            done
-        else
-            set -- -$1 $@
-        fi
+        for file in $(grep -lszxF -e \"--user-data-dir=$0\" [0-9]*/cmdline); do
+            set -- $@ -${file%/*} ${file%/*}
+        done
         kill -9 $@ 2>/dev/null
         )";
-    if (removes) {
-        line +=
-            LR"(
-        rm -rf \"$0\"; sleep 0.1; rm -rf \"$0\" || { sleep 1; rm -rf \"$0\"; })";
-    }
-    line += L"\" \"" + HostPath(profile) + L"\"";
-    for (const unsigned long pid : pids) {
-        line += L" " + std::to_wstring(pid);
-    }
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION started = {};
-    if (CreateProcessW(L"\\\\?\\unix\\bin\\sh", line.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                       nullptr, &startup, &started)) {
-        const tvn::Handle process(started.hProcess);
-        const tvn::Handle thread(started.hThread);
-    }
+    script += removes ? LR"(rm -rf \"$0\"; sleep 0.1; rm -rf \"$0\" || { sleep 1; rm -rf \"$0\"; })"
+                      : LR"(: >\"$0/ended\")";
+    RunShell(script.c_str(), profile, L"");
 }
 
-bool RunsOnHost(unsigned long pid)
+bool HasEndedOnHost(const std::wstring& profile)
 {
-    // A process that has ended but that nobody has asked about yet has no command line any more.
-    const std::wstring name = L"\\\\?\\unix\\proc\\" + std::to_wstring(pid) + L"\\cmdline";
-    std::ifstream commandLine(name.c_str(), std::ios::binary);
-    return commandLine.get() != std::ifstream::traits_type::eof();
+    return IsThere(EndFile(profile)) || !IsThere(profile);
 }
 
 }  // namespace browser

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <string>
-#include <vector>
 
 namespace browser
 {
@@ -15,15 +14,18 @@ bool IsHostProgram(const std::wstring& program);
 /// `path` as the machine below knows it.
 std::wstring HostPath(const std::wstring& path);
 
-/// Ends a browser of the machine below by force: the processes `pids`, its main one first, and all
-/// others of the group that this one leads. If no process is known, the browser is the one whose
-/// command line names the folder `profile`. Then the folder goes, too, if `removes`, with what only
-/// that machine can see: links that lead nowhere, which a browser leaves behind when it is ended by
-/// force. Does not wait for any of this; such a process has no handle here. Does nothing on
-/// Windows.
-void EndOnHost(const std::vector<unsigned long>& pids, const std::wstring& profile, bool removes);
+/// Starts a browser of the machine below, as the leader of a group of processes. `commandLine`
+/// names the program and its files as that machine does. What it prints goes into the file
+/// output.txt of its `profile`. There is no handle of such a process. False when it cannot be
+/// started.
+bool StartOnHost(const std::wstring& profile, const std::wstring& commandLine);
 
-/// Whether the process with this id of the machine below still runs.
-bool RunsOnHost(unsigned long pid);
+/// Ends by force whatever runs on `profile` on the machine below, and removes that folder if
+/// `removes`, with what only that machine can see: links that lead nowhere, which a browser leaves
+/// behind when it is ended by force. Does not wait for it. Does nothing on Windows.
+void EndOnHost(const std::wstring& profile, bool removes);
+
+/// Whether the browser that was started on `profile` has ended, by itself or by force.
+bool HasEndedOnHost(const std::wstring& profile);
 
 }  // namespace browser

@@ -123,7 +123,7 @@ void ProfileFolder::RemoveAbandoned()
         const std::wstring folder = entry.path().wstring();
         const tvn::Handle mark(IsFile(folder) ? nullptr : OpenMark(folder));
         if (mark.IsValid()) {
-            EndOnHost({}, folder, true);
+            EndOnHost(folder, true);
             RemoveTree(folder);
         }
     }

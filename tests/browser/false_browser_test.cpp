@@ -80,7 +80,7 @@ TEST_F(FalseBrowser, OneThatDoesNotComeUpIsNamedWithWhatIsWrong)
         {chosen + "--well --profile a/b", {"\"a/b\" is no name for a profile."}},
         {"--browser Z:\\other.exe",
          {"There is no such browser: Z:\\other.exe, as the command line's --browser"}},
-        {"--browser \"" + noProgram + "\"", {noProgram + " cannot be started (error "}},
+        {"--browser \"" + noProgram + "\"", {noProgram + " ended at once. ", " printed: "}},
         {chosen,
          {"The command line cannot be read: --browser-arguments",
           "no such browser: Z:\\none, as the environment variable TALVERN_BROWSER"}},
