@@ -37,7 +37,7 @@ void Connection::Reply(unsigned int id, int status, const std::wstring& text)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_closed) {
-        m_queue.push_back([id, status, text](tvn::CommandsProtocol& protocol) {
+        m_queue.emplace_back([id, status, text](tvn::CommandsProtocol& protocol) {
             protocol.SendReply(id, status, text, kReplyTime);
         });
         m_changed.notify_all();
