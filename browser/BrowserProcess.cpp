@@ -7,7 +7,6 @@
 #include "basicslib/Log.h"
 #include "basicslib/TimeBudget.h"
 #include "browser/BrowserError.h"
-#include "browser/DebuggingPort.h"
 #include "browser/HostSystem.h"
 #include "browser/InheritedHandles.h"
 #include "browser/PipeLink.h"
@@ -26,6 +25,27 @@ constexpr DWORD kEndPause = 2;
 std::wstring OutputFile(const std::wstring& profile)
 {
     return profile + L"\\output.txt";
+}
+
+/// Where a browser that is reached by a loopback port listens.
+struct DebuggingPort
+{
+    unsigned short port = 0;  ///< 0 as long as there is none
+    std::string path;
+};
+
+/// What such a browser writes about itself.
+std::wstring PortFile(const std::wstring& profile)
+{
+    return profile + L"\\DevToolsActivePort";
+}
+
+DebuggingPort ReadPort(const std::wstring& profile)
+{
+    // The port and the path of the browser's own target, a line each.
+    std::ifstream file(PortFile(profile).c_str());
+    DebuggingPort endpoint;
+    return file >> endpoint.port >> endpoint.path ? endpoint : DebuggingPort();
 }
 
 HANDLE OpenInherited(const std::wstring& path, DWORD access, DWORD disposition)
@@ -91,12 +111,12 @@ std::unique_ptr<Link> BrowserProcess::StartOnHost(DWORD timeout, const Link::OnM
     const std::wstring line =
         BrowserCommandLine(choice, HostPath(m_profile), L"--remote-debugging-port=0");
     tvn::LogDebug("starting %S", line.c_str());
-    ForgetDebuggingPort(m_profile);
+    DeleteFileW(PortFile(m_profile).c_str());  // of an earlier browser
     if (!browser::StartOnHost(m_profile, line)) {
         throw CannotBeStarted(m_choice.program);
     }
     DebuggingPort endpoint;
-    while ((endpoint = ReadDebuggingPort(m_profile)).port == 0) {
+    while ((endpoint = ReadPort(m_profile)).port == 0) {
         if (budget.Remaining() == 0 || HasEnded()) {
             throw BrowserError(DescribeFailure("It listens nowhere."));
         }

@@ -6,7 +6,6 @@
 
 #include "basicslib/Log.h"
 #include "browser/BrowserError.h"
-#include "browser/DebuggingPort.h"
 #include "browser/HostSystem.h"
 #include "browser/OutputFolder.h"
 #include "browser/Utf8.h"
@@ -56,8 +55,8 @@ Chromium::Chromium(const BrowserChoice& choice, const std::wstring& profile, DWO
 void Chromium::Begin(DWORD timeout)
 {
     const tvn::TimeBudget budget(timeout);
-    if (m_profile.IsKept()) {
-        EndBrowserOn(m_profile.Path());
+    if (m_profile.IsKept() && m_process.IsOnHost()) {
+        m_process.EndByForce(kForceTime, false);  // which an instance may have left behind
     }
     m_tools =
         std::make_unique<DevTools>([this](const Json& event) { Take(event); }, m_listener.onGone);

@@ -78,6 +78,7 @@ void EndOnHost(const std::wstring& profile, bool removes)
     if (UnixFileNames() == nullptr) {
         return;
     }
+    DeleteFileW(EndFile(profile).c_str());  // that there is one again tells that all is done
     // One tool for all of it: to start one takes longer than what it does. What a process had begun
     // when it was ended may still make a file.
     std::wstring script =

@@ -124,6 +124,13 @@ TEST_F(BrowserEnds, AKeptProfileRemembersAndBelongsToOneInstanceAtATime)
         EXPECT_EQ(app.Exit(), sOk);
         ExpectNothingLeft();
     }
+    ASSERT_EQ(app.Init("--profile \"the login\"", true, 60), sOk);
+    EndBrowsers();  // the real one may stay, in the way of the next
+    EXPECT_EQ(app.Exit(), sOk);
+    ASSERT_EQ(app.Init("--profile \"the login\"", true, 60), sOk);
+    EXPECT_EQ(Plays(cookie), "1||a=1");
+    EXPECT_EQ(app.Exit(), sOk);
+    ExpectNothingLeft();
     const std::filesystem::path kept = UserFolder() + "\\Profiles\\the login";
     EXPECT_THAT(Contents((kept / "Default" / "Preferences").string()),
                 testing::HasSubstr(R"("printing":{"enabled":false})"));
