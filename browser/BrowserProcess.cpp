@@ -1,7 +1,6 @@
 #include "browser/BrowserProcess.h"
 
 #include <fstream>
-#include <sstream>
 #include <utility>
 
 #include "basicslib/Log.h"
@@ -64,12 +63,13 @@ HANDLE NewJob()
     return job;
 }
 
-std::string ReadWhole(const std::wstring& path)
+std::string ReadStart(const std::wstring& path)
 {
     std::ifstream file(path.c_str(), std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    std::string text(4096, '\0');
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    return text;
 }
 
 BrowserError CannotBeStarted(const std::wstring& program)
@@ -162,7 +162,7 @@ void BrowserProcess::StartWithPipes(HANDLE input, HANDLE output)
 std::string BrowserProcess::DescribeFailure(const std::string& reason) const
 {
     const bool ended = (m_isOnHost || m_process) && HasEnded();
-    const std::string printed = ReadWhole(OutputFile(m_profile));
+    const std::string printed = ReadStart(OutputFile(m_profile));
     return "The browser " + ToUtf8(m_choice.program) +
            (ended ? " ended at once. " : " does not come up. ") + reason +
            (printed.empty() ? "" : " It has printed: " + printed);
