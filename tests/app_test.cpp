@@ -1,5 +1,6 @@
 // The scripting object's methods with a browser that behaves, and with one that does not.
 
+#include "Interface/AutomationValue.h"
 #include "Interface/ServerModule.h"
 #include "basicslib/StatusCode.h"
 #include "tests/app_client.h"
@@ -52,9 +53,10 @@ TEST_F(Scripting, AnIndexMayBeAReferenceAndAResultMayHaveNoPlace)
     EXPECT_EQ(app.Get()->tvnGetLastError(nullptr), S_OK);
     ASSERT_EQ(app.Init(), sOk);
     const LogCapture log;
-    EXPECT_EQ(app.Played("!reply one[EXTRACT]two"), "1||one[EXTRACT]two|one|two");
-    EXPECT_EQ(log.Lines().front(), kTrace + "CApp::tvnPlay(command = !reply one[EXTRACT]two)");
-    EXPECT_EQ(log.Count(kTrace + "1 = CApp::tvnPlay"), 1);
+    const std::string macro = "!status 2\n!reply one[EXTRACT]two";
+    EXPECT_EQ(app.Played(macro), "1||one[EXTRACT]two|one|two");
+    EXPECT_EQ(log.Lines().front(), kTrace + "CApp::tvnPlay(command = " + macro + ")");
+    EXPECT_EQ(log.Count(kTrace + "2 = CApp::tvnPlay"), 1) << "as the browser answers";
     SHORT two = 2;
     VARIANT index = {};
     V_VT(&index) = VT_I2 | VT_BYREF;
@@ -64,6 +66,17 @@ TEST_F(Scripting, AnIndexMayBeAReferenceAndAResultMayHaveNoPlace)
     EXPECT_EQ(app.Extract(reference), "two");
     V_VARIANTREF(&reference) = &reference;
     EXPECT_EQ(app.Extract(reference), "NODATA");
+
+    _bstr_t own = L"the caller's own";
+    V_VT(&index) = VT_BSTR | VT_BYREF;
+    V_BSTRREF(&index) = &own.GetBSTR();
+    const ImportWatch watch;
+    for (const VARIANT& each : {index, Referring(index)}) {
+        ComString copy;
+        EXPECT_TRUE(TextOf(each, copy));
+        EXPECT_EQ(copy, own);
+    }
+    EXPECT_EQ(watch.OpenBlocks(), 0);
 }
 
 TEST_F(Scripting, AnIndexIsANumberUpTo32767)

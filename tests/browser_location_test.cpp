@@ -5,6 +5,7 @@
 #include "process/BrowserLocation.h"
 #include "process/FirefoxVersions.h"
 #include "process/RegistryReading.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
@@ -37,6 +38,12 @@ class BrowserLocation : public testing::Test
 
 TEST_F(BrowserLocation, PathsComeFromThe32BitViewAndExplorersIsExpandedAndUnquoted)
 {
+    static REGSAM access;
+    const auto opens = TVN_REPLACE_IMPORT(
+        RegOpenKeyExA, [](HKEY root, LPCSTR path, DWORD options, REGSAM asked, HKEY* key) {
+            access = asked;
+            return TVN_REAL_IMPORT(RegOpenKeyExA)(root, path, options, asked, key);
+        });
     SetEnvironmentVariableA("TALVERN_QUOTED", "\"C:\\a b.exe\"");
     const std::tuple<std::string, DWORD, std::string, std::string> cases[] = {
         {"%TALVERN_QUOTED%", REG_EXPAND_SZ, "%TALVERN_QUOTED%", "C:\\a b.exe"},
@@ -61,6 +68,7 @@ TEST_F(BrowserLocation, PathsComeFromThe32BitViewAndExplorersIsExpandedAndUnquot
     EXPECT_EQ(Narrow(GetPathBasic()), "");
     EXPECT_EQ(Narrow(GetInternetExplorerPath()), "");
     DeleteRegistryKey("SOFTWARE\\Talvern");
+    EXPECT_EQ(access, static_cast<REGSAM>(KEY_READ | KEY_WOW64_32KEY)) << "what every account may";
 }
 
 TEST_F(BrowserLocation, TheFirefoxAskedForOrElseTheGreatestIsChosen)
@@ -73,10 +81,11 @@ TEST_F(BrowserLocation, TheFirefoxAskedForOrElseTheGreatestIsChosen)
     EXPECT_TRUE(EnumFirefoxVersions().empty()) << "a name too long for its buffer ends the list";
     DeleteRegistryKey(firefox);
 
+    const std::string longest(511, 'l');
     const std::pair<const char*, std::string> installed[] = {
         {"3.6.10 (en-US)", "3.6.10"},   {"3.6.8 (de)", "3.6.8de"},
         {"3.6.8 (en-US)", "3.6.8"},     {"9.0", "no-parentheses"},
-        {"9.2 (de", "one-parenthesis"}, {"2.0 (de)", "2.0"},
+        {"9.2 (de", "one-parenthesis"}, {"2.0 (de)", longest},
         {" 2.1 \t( fr )x", "blanks"},   {"9.3 (de)", std::string(600, 'x')}};
     for (const auto& [name, path] : installed) {
         AddFirefox(name, path);
@@ -91,7 +100,7 @@ TEST_F(BrowserLocation, TheFirefoxAskedForOrElseTheGreatestIsChosen)
     const std::string listedFirst = (*first)->pathToExe;
     const std::tuple<const char*, const char*, std::string> cases[] = {
         {"", "", listedFirst},   {"3.6.8", "", listedFirst}, {"", "en-US", "3.6.8"},
-        {"", "de", "3.6.8de"},   {"3.6.10", "", "3.6.10"},   {"2.0", "de", "2.0"},
+        {"", "de", "3.6.8de"},   {"3.6.10", "", "3.6.10"},   {"2.0", "de", longest},
         {"2.0", "en-US", ""},    {"", "en-us", ""},          {"9.0", "", ""},
         {"2.1", "fr", "blanks"},
     };

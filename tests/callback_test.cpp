@@ -104,6 +104,8 @@ TEST(Callback, WhatTheSystemRefusesIsTheReasonThatIsGiven)
     }
     watch.Fail("ConnectNamedPipe", ERROR_PIPE_BUSY);
     EXPECT_THROW(SimplePipeServer().Create(kCallbackPipe, true), Win32Exception);
+    SimplePipeServer().Create(kCallbackPipe, true);
+    EXPECT_EQ(watch.Calls()["GetOverlappedResult"], 1U) << "a cancelled connect is awaited";
     const Handle pipe(PipeServer::CreatePipe(kCallbackPipe, TRUE, error));
     watch.Fail("CreateEventA", ERROR_NO_SYSTEM_RESOURCES);
     EXPECT_FALSE(PipeServer::ConnectPipe(pipe.Get(), 50, nullptr, error));

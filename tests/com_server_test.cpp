@@ -177,8 +177,9 @@ TEST_F(ComServer, AnObjectCanBeAPartOfAnother)
         ComPtr<IUnknown> inner;
     } outer;
     GetFactory();
-    void* refused = nullptr;
+    void* refused = &outer;
     EXPECT_EQ(factory->CreateInstance(&outer, IID_IApp, &refused), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(refused, nullptr);
     ASSERT_EQ(factory->CreateInstance(&outer, IID_IUnknown, Out(outer.inner)), S_OK);
     EXPECT_EQ(outer.references, 1U);
     {
@@ -283,7 +284,25 @@ TEST_F(ComServer, AnyImportThatFailsIsTheResultOfARegistration)
         FailEach(
             how, before, [&] { result = g_module.UnregisterServer(); }, failed);
     }
-    before();
+    {
+        static const std::wstring path(400, L'p');
+        const auto named =
+            TVN_REPLACE_IMPORT(GetModuleFileNameW, [](HMODULE, LPWSTR text, DWORD size) {
+                return static_cast<DWORD>(path.copy(text, size));
+            });
+        ImportWatch watch;
+        watch.Fail("LoadTypeLibEx", ERROR_FILE_NOT_FOUND);
+        EXPECT_TRUE(FAILED(g_module.RegisterServer()));
+        EXPECT_EQ(ClassesValue("CLSID\\" + Guid(CLSID_App) + "\\InprocServer32").size(), 400U);
+    }
+    const auto registers = [&before] {
+        for (int round = 0; round < 10; ++round) {
+            before();
+        }
+    };
+    std::thread other(registers);
+    registers();  // each waits for the other
+    other.join();
     EXPECT_EQ(classes, nullptr) << "HKEY_CLASSES_ROOT is as it was";
 }
 

@@ -10,6 +10,7 @@
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
+#include "tests/replaced_imports.h"
 #include "tests/resources.h"
 #include "tests/scripted_peer.h"
 #include "tests/texts.h"
@@ -143,9 +144,12 @@ TEST_F(Commands, AMissingPipeIsAwaitedOnlyWhenThatIsAskedFor)
         Sleep(250);
         instance.emplace(kCommandPipe);
         // A command that found no pipe used no id.
-        instance->Perform({{Command(1), {Message(1, sOk, "")}}});
+        instance->Perform({{Command(1), {Message(1, sOk, "")}, 50}});
     });
+    const auto tries = log.Count(kOpen + kCommandPipe);
     EXPECT_EQ(Run(10000), sOk);
+    const auto pauses = log.Count(kOpen + kCommandPipe) - tries - 1;
+    EXPECT_LE(g_imports.lastWait, 10000 - 50 * pauses) << "the reply gets what they have left";
 }
 
 TEST_F(Commands, TheAuxiliaryCommandsGiveStatusAndCount)

@@ -81,16 +81,20 @@ TEST(Log, ACallWritesOneTaggedLineOfAtMost1023Characters)
         const std::vector<wchar_t> endless(0x1000, L'm');
         LogDebug("%S", endless.data());
     }
-    LogDebug("%S", (std::wstring(255, L'.') + L"\xD83D\xDE00").c_str());
     EXPECT_THAT(log.Lines(),
                 ElementsAre(kDebug + "in DLLMain", kError + "narrow|wide|-1|ab|000000AB|%",
-                            kTrace + "(null) (null)", kDebug + std::string(1023, 'm'),
-                            MatchesRegex(".*\\.\\?+")));
-    // A pair of surrogates across two pieces, and half a one.
-    const std::wstring text =
-        L"a\x4E2D." + std::wstring(254, L'.') + L"\xD83D\xDE00" + L"end\xD800";
-    LogProtocol("[C] %S.", text.c_str());
-    EXPECT_THAT(log.Lines(kTrace + "a?.."), ElementsAre(MatchesRegex(".*\\.\\?+end\\?+\\.")));
+                            kTrace + "(null) (null)", kDebug + std::string(1023, 'm')));
+    // A pair of surrogates across two pieces, and half a one: where the code page is UTF-8 the
+    // first is a character.
+    const std::wstring text = L"a\x4E2D" + std::wstring(253, L'.') + L"\xD83D\xDE00" + L"end\xD800";
+    LogDebug("%S.", text.c_str());
+    EXPECT_THAT(log.Lines().back(), MatchesRegex(".*a\\?\\.+\\?+end\\?+\\."));
+    const auto utf8 = TVN_REPLACE_IMPORT(WideCharToMultiByte, [](UINT, auto... arguments) {
+        return TVN_REAL_IMPORT(WideCharToMultiByte)(CP_UTF8, arguments...);
+    });
+    LogDebug("%S.", text.c_str());
+    EXPECT_EQ(log.Lines().back(), kDebug + "a\xE4\xB8\xAD" + std::string(253, '.') +
+                                      "\xF0\x9F\x98\x80" + "end\xEF\xBF\xBD.");
 }
 
 TEST(ErrorReports, AReportIsTwoLinesThatNoOtherReportDivides)

@@ -186,6 +186,15 @@ TEST_F(Framing, AWriteThatEndsOnTimeOrWithTheInterruptLeavesNothingPending)
     SetEvent(interrupt->Get());
     EXPECT_EQ(error(INFINITE), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
     EXPECT_EQ(watch.OpenHandles(), 0);
+    {
+        const auto less = TVN_REPLACE_IMPORT(WriteFile,
+                                             [](HANDLE file, const void* bytes, DWORD count,
+                                                DWORD* written, OVERLAPPED* block) -> BOOL {
+                                                 return TVN_REAL_IMPORT(WriteFile)(
+                                                     file, bytes, count - 1, written, block);
+                                             });
+        EXPECT_THROW(protocol.WritePipe(Words({4}).data(), 4, 0), WritePipeError);
+    }
     peer.reset();
     EXPECT_NE(error(1000), 0U);
     EXPECT_THROW(Read(), ReadPipeError) << "a closed pipe fails both ways";

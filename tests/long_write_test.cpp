@@ -8,12 +8,16 @@
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
+#include "tests/replaced_imports.h"
 #include "tests/resources.h"
 #include "tests/scripted_peer.h"
 #include "tests/texts.h"
 
 namespace tvn::tests
 {
+
+const std::string kDropped =
+    kDebug + "[BaseProtocol::ReadPipe] fSuccess = 1, cbBuf = 10000, cbBytesRead = ";
 
 class LongWrite : public testing::Test
 {
@@ -33,15 +37,24 @@ class LongWrite : public testing::Test
 TEST_F(LongWrite, ArrivesWholeAndIsAwaitedByTheNextCommandWhichSendsNothingWhenItsOwnTimeEnds)
 {
     const LogCapture log;
+    instance.Perform({{LongCommand(1), {Message(1, sOk, "")}}});
+    EXPECT_EQ(Run(5000, L"L", longText), sOk);
+    const auto read = testing::StartsWith(kDebug + "[BaseProtocol::ReadPipe]");
+    EXPECT_THAT(
+        log.Lines(kDebug + "[BaseProtocol::"),
+        testing::ElementsAre(kDebug + "[BaseProtocol::WritePipe] cbBuf = 1782, cbWritten = 1782 ",
+                             read, read))
+        << "once, and before its answer";
     EXPECT_EQ(Run(0, L"L", longText), sTimeout);
     EXPECT_EQ(log.Count(kDebug + "[CommandClient::Execute] sTimeout (cmd = L)"), 1);
     EXPECT_EQ(log.Lines(kDebug + "[CommandClient::Execute] sFail").size(), 0U);
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Run(300, L"refused"), sTimeout); }), Within(250, 1500));
     // What was not sent used no id. The reading begins while the third command waits.
-    const Script script = {{LongCommand(1), {Message(1, sOk, "late")}},
-                           {Message(2, "N", ""), {Message(2, sOk, "")}}};
+    const Script script = {{LongCommand(2), {Message(2, sOk, "late")}},
+                           {Message(3, "N", ""), {Message(3, sOk, "")}}};
     CallLater(200, [&] { instance.Perform(script); });
     EXPECT_EQ(Run(5000, L"N"), sOk);
+    EXPECT_EQ(log.Lines(kDebug + "[BaseProtocol::WritePipe]").size(), 3U) << "each command once";
 }
 
 TEST_F(LongWrite, DoesNotKeepARereadingInstanceFromSendingALongReply)
@@ -63,7 +76,9 @@ TEST_F(LongWrite, UnderWayDoesNotKeepTheNextCommandFromTakingALateReply)
                       {LongCommand(2)},
                       {Message(3, "N", ""), {Message(3, sOk, "")}}});
     EXPECT_EQ(Run(0, L"L", longText), sTimeout);
+    const LogCapture log;
     EXPECT_EQ(Run(5000, L"N"), sOk);
+    EXPECT_EQ(log.Count(kDropped + "27d0"), 0) << "the whole message, not its last piece";
 }
 
 TEST_F(LongWrite, KeepsItsBytesAsLongAsItIsUnderWay)
@@ -100,7 +115,15 @@ TEST_F(LongWrite, IsNotHeldByAStaleReplyOfAnyLengthOrOfNone)
                       {LongCommand(2)},
                       {Message(3, "N", ""), {Message(3, sOk, "")}}});
     const LogCapture log;
-    EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Run(20, L"refused"), sTimeout); }), Within(0, 400));
+    {
+        const auto slow = TVN_REPLACE_IMPORT(
+            ReadFile, [](HANDLE file, void* buffer, DWORD count, DWORD* read, OVERLAPPED* block) {
+                g_imports.tickOffset += count > 0x1000 ? 500 : 0;
+                return TVN_REAL_IMPORT(ReadFile)(file, buffer, count, read, block);
+            });
+        EXPECT_EQ(Run(500, L"refused"), sTimeout);
+    }
+    EXPECT_EQ(log.Count(kDropped + "4000000"), 0) << "all of it takes longer";
     EXPECT_EQ(Run(20000, L"N"), sOk) << "it goes on where the one before has left off";
     EXPECT_LT(log.Lines(kDebug + "[BaseProtocol::ReadPipe]").size(), 12U) << "a line each";
 }

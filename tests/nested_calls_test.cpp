@@ -26,6 +26,7 @@ struct Outer
     Stage stage;
     bool openNew = true;
     const char* line = "-runner";
+    int answer = sOk;  ///< of the browser to a command
 
     bool Initialises() const { return stage < Stage::kPlay; }
     bool Exits() const { return stage > Stage::kDisplay; }
@@ -33,10 +34,11 @@ struct Outer
 };
 
 constexpr const char* kFirefox = "-runner -fx";
-const Outer kOuters[] = {{Stage::kList, false}, {Stage::kStart}, {Stage::kCallback},
-                         {Stage::kAttach},      {Stage::kPlay},  {Stage::kPlay, true, kFirefox},
-                         {Stage::kDisplay},     {Stage::kEnd},   {Stage::kWaitForExit},
-                         {Stage::kTerminate}};
+const Outer kOuters[] = {
+    {Stage::kList, false}, {Stage::kStart},    {Stage::kCallback},
+    {Stage::kAttach},      {Stage::kPlay},     {Stage::kPlay, true, kFirefox},
+    {Stage::kDisplay},     {Stage::kEnd},      {Stage::kEnd, true, kFirefox, -5},
+    {Stage::kWaitForExit}, {Stage::kTerminate}};
 
 int Init(AppClient& app, bool openNew = true)
 {
@@ -113,9 +115,10 @@ int CallNested(OtherSide& otherSide, const Outer& outer, AppClient& app,
     otherSide.Next(outer.stage, [&](Turn& turn) {
         waits = true;
         WaitForSingleObject(called->Get(), 5000);
-        return turn.peer.Write(turn.answer);
+        return turn.peer.Write(outer.answer == sOk ? turn.answer
+                                                   : Message(turn.id, outer.answer, ""));
     });
-    EXPECT_EQ(CallOuter(outer, app), sOk);
+    EXPECT_EQ(CallOuter(outer, app), outer.answer);
     return nested;
 }
 

@@ -32,7 +32,12 @@ TEST(Processes, AStartedProcessIsAwaitedAndEnded)
         EXPECT_EQ(invalid.Terminate(0), sFail);
     }
     const std::string path = StandinFolder() + "\\iexplore.exe";
+    const char* const name = "tvn_inheritable";
+    SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+    std::optional<Handle> own(std::in_place, CreateEventA(&inheritable, TRUE, FALSE, name));
     ASSERT_EQ(process.Start(path.c_str(), L"-free", kNone, L"D", L"P", INFINITE), sOk);
+    own.reset();
+    EXPECT_EQ(OpenEventA(SYNCHRONIZE, FALSE, name), nullptr) << "the process has inherited it";
     EXPECT_TRUE(g_imports.logon.empty()) << "domain and password alone ask for no logon";
     const Handle opened(OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, process.GetPid()));
     EXPECT_TRUE(opened.IsValid());
@@ -90,7 +95,9 @@ TEST(Processes, AProcessHasTheNameBehindTheLastSeparatorOfEitherKind)
         TVN_REPLACE_IMPORT(K32GetModuleFileNameExA, [](HANDLE, HMODULE, LPSTR text, DWORD size) {
             return static_cast<DWORD>(std::string_view(path).copy(text, size));
         });
-    for (const char* each : {"C:\\a\\b.exe", "C:/a/b.exe", "C:\\a/b.exe", "C:/a\\b.exe", "b.exe"}) {
+    const std::string longest = "C:\\" + std::string(500, 'a') + "\\b.exe";
+    for (const char* each :
+         {"C:\\a\\b.exe", "C:/a/b.exe", "C:\\a/b.exe", "C:/a\\b.exe", "b.exe", longest.c_str()}) {
         path = each;
         EXPECT_EQ(Narrow(GetProcessFileName(GetCurrentProcess())), "b.exe") << path;
     }

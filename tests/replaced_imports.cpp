@@ -13,6 +13,12 @@ ReplacedImports g_imports;
 static const ReplacedImport g_replaced[] = {
     TVN_REPLACE_IMPORT(GetTickCount,
                        [] { return TVN_REAL_IMPORT(GetTickCount)() + g_imports.tickOffset; }),
+    TVN_REPLACE_IMPORT(MsgWaitForMultipleObjectsEx,
+                       [](DWORD count, const HANDLE* handles, DWORD time, DWORD mask, DWORD flags) {
+                           g_imports.lastWait = time;
+                           return TVN_REAL_IMPORT(MsgWaitForMultipleObjectsEx)(count, handles, time,
+                                                                               mask, flags);
+                       }),
     TVN_REPLACE_IMPORT(CreateEventA,
                        [](auto... arguments) -> HANDLE {
                            if (g_imports.failCreateEvent) {

@@ -11,6 +11,7 @@
 #include "tests/log_capture.h"
 #include "tests/moments.h"
 #include "tests/other_side.h"
+#include "tests/replaced_imports.h"
 #include "tests/resources.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
@@ -55,6 +56,22 @@ TEST(RunnerFailures, StartAwaitsAnAbsentServiceAndTerminateABusyOne)
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(process.Terminate(300), sTimeout); }), Within(280, 1500));
 }
 
+TEST(RunnerFailures, AnAnswerIsGivenTheTimeThatOpeningHasLeft)
+{
+    std::optional<OtherSide> service;
+    const std::jthread late([&service] {
+        Sleep(250);
+        service.emplace(OtherSide::Pipes::kRunnerOnly).Next(Stage::kStart, [](Turn& turn) {
+            Sleep(50);
+            return turn.peer.Write(turn.answer);
+        });
+    });
+    const LogCapture log;
+    EXPECT_EQ(RunnerProcess().Start(L"app", kNone, kNone, kNone, kNone, 10000), sOk);
+    const auto pauses = log.Count(kDebug + "[RemotePipeClient::OpenPipe] " + kPipe) - 1;
+    EXPECT_LE(g_imports.lastWait, 10000 - 50 * pauses);
+}
+
 TEST(RunnerFailures, ARequestThatIsNotTakenInTimeIsATimeout)
 {
     const PeerHost deaf(kPipe, 5, [](BytePeer& client) { client.Hold(); });
@@ -78,6 +95,11 @@ TEST(RunnerRequests, CarryWhatTheyAreAboutAndAFailedStartKeepsItsKeyAndId)
     EXPECT_EQ(process.GetPid(), 99U);
     service.Next(Stage::kStart, [](Turn&) { return false; });
     EXPECT_EQ(start(), sRunnerNotReachable);
+    for (const auto& [type, status] : {std::pair{12, +sRunnerNotReachable}, {4, +sFail}}) {
+        service.Next(Stage::kStart,
+                     [type](Turn& turn) { return turn.peer.Write(Message(type, turn.id, sOk)); });
+        EXPECT_EQ(start(), status) << "an answer of no type, and of another one";
+    }
     EXPECT_EQ(process.GetPid(), 99U) << "without a reply it is as it was";
     service.Next(Stage::kWaitForExit,
                  OtherSide::Expects(Message(5, 0, 1000, "AB"), Message(6, 0, sTimeout)));

@@ -53,7 +53,7 @@ TEST_F(Waits, BeginWithTheMessagesThatAnEarlierOneHasLeftAndEndWithALookAtTheHan
     static HANDLE toSet;
     const auto window =
         NewWindow([](HWND to, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
-            if (message == WM_APP) {
+            if (message == WM_APP || (message == WM_CHAR && wParam == 'a')) {
                 ++calls;
             } else if (message == WM_APP + 1) {
                 Sleep(100);
@@ -73,7 +73,18 @@ TEST_F(Waits, BeginWithTheMessagesThatAnEarlierOneHasLeftAndEndWithALookAtTheHan
     EXPECT_EQ(WaitPumping(event, 200), 258U);
     EXPECT_EQ(calls, 599);
     PostMessageA(window.get(), WM_APP + 1, 0, 0);
+    PostMessageA(window.get(), WM_APP, 0, 0);
     EXPECT_EQ(WaitPumping(event, 50), WAIT_OBJECT_0 + 0U) << "set before the wait could end";
+    EXPECT_EQ(calls, 599) << "no other message is begun by then";
+    ResetEvent(event);
+    PostMessageA(window.get(), WM_KEYDOWN, 'A', 0x1E0001);
+    std::thread sender([&] {
+        Sleep(100);
+        SendMessageTimeoutA(window.get(), WM_APP + 1, 0, 0, SMTO_NORMAL, 5000, nullptr);
+    });
+    EXPECT_EQ(WaitPumping(event, 5000), WAIT_OBJECT_0 + 0U) << "sent by another thread";
+    EXPECT_EQ(calls, 601) << "the one before, and a key as a character";
+    sender.join();
     MSG message = {};
     while (GetMessageA(&message, nullptr, 0, 0) > 0) {
     }

@@ -89,6 +89,7 @@ TEST(RunnerWire, EveryMessageIsReadAndWrittenAgainByteByByte)
         Message(8, 7, 1, 2, 11, "a", 22, ""),
         Message(9, 7, "a"),
         Message(10, 7, 1, 2, 11, "", 0x80010040, 22, "b", 5),
+        {17, 0, 0, 0, 3, 0, 0, 0, 7, 0, 0, 0, 1, 0, 0, 0, 'h'},  // half a character
     };
     ScriptedPeer peer;
     const auto pipe = peer.Client();
