@@ -1,10 +1,9 @@
 // The type library in the built DLL, as the platform's own loader reads it.
 
-#include "tests/type_library.h"
-
 #include <gmock/gmock.h>
 #include <wrl/client.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "Interface.h"
@@ -17,26 +16,40 @@ namespace tvn::tests
 using Microsoft::WRL::ComPtr;
 using testing::ElementsAre;
 
-static std::string Described(const std::pair<std::string, std::string>& named)
+/// Name and help string of a library, of a type of it, or of a member of a type.
+template <class Source>
+static std::string Named(Source& source, long index)
 {
-    return named.first + " '" + named.second + "'";
+    BSTR name = nullptr;
+    BSTR help = nullptr;
+    source.GetDocumentation(index, &name, &help, nullptr, nullptr);
+    return Narrow(ComString(name, false)) + " '" + Narrow(ComString(help, false)) + "'";
 }
 
 /// One method written out as its definition would be.
-static std::string Described(const Method& method)
+static std::string Described(ITypeInfo& info, const FUNCDESC& function)
 {
+    BSTR names[10] = {};
+    UINT count = 0;
+    info.GetNames(function.memid, names, 10, &count);
     std::ostringstream text;
-    text << method.id << " " << method.name << " '" << method.help << "' " << method.result << " ";
-    for (const Method::Parameter& each : method.parameters) {
-        text << (&each == method.parameters.data() ? "(" : ", ") << each.name << ":" << each.type;
-        if (each.type == VT_PTR) {
-            text << ">" << each.pointed;
+    text << function.memid << ' ' << Named(info, function.memid) << ' '
+         << function.elemdescFunc.tdesc.vt << " (";
+    for (SHORT at = 0; at < function.cParams; ++at) {
+        const TYPEDESC& type = function.lprgelemdescParam[at].tdesc;
+        const PARAMDESC& parameter = function.lprgelemdescParam[at].paramdesc;
+        text << (at == 0 ? "" : ", ") << Narrow(ComString(names[at + 1], true)) << ":" << type.vt;
+        if (type.vt == VT_PTR) {
+            text << ">" << type.lptdesc->vt;
         }
-        text << "/" << each.flags;
-        if ((each.flags & PARAMFLAG_FHASDEFAULT) != 0) {
-            text << "=" << each.defaultType << ":" << each.byDefault;
+        text << "/" << parameter.wParamFlags;
+        if ((parameter.wParamFlags & PARAMFLAG_FHASDEFAULT) != 0) {
+            const VARIANT& value = parameter.pparamdescex->varDefaultValue;
+            text << "=" << V_VT(&value) << ":"
+                 << (V_VT(&value) == VT_BOOL ? V_BOOL(&value) : V_I4(&value));
         }
     }
+    std::for_each(names, names + count, SysFreeString);
     return text.str() + ")";
 }
 
@@ -50,7 +63,7 @@ static std::string Described(ITypeLib& library, UINT index)
     std::ostringstream text;
     text << type->typekind << ' ' << std::hex << type->wTypeFlags << std::dec;
     if (type->typekind != TKIND_ENUM) {  // the compiler makes up the enumeration's own name
-        text << ' ' << Described(Named(library, static_cast<long>(index)));
+        text << ' ' << Named(library, static_cast<long>(index));
     }
     HREFTYPE reference = 0;
     if (info->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference) == S_OK) {
@@ -67,13 +80,12 @@ static std::string Described(ITypeLib& library, UINT index)
         info->GetRefTypeOfImplType(number, &reference);
         info->GetRefTypeInfo(reference, base.GetAddressOf());
         info->GetImplTypeFlags(number, &flags);
-        text << " : " << Named(*base.Get(), -1).first << ' ' << flags;
+        text << " : " << Named(*base.Get(), -1) << ' ' << flags;
     }
     for (UINT number = 0; number < type->cVars; ++number) {
         VARDESC* member = nullptr;
         info->GetVarDesc(number, &member);
-        text << ' ' << Described(Named(*info.Get(), member->memid)) << '='
-             << V_I4(member->lpvarValue);
+        text << ' ' << Named(*info.Get(), member->memid) << '=' << V_I4(member->lpvarValue);
         info->ReleaseVarDesc(member);
     }
     info->ReleaseTypeAttr(type);
@@ -92,13 +104,21 @@ TEST(TypeLibrary, HoldsTheWholeInterface)
     EXPECT_EQ(attributes->wMinorVerNum, 0);
     EXPECT_TRUE(IsEqualGUID(attributes->guid, LIBID_Talvern));
     library->ReleaseTLibAttr(attributes);
-    EXPECT_EQ(Described(Named(*library.Get(), -1)), "Talvern 'Talvern Scripting Interface'");
+    EXPECT_EQ(Named(*library.Get(), -1), "Talvern 'Talvern Scripting Interface'");
 
     // Types: 3 long, 8 BSTR, 11 VARIANT_BOOL, 12 VARIANT, 25 HRESULT, 26 pointer, 29 user-defined.
     // Flags: 1 in, 2 out, 8 retval, 16 optional, 32 with a default.
     std::vector<std::string> methods;
-    for (const Method& method : MethodsOfTheDll()) {
-        methods.push_back(Described(method));
+    ComPtr<ITypeInfo> dispatch;
+    ComPtr<ITypeInfo> app;
+    HREFTYPE reference = 0;
+    library->GetTypeInfoOfGuid(IID_IApp, dispatch.GetAddressOf());
+    dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference);
+    ASSERT_EQ(dispatch->GetRefTypeInfo(reference, app.GetAddressOf()), S_OK);
+    FUNCDESC* function = nullptr;
+    for (UINT index = 0; app->GetFuncDesc(index, &function) == S_OK; ++index) {
+        methods.push_back(Described(*app.Get(), *function));
+        app->ReleaseFuncDesc(function);
     }
     const std::string status = "Status:26>29/10)";
     EXPECT_THAT(
@@ -122,8 +142,8 @@ TEST(TypeLibrary, HoldsTheWholeInterface)
         types.push_back(Described(*library.Get(), index));
     }
     EXPECT_THAT(types, testing::UnorderedElementsAre(
-                           "4 1040 IApp 'IApp Interface', dual 1140 : IDispatch 0",
-                           "5 2 App 'App Class' : IApp 1", "6 0 Status ''",
+                           "4 1040 IApp 'IApp Interface', dual 1140 : IDispatch '' 0",
+                           "5 2 App 'App Class' : IApp 'IApp Interface' 1", "6 0 Status ''",
                            "0 0 sOk ''=1 sFail ''=-1 sNotCompleted ''=-2 sTimeout ''=-3 "
                            "sNotStarted ''=-4 sInternal ''=-20 sMacroError ''=-100 "
                            "sRunnerNotReachable ''=-6 sInstancesCountLimitReached ''=-7"));
