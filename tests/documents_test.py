@@ -104,9 +104,7 @@ def wrong_with(command):
 SHOW_CALLS = sorted({*DOCUMENTS, *ROOT.glob("examples/*.*s*"), *ROOT.glob("examples/play.[bp]*"),
                      ROOT / "examples/cpp/TalvernClient.h"})
 SIGNATURE = r"(?<![\w.>:])(tvn[A-Z]\w+)\((?!\d)([^)]*)\)"
-CALL = r"\.(tvn[A-Z]\w+)(?:\(((?:[^()\"]|\"[^\"\n]*\")*)\)| +([^=()\s][^()\n]*)|(?=\s))"
-CONSTANTS = {r"[\"'].*": {"BSTR", "VARIANT"}, r"-?\d+": {"long", "VARIANT"},
-             r"(?i:\$?(true|false))": {"VARIANT_BOOL"}}
+CALL = r"\.(tvn[A-Z]\w+)"
 
 
 def methods():
@@ -124,22 +122,6 @@ def signature(name, parameters):
         value = " = " + ("True" if kind == "VARIANT_BOOL" else default[1]) if default else ""
         shown_as.append(f"[{parameter}{value}]" if "optional" in attributes else parameter)
     return f"{name}({', '.join(shown_as)})"
-
-
-def wrong_with_call(parameters, text):
-    """What is wrong with the arguments of a call, or None."""
-    arguments = [argument.strip() for argument in re.findall(r"""((?:"[^"]*"|'[^']*'|[^,"'])+)""", text)]
-    missing = [name for attributes, _, name in parameters if "optional" not in attributes]
-    left = {name: kind for _, kind, name in parameters}
-    names = [*left]
-    for index, argument in enumerate(arguments):
-        named = re.fullmatch(r"(\w+) ?(?::=|:|=)(?!=) ?(.*)", argument, re.S)
-        name, value = named.groups() if named else ("".join(names[index:index + 1]), argument)
-        kind = left.pop(name, None)
-        if not kind or not all(kind in kinds for constant, kinds in CONSTANTS.items()
-                               if re.fullmatch(constant, value, re.S)):
-            return f"{argument} does not fit"
-    return next((f"{name} is missing" for name in missing if name in left), None)
 
 
 # ---- diagnostic lines
@@ -255,10 +237,9 @@ class Documents(unittest.TestCase):
                 with self.subTest(file=path.name, signature=method):
                     shown_as = re.sub(r"\s+(///)?\s*", " ", parameters)
                     self.assertEqual(f"{method}({shown_as})", signature(method, known.get(method, ())))
-            for method, in_parentheses, behind in re.findall(CALL, text_of(path)):
-                with self.subTest(file=path.name, call=f"{method} {in_parentheses or behind}"):
-                    self.assertIsNone(wrong_with_call(known[method], in_parentheses or behind))
-                calls += 1
+            found = re.findall(CALL, text_of(path))
+            self.assertLessEqual(set(found), set(known), path.name)
+            calls += len(found)
         self.assertGreater(calls, 80)
 
     def test_the_diagnostic_lines_are_those_of_the_sources(self):

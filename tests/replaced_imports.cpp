@@ -2,8 +2,8 @@
 
 #include <sstream>
 
-#include "tests/count_request.h"
 #include "tests/imported_calls.h"
+#include "tools/lib/count_request.h"
 
 namespace tvn::tests
 {
@@ -30,7 +30,7 @@ static const ReplacedImport g_replaced[] = {
     // What the product ends by force is counted too, where the build counts.
     TVN_REPLACE_IMPORT(TerminateProcess,
                        [](HANDLE process, UINT code) -> BOOL {
-                           return EndWithCounts(process) ||
+                           return coverage::EndWithCounts(process) ||
                                   TVN_REAL_IMPORT(TerminateProcess)(process, code);
                        }),
     TVN_REPLACE_IMPORT(

@@ -12,8 +12,8 @@
 #include "pipeutils/PipeNames.h"
 #include "process/Process.h"
 #include "tests/byte_peer.h"
-#include "tests/count_request.h"
 #include "tests/texts.h"
+#include "tools/lib/count_request.h"
 
 namespace tvn::tests
 {
@@ -51,7 +51,7 @@ std::string StandinFolder()
 static void End(IProcess& process)
 {
     constexpr DWORD kAccess = PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE;
-    EndWithCounts(Handle(OpenProcess(kAccess, FALSE, process.GetPid())).Get());
+    coverage::EndWithCounts(Handle(OpenProcess(kAccess, FALSE, process.GetPid())).Get());
     process.Terminate(0);
     process.WaitForExit(5000);
 }

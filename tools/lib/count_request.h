@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace tvn::tests
+namespace coverage
 {
 
 /// The exit code that the program then ends with: that of one that is ended by force.
@@ -31,4 +31,4 @@ inline bool EndWithCounts(HANDLE process)
     return WaitForSingleObject(process, kPatience) == WAIT_OBJECT_0;
 }
 
-}  // namespace tvn::tests
+}  // namespace coverage

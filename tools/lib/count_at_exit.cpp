@@ -1,11 +1,12 @@
 // Only in the build that counts what runs: a program that ends by ExitProcess, while its other
-// threads still wait, writes its counts before; so does one that a test ends (see surroundings.h).
+// threads still wait, writes its counts before; so does one that a test ends (see
+// tests/surroundings.cpp).
 
 #include <windows.h>
 
 #include <string>
 
-#include "tests/count_request.h"
+#include "tools/lib/count_request.h"
 
 extern "C" void __gcov_dump();
 
@@ -23,11 +24,11 @@ extern "C" void(WINAPI* const __imp_ExitProcess)(UINT) = &CountAndExit;
 static DWORD WINAPI ExitOnRequest(void* request)
 {
     WaitForSingleObject(request, INFINITE);
-    CountAndExit(tvn::tests::kCountedExitCode);
+    CountAndExit(coverage::kCountedExitCode);
 }
 
 /// Both live until the process ends.
 static const HANDLE g_thread = CreateThread(
     nullptr, 0, &ExitOnRequest,
-    CreateEventA(nullptr, TRUE, FALSE, tvn::tests::CountRequestName(GetCurrentProcessId()).c_str()),
+    CreateEventA(nullptr, TRUE, FALSE, coverage::CountRequestName(GetCurrentProcessId()).c_str()),
     0, nullptr);
