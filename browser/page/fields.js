@@ -53,7 +53,8 @@ function fieldsInPage(own) {
     if (isInput && !textTypes.has(control.type)) {
       return set(control, text);
     }
-    if (control.type === "number" && text !== "" && Number.isNaN(Number(text))) {
+    const isNumber = /^\s*([-+]?(\d+\.?\d*|\.\d+)(e[-+]?\d+)?)?\s*$/i.test(text);
+    if (control.type === "number" && !isNumber) {
       return { against: `does not take "${text}"` };
     }
     if (!focus(control)) {
@@ -130,6 +131,10 @@ function fieldsInPage(own) {
     if (count > 1 && !control.multiple) {
       return { against: "takes one file only" };
     }
+    if (count === 0) {
+      control.value = "";
+      announce(control, "input", "change");
+    }
     own.chosen = control;
     return { value: true };
   }
@@ -149,10 +154,21 @@ function fieldsInPage(own) {
     fill: (selector, text, timeout) =>
       own.ready(selector, ["visible", "enabled", "editable"], timeout, (one) => fill(one, text)),
 
-    focus: (selector, timeout) =>
-      own.ready(selector, ["visible", "enabled"], timeout, (element) =>
-        focus(own.controlOf(element)) ? { value: true } : unfocused,
-      ),
+    // With `forText`, the caret goes behind the text of a field that has not had the focus before.
+    focus(selector, forText, timeout) {
+      const wanted = ["visible", "enabled", ...(forText ? ["editable"] : [])];
+      return own.ready(selector, wanted, timeout, (element) => {
+        const control = own.controlOf(element);
+        const isNew = !control.matches(":focus-within, :focus *");
+        if (!focus(control)) {
+          return unfocused;
+        }
+        if (forText && isNew) {
+          document.getSelection().modify("move", "forward", "documentboundary");
+        }
+        return { value: true };
+      });
+    },
 
     select: (selector, wanted, timeout) =>
       own.ready(selector, ["visible", "enabled"], timeout, (one) => select(one, wanted)),

@@ -41,7 +41,7 @@ class FrameOperations {
   type(selector, text, options = {}) {
     return this.#step("type", [selector, text], options, [], (deadline) =>
       this.#access.leading(deadline, async ({ tab }) => {
-        await this.#access.ask("focus", selector, [], deadline);
+        await this.#access.ask("focus", selector, [true], deadline);
         await new Input(tab, deadline).type(String(text));
       }),
     );
@@ -51,19 +51,19 @@ class FrameOperations {
     return this.#step("press", [selector, key], options, [], (deadline) =>
       this.#access.leading(deadline, async ({ tab }) => {
         const events = keyEvents(String(key));
-        await this.#access.ask("focus", selector, [], deadline);
+        await this.#access.ask("focus", selector, [false], deadline);
         await new Input(tab, deadline).press(events);
       }),
     );
   }
 
   selectOption(selector, values, options = {}) {
-    const wanted = (Array.isArray(values) ? values : [values]).map((value) =>
-      value !== null && typeof value === "object" ? value : String(value),
-    );
-    return this.#step("selectOption", [selector, values], options, [], (deadline) =>
-      this.#access.leading(deadline, () => this.#access.ask("select", selector, [wanted], deadline)),
-    );
+    return this.#step("selectOption", [selector, values], options, [], (deadline) => {
+      const wanted = [values].flat().map(optionWanted);
+      return this.#access.leading(deadline, () =>
+        this.#access.ask("select", selector, [wanted], deadline),
+      );
+    });
   }
 
   check(selector, options = {}) {
@@ -86,6 +86,9 @@ class FrameOperations {
         const question = this.#play.program.ask({ what: "files", paths: names });
         const paths = await deadline.within(question, late);
         await this.#access.ask("fileField", selector, [names.length], deadline);
+        if (names.length === 0) {
+          return; // the field has been emptied
+        }
         const world = await tab.world(frame, ownWorld, deadline);
         const objectId = await deadline.within(tab.chosenIn(frame, world), late);
         const params = { files: paths, objectId };
@@ -193,6 +196,19 @@ class FrameOperations {
       this.#access.ask(question, selector, [], deadline),
     );
   }
+}
+
+// An option as a macro names it: by a text, or by what an object says of it.
+function optionWanted(value) {
+  if (value === null || typeof value !== "object") {
+    return String(value);
+  }
+  const isKnown = ([name, one]) => ["value", "label", "index"].includes(name) && one !== undefined;
+  const said = Object.entries(value);
+  if (said.length === 0 || !said.every(isKnown)) {
+    throw new Error("selectOption takes texts, or objects with value, label or index");
+  }
+  return value;
 }
 
 // Any name that no operation has is an error.

@@ -45,3 +45,17 @@ extract(await page.inputValue("#color"), await page.selectOption("#list", "Two b
 await page.fill("#color", "red").catch(({ message }) => extract(message));
 extract(await page.inputValue("#color"));
 //= 1||#ff0000[EXTRACT]["2"][EXTRACT]#color does not take "red"[EXTRACT]#ff0000
+// What is typed goes behind what is there, or to where the macro has put the caret.
+//> form.html
+await page.evaluate(() => { rich.textContent = area.textContent = "12"; text.defaultValue = number.defaultValue = "12"; });
+for (const one of ["#text", "#area", "#rich", "#number"]) {
+  await page.type(one, "3");
+  await page.press(one, "ArrowLeft");
+  await page.type(one, "4");
+}
+extract(await page.evaluate(() => [text.value, area.value, rich.textContent, number.value]));
+await page.evaluate(() => { text.readOnly = true; });
+await page.type("#text", "5", { timeout: 100 }).catch(({ message }) => extract(message));
+for (const one of ["0x10", "Infinity"]) await page.fill("#number", one).catch(({ message }) => extract(message));
+for (const one of [{ text: "Two" }, { label: undefined }]) await page.selectOption("#one", one).catch(({ message }) => extract(message));
+//= 1||["1243","1243","1243","1243"][EXTRACT]#text is not editable[EXTRACT]#number does not take "0x10"[EXTRACT]#number does not take "Infinity"[EXTRACT]selectOption takes texts, or objects with value, label or index[EXTRACT]selectOption takes texts, or objects with value, label or index
