@@ -107,7 +107,7 @@ class FrameAccess {
     await tab.callIn(frame, world, turn, []).catch(() => {}); // the page has gone meanwhile
   }
 
-  clickAt(selector, options, deadline) {
+  clickAt(selector, options, deadline, question = "aim") {
     const { button = "left", clickCount = 1 } = options;
     if (!Object.hasOwn(mouseButtons, button)) {
       throw new Error(`click knows no button "${button}"`);
@@ -116,18 +116,19 @@ class FrameAccess {
       throw new Error(`click: ${clickCount} is no number of clicks`);
     }
     return this.leading(deadline, async ({ tab }) => {
-      const point = await this.aim("aim", selector, deadline);
-      await this.#reach(selector, point, deadline);
+      const point = await this.reach(question, selector, deadline);
       await new Input(tab, deadline).click(point, { button, clickCount });
     });
   }
 
-  // A frame from another site is drawn by another process. Until the browser knows where the frame
-  // lies, a click there goes to the page around it: the mouse is moved until the frame has seen it.
-  async #reach(selector, { x, y }, deadline) {
+  // Where to put the mouse on the element. A frame from another site is drawn by another process.
+  // Until the browser knows where the frame lies, a click there goes to the page around it: the
+  // mouse is moved until the frame has seen it.
+  async reach(question, selector, deadline) {
+    const { x, y } = await this.#aim(question, selector, deadline);
     const { tab, frame } = await this.where(deadline);
     if (frame.session === tab.session) {
-      return;
+      return { x, y };
     }
     const input = new Input(tab, deadline);
     let seen = false;
@@ -136,12 +137,13 @@ class FrameAccess {
       const pause = new Promise((resolve) => setTimeout(resolve, 20));
       await Promise.all([input.move({ x: x + shift, y }), Promise.race([arrival, pause])]);
     }
+    return { x, y };
   }
 
-  // Where to put the mouse on the element, relative to the page's corner.
-  async aim(question, selector, deadline) {
-    for (;;) {
-      let point = await this.ask(question, selector, [], deadline);
+  // Where the element is hit, relative to the page's corner.
+  async #aim(question, selector, deadline) {
+    for (let tries = 0; ; ++tries) {
+      let point = await this.ask(question, selector, [tries], deadline);
       const { tab, frame } = await this.where(deadline);
       for (let at = frame; point && at.parent; at = at.parent) {
         point = await this.#inParent(tab, at, point, deadline);
@@ -179,7 +181,7 @@ class FrameAccess {
     if ((await is()) === wanted) {
       return;
     }
-    await this.clickAt(selector, {}, deadline);
+    await this.clickAt(selector, {}, deadline, "aimToCheck");
     if ((await is()) !== wanted) {
       throw new Error(`${selector} ${wanted ? "stays unchecked" : "stays checked"}`);
     }

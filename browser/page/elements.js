@@ -91,18 +91,31 @@ function elementsInPage(own) {
   }
 
   // Scrolls the element into view, to another edge at each try because something may lie over one
-  // of them, and tells where a click hits it.
-  function aim(element, tries) {
+  // of them, and tells where a click hits it; when a control is `meant`, no other one inside.
+  function aim(element, tries, meant = null) {
     const edges = ["center", "end", "start"];
     if (tries > 0 || !middle(element).seen) {
-      element.scrollIntoView({ block: edges[tries % 3], inline: "nearest", behavior: "instant" });
+      // Sideways no further than needed at first; that may be undone where the scrolling snaps.
+      const inline = tries < 3 ? "nearest" : edges[tries % 3];
+      element.scrollIntoView({ block: edges[tries % 3], inline, behavior: "instant" });
     }
     const point = middle(element);
     const hit = point.seen ? elementAt(point) : null;
-    if (hit && isHitBy(element, hit)) {
+    const inside = meant && hit?.closest(controls);
+    const isOther = inside && inside !== meant && own.holds(element, inside);
+    if (hit && isHitBy(element, hit) && !isOther) {
       return { value: { x: point.x, y: point.y } };
     }
     return { lacks: hit ? `is covered by ${own.named(hit)}` : "cannot be scrolled into view" };
+  }
+
+  // Where a click checks the element: on the control itself or, where something else is drawn for
+  // it, on its label, which may hold links too.
+  function aimToCheck(element, tries) {
+    const control = own.controlOf(element);
+    const isDrawn = control !== element && own.isVisible(control);
+    const direct = isDrawn ? aim(control, tries) : {};
+    return direct.value ? direct : aim(element, tries, control);
   }
 
   // Whether an animation may move a box: it runs by time, not by scrolling, and changes more than
@@ -179,6 +192,8 @@ function elementsInPage(own) {
   // Waits until the element is there and has what is `wanted`, and gives what `use` makes of it.
   own.ready = (text, wanted, timeout, use) => {
     let lastLook = null;
+    let tries = 0;
+    let lacked; // at the last try, which may have scrolled
     const checks = {
       // The body takes keys whether there is anything in it or not.
       visible: (one) => one === document.body || own.isVisible(one) || "is not visible",
@@ -187,10 +202,9 @@ function elementsInPage(own) {
       resting(one, drawn) {
         const isFirstLook = lastLook !== one;
         lastLook = one;
-        return isResting(one, drawn, isFirstLook) || "is not at rest";
+        return isResting(one, drawn, isFirstLook) || (lacked ?? "is not at rest");
       },
     };
-    let tries = 0;
     return until(text, timeout, (selector, drawn) => {
       const element = selector.first();
       if (!element) {
@@ -202,19 +216,24 @@ function elementsInPage(own) {
           return { lacks: found };
         }
       }
-      return use(element, tries++);
+      const result = use(element, tries++);
+      lacked = result.lacks;
+      return result;
     });
   };
+
+  const placed = (selector, wanted, before, timeout, use) =>
+    own.ready(selector, [...wanted, "resting"], timeout, (one, tries) => use(one, before + tries));
 
   // What this world is asked for by name. Each answer has a `value`, what the element `lacks`, or
   // the reason `against` any further waiting.
   own.answers = {
-    // The place to click at.
-    aim: (selector, timeout) =>
-      own.ready(selector, ["visible", "enabled", "resting"], timeout, aim),
-
-    // The place to move the mouse to, which may be over something that is disabled.
-    hover: (selector, timeout) => own.ready(selector, ["visible", "resting"], timeout, aim),
+    // The place to click at, to check, or to move the mouse to, which may be over something that is
+    // disabled. `tries` says how often the place was in vain before, for what is around this frame.
+    aim: (selector, tries, timeout) => placed(selector, ["visible", "enabled"], tries, timeout, aim),
+    aimToCheck: (selector, tries, timeout) =>
+      placed(selector, ["visible", "enabled"], tries, timeout, aimToCheck),
+    hover: (selector, tries, timeout) => placed(selector, ["visible"], tries, timeout, aim),
 
     // Waits until the element is "attached", "detached", "visible" or "hidden".
     state(text, state, timeout) {
@@ -255,13 +274,19 @@ function elementsInPage(own) {
 }
 
 // Runs in the visible page too, with the element of a frame as `this`: where a point of that frame
-// lies, relative to the corner of the document that holds it. Null when something covers it.
+// lies, relative to the corner of the document that holds it. Null when something covers it,
+// or it is not known.
 function placeInParent(x, y) {
   const box = this.getBoundingClientRect();
   const style = getComputedStyle(this);
+  // It may be drawn larger or smaller than it is laid out; where it is turned is not known here.
+  const scale = { x: box.width / this.offsetWidth, y: box.height / this.offsetHeight };
+  if (Math.abs(scale.x / scale.y - 1) > 0.1) {
+    return null;
+  }
   const point = {
-    x: box.left + this.clientLeft + parseFloat(style.paddingLeft) + x,
-    y: box.top + this.clientTop + parseFloat(style.paddingTop) + y,
+    x: box.left + (this.clientLeft + parseFloat(style.paddingLeft) + x) * scale.x,
+    y: box.top + (this.clientTop + parseFloat(style.paddingTop) + y) * scale.y,
   };
   return this.getRootNode().elementFromPoint(point.x, point.y) === this ? point : null;
 }

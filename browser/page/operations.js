@@ -19,7 +19,7 @@ class FrameOperations {
   hover(selector, options = {}) {
     return this.#step("hover", [selector], options, [], (deadline) =>
       this.#access.leading(deadline, async ({ tab }) => {
-        const point = await this.#access.aim("hover", selector, deadline);
+        const point = await this.#access.reach("hover", selector, deadline);
         await new Input(tab, deadline).move(point);
       }),
     );

@@ -59,3 +59,11 @@ await page.type("#text", "5", { timeout: 100 }).catch(({ message }) => extract(m
 for (const one of ["0x10", "Infinity"]) await page.fill("#number", one).catch(({ message }) => extract(message));
 for (const one of [{ text: "Two" }, { label: undefined }]) await page.selectOption("#one", one).catch(({ message }) => extract(message));
 //= 1||["1243","1243","1243","1243"][EXTRACT]#text is not editable[EXTRACT]#number does not take "0x10"[EXTRACT]#number does not take "Infinity"[EXTRACT]selectOption takes texts, or objects with value, label or index[EXTRACT]selectOption takes texts, or objects with value, label or index
+// A link in a label is not followed when what the label stands for is checked.
+//> form.html
+await page.evaluate(() => { document.body.innerHTML = "<label id=own><input type=checkbox id=box> I <a href='second.html'>accept all of the terms</a> of it</label>"; });
+await page.check("#own");
+extract(await page.isChecked("#own"));
+await page.evaluate(() => { box.hidden = true; });
+await page.uncheck("#own", { timeout: 200 }).catch(({ message }) => extract(message));
+//= 1||true[EXTRACT]#own is covered by <a>

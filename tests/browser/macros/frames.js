@@ -39,3 +39,26 @@ await corner.evaluate(() => { dot.onclick = () => { dot.title = "hit"; }; });
 await corner.click("#dot");
 extract(await corner.getAttribute("#dot", "title"));
 //= 1||hit
+// A frame may be drawn at another size, and what is hovered over in one may have been scrolled to.
+//> frames.html
+for (const style of ["transform: scale(.5)", "zoom: 1.5"]) {
+  await page.evaluate((style) => { document.querySelector("[name=near]").style = style; }, style);
+  await page.frame("near").evaluate(() => { go.dataset.kind = ""; });
+  await page.frame("near").click("#go", { timeout: 5000 });
+  extract(await page.frame("near").getAttribute("#go", "data-kind"));
+}
+const below = page.frame("**?far");
+await page.evaluate(() => { document.body.insertAdjacentHTML("afterbegin", "<p style='height: 3000px'></p>"); });
+await below.hover("#far");
+extract(await below.evaluate(() => document.querySelector("#far").matches(":hover")));
+//= 1||clicked[EXTRACT]clicked[EXTRACT]true
+// What lies over the edge of a frame is scrolled around.
+//> frames.html
+await page.evaluate(() => {
+  Object.assign(over, { hidden: false, style: "position: fixed; inset: 0 0 auto 0; height: 155px" });
+  document.body.style.paddingBottom = "3000px";
+  document.querySelector("[name=near]").scrollIntoView();
+});
+await page.frame("near").click("#go");
+extract(await page.frame("near").getAttribute("#go", "data-kind"));
+//= 1||clicked

@@ -96,3 +96,15 @@ for (const place of ["top: 25%; bottom: 25%", "top: 0; height: 60%", "bottom: 0;
 }
 extract(await page.evaluate(() => log.filter((line) => line === "click far").length));
 //= 1||3
+// Where scrolling snaps, and where what is in front cannot be scrolled away.
+//> form.html
+await page.evaluate(() => {
+  document.body.innerHTML = `<div style="display: flex; overflow: auto hidden; width: 300px; scroll-snap-type: x mandatory">
+    ${"<p style='flex: 0 0 300px; scroll-snap-align: start'>x</p>".repeat(2)}<p style="flex: 0 0 300px; scroll-snap-align: start"><button id="last">x</button></p></div>
+    <p style="height: 5000px"></p><button id="under">x</button><p style="height: 20px"></p><div id="foot" style="position: fixed; inset: 40% 0 0 0"></div>`;
+});
+await page.click("#last", { timeout: 5000 });
+const said = new Set();
+for (let time = 150; time < 210; time += 10) await page.click("#under", { timeout: time }).catch(({ message }) => said.add(message));
+extract(...said);
+//= 1||#under is covered by <div id="foot">
