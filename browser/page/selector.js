@@ -47,8 +47,11 @@ function selectorsInPage(own) {
     const visit = (node, found) => {
       let inside = false;
       const roots = node.shadowRoot ? [node.shadowRoot, node] : [node];
-      for (const child of roots.flatMap((root) => [...root.children])) {
-        inside = visit(child, found) || inside;
+      // A form may have a field with the name "children", which would hide the form's own.
+      for (let child of roots.map((root) => root.firstElementChild)) {
+        for (; child; child = child.nextElementSibling) {
+          inside = visit(child, found) || inside;
+        }
       }
       if (!inside && !node.matches("script, style, noscript") && matches(textOf(node))) {
         found.push(node);
@@ -99,12 +102,17 @@ function selectorsInPage(own) {
     textbox: `textarea, input:not([type], [list]), :is(${texts}):not([list])`,
   };
 
-  // What a label says, without what the controls inside it hold.
-  function labelText(label) {
-    const copy = label.cloneNode(true);
-    copy.querySelectorAll("select, textarea, button").forEach((one) => one.remove());
-    return copy.textContent;
+  // What is read out of a node: no icons and the like that are hidden, and nothing from elements that
+  // match `without`.
+  function spoken(node, without) {
+    const read = (child) =>
+      child.nodeType === Node.TEXT_NODE ? child.data
+        : child.nodeType !== Node.ELEMENT_NODE || child.matches(without) ? ""
+        : getComputedStyle(child).display === "none" ? ""
+        : child.matches("img") ? child.alt : spoken(child, without);
+    return Array.from(node.childNodes, read).join("");
   }
+  const unspoken = "[aria-hidden=true], script, style";
 
   // The name by which an element is read out.
   function nameOf(element) {
@@ -115,11 +123,11 @@ function selectorsInPage(own) {
     const names = [
       () => texts(named, (id) => root.getElementById(id)?.textContent ?? ""),
       () => attribute("aria-label"),
-      () => texts(element.labels, labelText),
+      // Without what the controls inside a label hold.
+      () => texts(element.labels, (label) => spoken(label, `${unspoken}, select, textarea, button`)),
       () => (element.matches(typed("button", "submit", "reset")) ? element.value : ""),
       () => attribute("alt"),
-      () => (element.matches("input, select, textarea") ? "" : element.textContent),
-      () => texts(element.querySelectorAll("img[alt]"), (image) => image.alt),
+      () => (element.matches("input, select, textarea") ? "" : spoken(element, unspoken)),
       () => attribute("title"),
       () => attribute("placeholder"),
     ];

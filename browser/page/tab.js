@@ -106,9 +106,8 @@ class Tab {
       return { value: remote, later: true };
     }
     const { value } = await this.#run(frame, world, "Runtime.callFunctionOn", {
-      functionDeclaration: sentFunction("((value) => value)"),
+      functionDeclaration: sentFunction("(() => this)"),
       objectId: remote.objectId,
-      arguments: [{ objectId: remote.objectId }],
       returnByValue: true,
       awaitPromise: true,
     });

@@ -85,7 +85,7 @@ class Tabs {
   }
 
   // The macro's answer to a dialog, as the protocol puts it; nothing when it leaves dialogs alone.
-  async #answer({ type, message }) {
+  async #answer({ type, message, defaultPrompt }) {
     if (this.#dialogAnswer === null) {
       return null;
     }
@@ -95,7 +95,7 @@ class Tabs {
     const given = this.#dialogAnswer;
     const answer = typeof given === "function" ? await given(message) : given;
     const accept = answer !== false && answer !== null && answer !== undefined;
-    return { accept, ...(typeof answer === "string" && { promptText: answer }) };
+    return { accept, promptText: typeof answer === "string" ? answer : defaultPrompt };
   }
 
   #handlers = {

@@ -21,7 +21,7 @@ function packed(whole) {
       return marked(kind, [...value].map(pack));
     }
     if (Array.isArray(value)) {
-      return Array.from(value, pack);
+      return [...value].map(pack); // some pages have an "Array.from" of their own
     }
     if (typeof value.toJSON === "function") {
       return pack(value.toJSON());

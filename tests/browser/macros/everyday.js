@@ -83,3 +83,20 @@ extract(await page.evaluate(async () => [files.files[0].name.slice(0, 6), await 
 await page.setInputFiles("#files", [file, file]).catch(({ message }) => extract(message));
 await page.setInputFiles("#name", file).catch(({ message }) => extract(message));
 //= 1||true[EXTRACT]true[EXTRACT]Everyday[EXTRACT]goto /prices.csv: this is a download, no page[EXTRACT]download: no file comes[EXTRACT]["prices","Single;80","change files"][EXTRACT]#files takes one file only[EXTRACT]#name takes no files, it is a <input id="name">
+// Names as they are read out, and texts of a form that has a field with the name "children".
+//> everyday.html
+await page.evaluate(() => {
+  document.body.innerHTML = `<form><input name=children><button id=a><i aria-hidden=true>save</i><b style="display: none">Wait</b> Save</button>
+    <button id=b><img alt=Open> it</button></form>`;
+});
+for (const one of ["role=button[name=Save]", 'role=button[name="Open it"]', 'text=" it"']) extract(await page.getAttribute(one, "id", { timeout: 100 }));
+//= 1||a[EXTRACT]b[EXTRACT]b
+// What a page has agreed to, what a script gives as a text, and what comes from a page with another "Array.from".
+//> everyday.html
+page.onDialog(true);
+extract(await page.evaluate(() => prompt("a", "given")), await page.evaluate("[new Date(3)]"));
+extract(await page.evaluate(() => { Array.from = (all) => [...all]; return [new Date(5)]; }));
+await page.setInputFiles("#files", await page.download(() => page.click("#save")));
+await page.setInputFiles("#files", []);
+extract(await page.evaluate(() => files.files.length));
+//= 1||given[EXTRACT]["1970-01-01T00:00:00.003Z"][EXTRACT]["1970-01-01T00:00:00.005Z"][EXTRACT]0
