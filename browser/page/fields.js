@@ -198,6 +198,15 @@ function fieldsInPage(own) {
   });
 }
 
+// Keeps a link such as "tel:1" from asking a person which program is to open it: no click would meet
+// the page behind that question.
+function keepInBrowser(event) {
+  const own = /^(about|blob|chrome.*|data|devtools|edge|file|filesystem|https?|javascript):/;
+  if (!own.test(event.destination.url)) {
+    event.preventDefault();
+  }
+}
+
 // What is loaded into each document of the visible page.
 const codeInPage = `{
   globalThis.talvernElements?.stop();
@@ -205,4 +214,5 @@ const codeInPage = `{
   (${selectorsInPage})(own);
   (${elementsInPage})(own);
   (${fieldsInPage})(own);
+  globalThis.navigation?.addEventListener("navigate", ${keepInBrowser});
 }`;

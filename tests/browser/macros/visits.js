@@ -112,3 +112,12 @@ for (const make of [() => document.createElement("iframe"), () => document.creat
   try { make(); } catch ({ message }) { extract(message); }
 }
 //= 1||the document of a macro has no frames; use those of the page[EXTRACT]the document of a macro has no frames; use those of the page
+// A link for another program asks nobody, and the page takes clicks as before.
+//> form.html
+await page.evaluate(() => { link.href = "tel:1"; });
+await page.click("#link");
+await page.evaluate(() => { location = "tel:2"; });
+await page.waitForTimeout(700);
+await page.click("#go");
+extract(await page.getAttribute("#go", "data-kind"));
+//= 1||clicked
