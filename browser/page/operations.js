@@ -86,9 +86,6 @@ class FrameOperations {
         const question = this.#play.program.ask({ what: "files", paths: names });
         const paths = await deadline.within(question, late);
         await this.#access.ask("fileField", selector, [names.length], deadline);
-        if (names.length === 0) {
-          return; // the field has been emptied
-        }
         const world = await tab.world(frame, ownWorld, deadline);
         const objectId = await deadline.within(tab.chosenIn(frame, world), late);
         const params = { files: paths, objectId };
@@ -200,15 +197,12 @@ class FrameOperations {
 
 // An option as a macro names it: by a text, or by what an object says of it.
 function optionWanted(value) {
-  if (value === null || typeof value !== "object") {
-    return String(value);
-  }
   const isKnown = ([name, one]) => ["value", "label", "index"].includes(name) && one !== undefined;
-  const said = Object.entries(value);
-  if (said.length === 0 || !said.every(isKnown)) {
+  const said = value !== null && typeof value === "object" ? Object.entries(value) : null;
+  if (said && !(said.length > 0 && said.every(isKnown))) {
     throw new Error("selectOption takes texts, or objects with value, label or index");
   }
-  return value;
+  return said ? value : String(value);
 }
 
 // Any name that no operation has is an error.
