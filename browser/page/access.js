@@ -117,7 +117,7 @@ class FrameAccess {
     }
     return this.leading(deadline, async ({ tab }) => {
       const point = await this.reach(question, selector, deadline);
-      await new Input(tab, deadline).click(point, { button, clickCount });
+      await tab.input(deadline, (input) => input.click(point, { button, clickCount }));
     });
   }
 

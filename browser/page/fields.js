@@ -139,6 +139,7 @@ function fieldsInPage(own) {
     return { value: true };
   }
 
+  const takingKeys = (forText) => ["visible", "enabled", ...(forText ? ["editable"] : [])];
   // What is asked of an element that only has to be there.
   const read = (use) => (selector, timeout) => own.ready(selector, [], timeout, use);
   // What is asked of all elements that are there now.
@@ -151,13 +152,16 @@ function fieldsInPage(own) {
   };
 
   Object.assign(own.answers, {
+    // Waits until the element can be typed into or, without `forText`, take keys.
+    takesKeys: (selector, forText, timeout) =>
+      own.ready(selector, takingKeys(forText), timeout, () => ({ value: true })),
+
     fill: (selector, text, timeout) =>
-      own.ready(selector, ["visible", "enabled", "editable"], timeout, (one) => fill(one, text)),
+      own.ready(selector, takingKeys(true), timeout, (one) => fill(one, text)),
 
     // With `forText`, the caret goes behind the text of a field that has not had the focus before.
     focus(selector, forText, timeout) {
-      const wanted = ["visible", "enabled", ...(forText ? ["editable"] : [])];
-      return own.ready(selector, wanted, timeout, (element) => {
+      return own.ready(selector, takingKeys(forText), timeout, (element) => {
         const control = own.controlOf(element);
         const isNew = !control.matches(":focus-within, :focus *");
         if (!focus(control)) {

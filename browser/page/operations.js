@@ -20,7 +20,7 @@ class FrameOperations {
     return this.#step("hover", [selector], options, [], (deadline) =>
       this.#access.leading(deadline, async ({ tab }) => {
         const point = await this.#access.reach("hover", selector, deadline);
-        await new Input(tab, deadline).move(point);
+        await tab.input(deadline, (input) => input.move(point));
       }),
     );
   }
@@ -28,31 +28,38 @@ class FrameOperations {
   fill(selector, value, options = {}) {
     return this.#step("fill", [selector, value], options, [], async (deadline) => {
       const text = String(value);
-      const { tab } = await this.#access.where(deadline);
-      if ((await this.#access.ask("fill", selector, [text], deadline)) === "set") {
+      let filled;
+      await this.#withKeys(selector, true, deadline, async (input) => {
+        filled = await this.#access.ask("fill", selector, [text], deadline);
+        if (filled !== "set") {
+          await (text === "" ? input.press(keyEvents("Delete")) : input.insert(text));
+        }
+      });
+      if (filled === "set") {
         await this.#access.leading(deadline, () => {});
-        return;
       }
-      const input = new Input(tab, deadline);
-      await (text === "" ? input.press(keyEvents("Delete")) : input.insert(text));
     });
   }
 
   type(selector, text, options = {}) {
     return this.#step("type", [selector, text], options, [], (deadline) =>
-      this.#access.leading(deadline, async ({ tab }) => {
-        await this.#access.ask("focus", selector, [true], deadline);
-        await new Input(tab, deadline).type(String(text));
-      }),
+      this.#access.leading(deadline, () =>
+        this.#withKeys(selector, true, deadline, async (input) => {
+          await this.#access.ask("focus", selector, [true], deadline);
+          await input.type(String(text));
+        }),
+      ),
     );
   }
 
   press(selector, key, options = {}) {
     return this.#step("press", [selector, key], options, [], (deadline) =>
-      this.#access.leading(deadline, async ({ tab }) => {
+      this.#access.leading(deadline, () => {
         const events = keyEvents(String(key));
-        await this.#access.ask("focus", selector, [false], deadline);
-        await new Input(tab, deadline).press(events);
+        return this.#withKeys(selector, false, deadline, async (input) => {
+          await this.#access.ask("focus", selector, [false], deadline);
+          await input.press(events);
+        });
       }),
     );
   }
@@ -180,6 +187,14 @@ class FrameOperations {
         await deadline.pause(30, () => `waitForFunction: ${never}`);
       }
     });
+  }
+
+  // Gives the keys to `work` once the element takes them. That is awaited before, because another
+  // operation at the same time may be what makes it so.
+  async #withKeys(selector, forText, deadline, work) {
+    await this.#access.ask("takesKeys", selector, [forText], deadline);
+    const { tab } = await this.#access.where(deadline);
+    await tab.input(deadline, work);
   }
 
   // Runs one operation of the play: not after the play's end, within its time, and with the line of

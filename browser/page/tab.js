@@ -7,6 +7,7 @@ class Tab {
   #protocol;
   #changes;
   #answerDialog;
+  #inputEnd = Promise.resolve(); // of all operations that use the mouse or the keys
   #learning = new Map(); // by session: the worlds that are being asked for
 
   // `changes` is told of whatever happens here; `answerDialog` gives the answer to a dialog.
@@ -28,6 +29,20 @@ class Tab {
       return Promise.reject(new Error(this.#end()));
     }
     return this.#protocol.call(method, params, session);
+  }
+
+  // Gives the mouse and the keys to one operation at a time, in their order: what is typed goes to
+  // whatever has the focus.
+  async input(deadline, work) {
+    const before = this.#inputEnd;
+    let end;
+    this.#inputEnd = Promise.all([before, new Promise((resolve) => (end = resolve))]);
+    try {
+      await deadline.within(before, () => "another operation still types or clicks");
+      return await work(new Input(this, deadline));
+    } finally {
+      end();
+    }
   }
 
   // Ends the script that runs in the page when it does not let the page answer. The next call has to

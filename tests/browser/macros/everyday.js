@@ -100,3 +100,11 @@ await page.setInputFiles("#files", await page.download(() => page.click("#save")
 await page.setInputFiles("#files", []);
 extract(await page.evaluate(() => files.files.length));
 //= 1||given[EXTRACT]["1970-01-01T00:00:00.003Z"][EXTRACT]["1970-01-01T00:00:00.005Z"][EXTRACT]0
+// Operations at the same time do not type into each other's fields, nor wait for each other's elements.
+//> everyday.html
+await page.evaluate(() => {
+  document.body.innerHTML = "<input id=a oninput='b.disabled = false'><input id=b disabled><input id=c>";
+});
+await Promise.all([page.fill("#b", "2"), page.fill("#a", "1"), page.type("#c", "three"), page.click("#a")]);
+extract(await page.evaluate(() => [a.value, b.value, c.value]));
+//= 1||["1","2","three"]
