@@ -306,15 +306,6 @@ TEST_F(ComServer, AnyImportThatFailsIsTheResultOfARegistration)
     EXPECT_EQ(classes, nullptr) << "HKEY_CLASSES_ROOT is as it was";
 }
 
-TEST(UnusedServer, ARegistrationWithoutAPathGivesTheReason)
-{
-    auto* const unknown = reinterpret_cast<HINSTANCE>(4);
-    wchar_t path[8];
-    g_module.Init(unknown);  // of the linked product
-    GetModuleFileNameW(unknown, path, 8);
-    EXPECT_EQ(g_module.RegisterServer(), HRESULT_FROM_WIN32(GetLastError()));
-}
-
 TEST(UnusedServer, ARegistrationThatFailsLeavesNothingWhenItIsUnloaded)
 {
     // An account that may not write there fails at the same call.

@@ -112,6 +112,9 @@ class Play {
           ` after ${Math.round(performance.now() - started)} ms`,
       );
     try {
+      if (values.includes(undefined)) {
+        throw new Error(`${name}: a value is undefined, such as a variable that is not set`);
+      }
       checkOptions(name, options, known);
       const timeout = timeoutOf(name, options.timeout ?? this.#defaultTimeout);
       const result = await work(new Deadline(timeout, this.#controller.signal));

@@ -34,11 +34,11 @@ await page.click("#icon");
 extract(await page.evaluate(() => log));
 //= 1||["down 0.5","click calm","down 0.5","click iconed"]
 //> fields.html
-for (const [operation, ...given] of [["fill", "#submit", "x"], ["click", "#ariaDisabled", { timeout: 100 }], ["check", "#stubborn"], ["check", "#taken"], ["selectOption", "#list", "No", { timeout: 100 }], ["click", "#unseen", { timeout: 100 }]]) {
+for (const [operation, ...given] of [["fill", "#submit", "x"], ["click", "#ariaDisabled", { timeout: 100 }], ["check", "#stubborn"], ["check", "#taken"], ["selectOption", "#list", "No", { timeout: 100 }], ["click", "#unseen", { timeout: 100 }], ["fill", "#taken", undefined]]) {
   await page[operation](...given).catch(({ message }) => extract(message));
 }
 extract(await page.evaluate(() => document.querySelector("#submit").value));
-//= 1||#submit cannot be filled, it is a <input id="submit">[EXTRACT]#ariaDisabled is not enabled[EXTRACT]#stubborn stays unchecked[EXTRACT]#taken cannot be checked, it is a <input id="taken">[EXTRACT]#list has no such option[EXTRACT]#unseen is not visible[EXTRACT]Send
+//= 1||#submit cannot be filled, it is a <input id="submit">[EXTRACT]#ariaDisabled is not enabled[EXTRACT]#stubborn stays unchecked[EXTRACT]#taken cannot be checked, it is a <input id="taken">[EXTRACT]#list has no such option[EXTRACT]#unseen is not visible[EXTRACT]fill: a value is undefined, such as a variable that is not set[EXTRACT]Send
 //> fields.html
 await page.fill("#color", "#FF0000");
 extract(await page.inputValue("#color"), await page.selectOption("#list", "Two beds"));
