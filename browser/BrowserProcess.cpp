@@ -18,7 +18,7 @@ namespace browser
 namespace
 {
 
-constexpr DWORD kStartPause = 10;
+constexpr DWORD kStartPause = 3;
 constexpr DWORD kEndPause = 2;
 
 std::wstring OutputFile(const std::wstring& profile)
