@@ -96,8 +96,9 @@ TEST(RunnerRequests, CarryWhatTheyAreAboutAndAFailedStartKeepsItsKeyAndId)
     service.Next(Stage::kStart, [](Turn&) { return false; });
     EXPECT_EQ(start(), sRunnerNotReachable);
     for (const auto& [type, status] : {std::pair{12, +sRunnerNotReachable}, {4, +sFail}}) {
-        service.Next(Stage::kStart,
-                     [type](Turn& turn) { return turn.peer.Write(Message(type, turn.id, sOk)); });
+        service.Next(Stage::kStart, [type = type](Turn& turn) {
+            return turn.peer.Write(Message(type, turn.id, sOk));
+        });
         EXPECT_EQ(start(), status) << "an answer of no type, and of another one";
     }
     EXPECT_EQ(process.GetPid(), 99U) << "without a reply it is as it was";
