@@ -42,6 +42,11 @@ std::string BuildFolder()
     return std::filesystem::path(path).parent_path().parent_path().string();
 }
 
+std::string TempFile(const std::string& name)
+{
+    return (std::filesystem::temp_directory_path() / name).string();
+}
+
 std::string StandinFolder()
 {
     return BuildFolder() + "\\standins";
@@ -107,7 +112,7 @@ std::string Ran(const std::string& commandLine)
     // Through a file, which what the program leaves behind may keep open.
     constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE;
     const std::string printed =
-        BuildFolder() + "\\printed-" + std::to_string(GetCurrentThreadId()) + ".txt";
+        TempFile("printed-" + std::to_string(GetCurrentThreadId()) + ".txt");
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
     const Handle file(CreateFileA(printed.c_str(), GENERIC_WRITE, kShared, &inherited,
                                   CREATE_ALWAYS, 0, nullptr));

@@ -27,6 +27,10 @@ std::string TreeFolder();
 std::string BuildFolder();
 std::string StandinFolder();
 
+/// A file for as long as a test needs it. The folder of the build serves several Wine prefixes at
+/// once, in which ids of processes and threads are the same; this one is the prefix's own.
+std::string TempFile(const std::string& name);
+
 /// The examples, with a separator behind them.
 inline std::string Examples()
 {

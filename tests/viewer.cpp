@@ -20,7 +20,7 @@ std::string WithoutTimesAndProcesses(const std::string& lines)
 }
 
 Viewer::Viewer(const std::string& arguments, const std::string& path)
-    : m_path(path.empty() ? BuildFolder() + "\\lines.txt" : path),
+    : m_path(path.empty() ? TempFile("lines.txt") : path),
       m_process(StartedInto(nullptr, ViewerLine("--out \"" + m_path + "\" " + arguments)))
 {
     EXPECT_TRUE(Eventually([] {
