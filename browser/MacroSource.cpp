@@ -58,14 +58,15 @@ std::string ReadMacro(const std::wstring& path)
 
 std::string MacroSource(const std::wstring& text)
 {
+    if (!IsFileName(text) && !IsNoMoreThanWords(text)) {
+        return ToUtf8(text);
+    }
     const std::wstring folders[] = {UserFolder() + L"\\Macros", ProgramFolder() + L"\\Macros"};
-    if (IsFileName(text)) {
-        for (const std::wstring& folder : folders) {
-            for (const std::wstring& name : {text, text + L".js"}) {
-                const std::wstring path = folder + L"\\" + name;
-                if (IsFile(path)) {
-                    return ReadMacro(path);
-                }
+    for (const std::wstring& folder : folders) {
+        for (const std::wstring& name : {text, text + L".js"}) {
+            const std::wstring path = folder + L"\\" + name;
+            if (IsFileName(name) && IsFile(path)) {
+                return ReadMacro(path);
             }
         }
     }
