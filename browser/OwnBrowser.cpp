@@ -3,11 +3,11 @@
 #include <utility>
 
 #include "basicslib/Log.h"
+#include "basicslib/ScopeExit.h"
 #include "basicslib/StatusCode.h"
 #include "browser/BrowserChoice.h"
 #include "browser/BrowserError.h"
 #include "browser/MacroSource.h"
-#include "browser/PlayReply.h"
 #include "browser/ProfileFolder.h"
 #include "browser/Resources.h"
 #include "browser/Utf8.h"
@@ -139,22 +139,21 @@ void OwnBrowser::Play(const instance::PlayRequest& request, const instance::Answ
     // The client waits for one play at a time: it has given up whatever still plays.
     const unsigned int number = StopPlay();
     m_workers.Run([=, this] {
-        RunPlay(request, answer, number);
-        answer.connection->Flush(kReplyTime);
+        const PlayReply reply = RunPlay(request, number);
+        answer.GiveAndWait(reply.status, reply.text);
     });
 }
 
-void OwnBrowser::RunPlay(const instance::PlayRequest& request, const instance::Answer& answer,
-                         unsigned int number)
+PlayReply OwnBrowser::RunPlay(const instance::PlayRequest& request, unsigned int number)
 {
     const std::lock_guard<std::mutex> playing(m_playing);
     const auto isWanted = [=, this] {
         return m_play.Begin(number);
     };
     if (!isWanted()) {
-        answer.Give(tvn::sNotCompleted);
-        return;
+        return {tvn::sNotCompleted, L""};
     }
+    const tvn::ScopeExit end([this] { m_play.End(); });
     try {
         if (request.hasBlankInName) {
             throw MacroError(
@@ -163,20 +162,18 @@ void OwnBrowser::RunPlay(const instance::PlayRequest& request, const instance::A
         const std::string source = MacroSource(request.macro);
         const MacroPage::Outcome outcome =
             m_macroPage->Play(source, request.settings, m_options.trace, isWanted);
-        answer.Give(outcome.failed ? tvn::sMacroError : tvn::sOk, ReplyText(outcome));
+        return {outcome.failed ? tvn::sMacroError : tvn::sOk, ReplyText(outcome)};
     } catch (const MacroError& error) {
-        answer.Give(tvn::sMacroError, ReplyText(error));
+        return {tvn::sMacroError, ReplyText(error)};
     } catch (const CommandError& error) {
         m_macroPage->Abandon();
         if (IsGoneSoon()) {
-            answer.Give(tvn::sFail, ReplyText(error));
-        } else {
-            answer.Give(isWanted() ? tvn::sMacroError : tvn::sNotCompleted, ReplyText(error));
+            return {tvn::sFail, ReplyText(error)};
         }
+        return {isWanted() ? tvn::sMacroError : tvn::sNotCompleted, ReplyText(error)};
     } catch (const std::exception& error) {
-        answer.Give(tvn::sFail, ReplyText(error));
+        return {tvn::sFail, ReplyText(error)};
     }
-    m_play.End();
 }
 
 unsigned int OwnBrowser::StopPlay()

@@ -11,6 +11,7 @@
 #include "browser/MacroPage.h"
 #include "browser/MacroQuestions.h"
 #include "browser/Options.h"
+#include "browser/PlayReply.h"
 #include "browser/Workers.h"
 #include "instance/ICommands.h"
 #include "instance/InstanceWindow.h"
@@ -51,8 +52,7 @@ class OwnBrowser : public instance::ICommands
     void SetState(State state);
     Chromium::Listener NewListener();
     unsigned int StopPlay();
-    void RunPlay(const instance::PlayRequest& request, const instance::Answer& answer,
-                 unsigned int number);
+    PlayReply RunPlay(const instance::PlayRequest& request, unsigned int number);
     void Show(const std::wstring& text);
 
     const instance::InstanceWindow& m_window;

@@ -6,7 +6,6 @@
 #include <boost/shared_ptr.hpp>
 #include <condition_variable>
 #include <deque>
-#include <functional>
 #include <mutex>
 #include <string>
 
@@ -17,8 +16,8 @@ namespace instance
 {
 
 /// One client's connection to the command pipe. Replies are queued and written by a separate
-/// thread, so that reading the next command never waits for a client that does not read: that would
-/// be a deadlock. Thread-safe.
+/// thread, or by one that may wait, so that reading the next command never waits for a client that
+/// does not read: that would be a deadlock. Thread-safe.
 class Connection : public boost::enable_shared_from_this<Connection>
 {
   public:
@@ -40,6 +39,11 @@ class Connection : public boost::enable_shared_from_this<Connection>
     /// some seconds is dropped: the client has given up on the command and is not reading.
     void Reply(unsigned int id, int status, const std::wstring& text);
 
+    /// The same, but writes the queue on this thread, unless another one is at it, and waits until
+    /// everything was written or dropped, some seconds at most. No other thread has to wake up
+    /// before the client gets its reply.
+    void ReplyAndWait(unsigned int id, int status, const std::wstring& text);
+
     /// Waits until the queue of replies is not full. False when the connection ends.
     bool WaitForRoom();
 
@@ -51,15 +55,24 @@ class Connection : public boost::enable_shared_from_this<Connection>
     void Close();
 
   private:
-    using Write = std::function<void(tvn::CommandsProtocol& protocol)>;
+    struct Unwritten
+    {
+        unsigned int id;
+        int status;
+        std::wstring text;
+    };
 
-    void WriteQueued();
+    void Queue(unsigned int id, int status, const std::wstring& text);
+    void RunWriter();
+    void WriteQueue(std::unique_lock<std::mutex>& lock);
+    bool IsIdle() const { return m_closed || (m_queue.empty() && !m_writing); }
 
-    boost::shared_ptr<tvn::Handle> m_pipe;
-    boost::shared_ptr<tvn::Handle> m_closing;
+    const boost::shared_ptr<tvn::Handle> m_pipe;
+    const boost::shared_ptr<tvn::Handle> m_closing;
+    tvn::CommandsProtocol m_protocol;  ///< of the thread that is writing
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<Write> m_queue;
+    std::deque<Unwritten> m_queue;
     bool m_writing = false;
     bool m_closed = false;
 };

@@ -19,6 +19,12 @@ struct Answer
         connection->Reply(id, status, text);
     }
 
+    /// The same from a thread that may wait some seconds for a client that does not read.
+    void GiveAndWait(int status, const std::wstring& text = {}) const
+    {
+        connection->ReplyAndWait(id, status, text);
+    }
+
     boost::shared_ptr<Connection> connection;
     unsigned int id;
 };
