@@ -8,10 +8,9 @@
 #include "browser/BrowserError.h"
 #include "browser/HostSystem.h"
 #include "browser/InheritedHandles.h"
-#include "browser/PipeLink.h"
+#include "browser/PipePair.h"
 #include "browser/Switches.h"
 #include "browser/Utf8.h"
-#include "browser/WebSocket.h"
 
 namespace browser
 {
@@ -20,31 +19,11 @@ namespace
 
 constexpr DWORD kStartPause = 3;
 constexpr DWORD kEndPause = 2;
+constexpr DWORD kEndTime = 200;
 
 std::wstring OutputFile(const std::wstring& profile)
 {
     return profile + L"\\output.txt";
-}
-
-/// Where a browser that is reached by a loopback port listens.
-struct DebuggingPort
-{
-    unsigned short port = 0;  ///< 0 as long as there is none
-    std::string path;
-};
-
-/// What such a browser writes about itself.
-std::wstring PortFile(const std::wstring& profile)
-{
-    return profile + L"\\DevToolsActivePort";
-}
-
-DebuggingPort ReadPort(const std::wstring& profile)
-{
-    // The port and the path of the browser's own target, a line each.
-    std::ifstream file(PortFile(profile).c_str());
-    DebuggingPort endpoint;
-    return file >> endpoint.port >> endpoint.path ? endpoint : DebuggingPort();
 }
 
 HANDLE OpenInherited(const std::wstring& path, DWORD access, DWORD disposition)
@@ -92,50 +71,47 @@ BrowserProcess::BrowserProcess(BrowserChoice choice, std::wstring profile)
       m_job(NewJob())
 {}
 
-std::unique_ptr<Link> BrowserProcess::Start(DWORD timeout, const Link::OnMessage& onMessage,
-                                            const Link::OnEnd& onEnd)
+Pipes BrowserProcess::Start(DWORD timeout)
 {
-    if (!m_isOnHost) {
-        return OpenPipeLink([this](HANDLE input, HANDLE output) { StartWithPipes(input, output); },
-                            onMessage, onEnd);
-    }
-    return StartOnHost(timeout, onMessage, onEnd);
+    return m_isOnHost ? StartOnHost(timeout) : StartOnWindows();
 }
 
-std::unique_ptr<Link> BrowserProcess::StartOnHost(DWORD timeout, const Link::OnMessage& onMessage,
-                                                  const Link::OnEnd& onEnd)
+Pipes BrowserProcess::StartOnHost(DWORD timeout)
 {
     const tvn::TimeBudget budget(timeout);
     BrowserChoice choice = m_choice;
     choice.program = HostPath(choice.program);
     const std::wstring line =
-        BrowserCommandLine(choice, HostPath(m_profile), L"--remote-debugging-port=0");
+        BrowserCommandLine(choice, HostPath(m_profile), L"--remote-debugging-pipe");
     tvn::LogDebug("starting %S", line.c_str());
-    DeleteFileW(PortFile(m_profile).c_str());  // of an earlier browser
     if (!browser::StartOnHost(m_profile, line)) {
         throw CannotBeStarted(m_choice.program);
     }
-    DebuggingPort endpoint;
-    while ((endpoint = ReadPort(m_profile)).port == 0) {
+    Pipes pipes;
+    while (pipes = OpenHostPipes(m_profile), !pipes.toBrowser) {
         if (budget.Remaining() == 0 || HasEnded()) {
-            throw BrowserError(DescribeFailure("It listens nowhere."));
+            throw BrowserError(DescribeFailure("It is not given its pipes."));
         }
         Sleep(kStartPause);
     }
-    return ConnectWebSocket(endpoint.port, endpoint.path, budget.Remaining(), onMessage, onEnd);
+    return pipes;
 }
 
-void BrowserProcess::StartWithPipes(HANDLE input, HANDLE output)
+Pipes BrowserProcess::StartOnWindows()
 {
+    const PipePair input = NewPipePair(PIPE_ACCESS_OUTBOUND);
+    const PipePair output = NewPipePair(PIPE_ACCESS_INBOUND);
     // The browser's own output goes into its profile: it may outlive whatever this process was
     // given, and tells why a browser does not come up.
     const tvn::Handle printed(OpenInherited(OutputFile(m_profile), GENERIC_WRITE, CREATE_ALWAYS));
     const tvn::Handle nothing(OpenInherited(L"NUL", GENERIC_READ, OPEN_EXISTING));
-    InheritedHandles handles(nothing.Get(), printed.Get(), {input, output});
+    InheritedHandles handles(nothing.Get(), printed.Get(),
+                             {input.browsers->Get(), output.browsers->Get()});
     PROCESS_INFORMATION started = {};
     std::wstring line = BrowserCommandLine(m_choice, m_profile,
                                            L"--remote-debugging-pipe --remote-debugging-io-pipes=" +
-                                               HandleText(input) + L"," + HandleText(output));
+                                               HandleText(input.browsers->Get()) + L"," +
+                                               HandleText(output.browsers->Get()));
     tvn::LogDebug("starting %S", line.c_str());
     bool hasStarted = false;
     const auto process = boost::make_shared<tvn::Handle>([&] {
@@ -157,11 +133,13 @@ void BrowserProcess::StartWithPipes(HANDLE input, HANDLE output)
                            std::to_string(error) + ").");
     }
     ResumeThread(thread.Get());
+    return {input.own, output.own};
 }
 
 std::string BrowserProcess::DescribeFailure(const std::string& reason) const
 {
-    const bool ended = (m_isOnHost || m_process) && HasEnded();
+    // Its end is known a little later than that of its pipes.
+    const bool ended = (m_isOnHost || m_process) && WaitForEnd(kEndTime);
     const std::string printed = ReadStart(OutputFile(m_profile));
     return "The browser " + ToUtf8(m_choice.program) +
            (ended ? " ended at once. " : " does not come up. ") + reason +

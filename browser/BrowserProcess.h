@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <boost/shared_ptr.hpp>
-#include <memory>
 #include <string>
 
 #include "basicslib/Handle.h"
@@ -13,20 +12,20 @@
 namespace browser
 {
 
-/// The process of the real browser. A Windows program is reached by two pipes that nobody else
-/// has. It and all its own processes end when this object is destroyed at the latest, or when this
-/// process ends, however it does. A program of the machine below Wine inherits no pipes and has no
-/// handle here: it is reached by a loopback port, and found by its profile when it is ended. Used
-/// by one thread.
+/// The process of the real browser, reached by two pipes that nobody else can open. A Windows
+/// program and all its own processes end when this object is destroyed at the latest, or when this
+/// process ends, however it does. A program of the machine below Wine has no handle here: it ends
+/// by itself with its pipes, and is found by its profile when it is ended by force. Used by one
+/// thread.
 class BrowserProcess
 {
   public:
     /// `profile` is the folder for its data; nobody else may use it meanwhile.
     BrowserProcess(BrowserChoice choice, std::wstring profile);
 
-    /// Starts the browser and connects to it within `timeout` milliseconds. Throws BrowserError.
-    std::unique_ptr<Link> Start(DWORD timeout, const Link::OnMessage& onMessage,
-                                const Link::OnEnd& onEnd);
+    /// Starts the browser and gives the pipes to it, within `timeout` milliseconds. Throws
+    /// BrowserError.
+    Pipes Start(DWORD timeout);
 
     /// What to say about a browser that does not come up, `reason` and what it has printed
     /// included.
@@ -43,9 +42,8 @@ class BrowserProcess
     bool EndByForce(DWORD timeout, bool removesProfile);
 
   private:
-    void StartWithPipes(HANDLE input, HANDLE output);
-    std::unique_ptr<Link> StartOnHost(DWORD timeout, const Link::OnMessage& onMessage,
-                                      const Link::OnEnd& onEnd);
+    Pipes StartOnWindows();
+    Pipes StartOnHost(DWORD timeout);
     bool HasEnded() const;
 
     const BrowserChoice m_choice;

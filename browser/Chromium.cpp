@@ -61,9 +61,7 @@ void Chromium::Begin(DWORD timeout)
     m_tools =
         std::make_unique<DevTools>([this](const Json& event) { Take(event); }, m_listener.onGone);
     m_pages = std::make_unique<Pages>(*m_tools, m_isVisible, m_listener.onGone);
-    m_tools->Connect([&](const Link::OnMessage& onMessage, const Link::OnEnd& onEnd) {
-        return m_process.Start(budget.Remaining(), onMessage, onEnd);
-    });
+    m_tools->Connect(m_process.Start(budget.Remaining()));
     CheckVersion(budget);
     m_pages->Find();
     CatchDownloads();

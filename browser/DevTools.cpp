@@ -47,15 +47,15 @@ DevTools::DevTools(OnEvent onEvent, OnEnd onEnd)
     : m_onEvent(std::move(onEvent)), m_onEnd(std::move(onEnd))
 {}
 
-void DevTools::Connect(const Connector& connect)
+void DevTools::Connect(const Pipes& pipes)
 {
-    auto link = connect([this](const std::string& text) { Receive(text); },
-                        [this](const std::string& reason) {
-                            EndCalls(nullptr, "The browser has gone: " + reason);
-                            m_onEnd();
-                        });
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_link = std::move(link);
+    m_link = std::make_unique<Link>(
+        pipes, [this](const std::string& text) { Receive(text); },
+        [this](const std::string& reason) {
+            EndCalls(nullptr, "The browser has gone: " + reason);
+            m_onEnd();
+        });
 }
 
 Json DevTools::Call(const std::string& session, const std::string& method, const Json& parameters,

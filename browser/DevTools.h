@@ -31,8 +31,8 @@ class DevTools
     /// `onEnd` is called, on the connection's thread, when the browser goes away.
     DevTools(OnEvent onEvent, OnEnd onEnd);
 
-    /// Connects, once; throws what `connect` throws.
-    void Connect(const Connector& connect);
+    /// Connects, once. Throws what a Link throws.
+    void Connect(const Pipes& pipes);
 
     /// Sends a command and waits up to `timeout` milliseconds (INFINITE: no limit) for its result.
     /// An empty session is the browser itself. Throws CommandError when the browser refuses,

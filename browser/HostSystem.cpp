@@ -36,7 +36,12 @@ bool RunShell(const wchar_t* script, const std::wstring& profile, const std::wst
     return true;
 }
 
-/// Made by the shell when the browser has ended.
+/// Made by the shell when the pipes are there, and when the browser has ended.
+std::wstring ReadyFile(const std::wstring& profile)
+{
+    return profile + L"\\ready";
+}
+
 std::wstring EndFile(const std::wstring& profile)
 {
     return profile + L"\\ended";
@@ -68,9 +73,38 @@ std::wstring HostPath(const std::wstring& path)
 
 bool StartOnHost(const std::wstring& profile, const std::wstring& commandLine)
 {
+    DeleteFileW(ReadyFile(profile).c_str());
     DeleteFileW(EndFile(profile).c_str());
-    return RunShell(LR"({ \"$@\" >\"$0/output.txt\" 2>&1; : >\"$0/ended\"; } 2>/dev/null)", profile,
-                    commandLine);
+    // The shell opens the output before "ready" says that it is there: a pipe without a writer has
+    // ended. It waits for the input to be opened by this program, its only writer, with whose end
+    // the browser ends. Then both are open, and need no names any more.
+    return RunShell(
+        LR"({
+            rm -f \"$0/input\" \"$0/output\"
+            mkfifo -m 600 \"$0/input\" \"$0/output\"
+            {
+                : >\"$0/ready\"
+                { rm -f \"$0/input\" \"$0/output\"; \"$@\"; } 3<\"$0/input\"
+            } 4<>\"$0/output\" >\"$0/output.txt\" 2>&1
+            : >\"$0/ended\"
+        } 2>/dev/null)",
+        profile, commandLine);
+}
+
+Pipes OpenHostPipes(const std::wstring& profile)
+{
+    if (!IsThere(ReadyFile(profile))) {
+        return {};
+    }
+    const auto open = [&](const wchar_t* name, DWORD access) {
+        return boost::make_shared<tvn::Handle>([&] {
+            return CreateFileW((profile + name).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                               nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+        });
+    };
+    const auto output = open(L"\\output", GENERIC_READ);
+    const auto input = open(L"\\input", GENERIC_WRITE);
+    return input->IsValid() ? Pipes{input, output} : Pipes();
 }
 
 void EndOnHost(const std::wstring& profile, bool removes)

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "browser/Link.h"
+
 namespace browser
 {
 
@@ -19,6 +21,11 @@ std::wstring HostPath(const std::wstring& path);
 /// output.txt of its `profile`. There is no handle of such a process. False when it cannot be
 /// started.
 bool StartOnHost(const std::wstring& profile, const std::wstring& commandLine);
+
+/// Opens the pipes of that browser, which begins to run then. Nobody else can open them: they
+/// belong to this user's account and are without names from then on. Empty as long as they are not
+/// there.
+Pipes OpenHostPipes(const std::wstring& profile);
 
 /// Ends by force whatever runs on `profile` on the machine below, and removes that folder if
 /// `removes`, with what only that machine can see: links that lead nowhere, which a browser leaves

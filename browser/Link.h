@@ -1,38 +1,69 @@
 #pragma once
 
+#include <windows.h>
+
+#include <boost/shared_ptr.hpp>
+#include <condition_variable>
+#include <deque>
 #include <functional>
-#include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
+
+#include "basicslib/Handle.h"
+#include "pipeutils/PipeOperation.h"
 
 namespace browser
 {
 
-/// Carries text messages to a browser and back. A thread of its own reads all the time, so that
-/// nothing that waits for an answer stops the next message. There are two: PipeLink.h and
-/// WebSocket.h.
+/// This program's ends of the two pipes to a browser, opened for overlapped I/O.
+struct Pipes
+{
+    boost::shared_ptr<tvn::Handle> toBrowser;
+    boost::shared_ptr<tvn::Handle> fromBrowser;
+};
+
+/// Carries text messages to a browser and back; on the pipes each ends with a zero byte. One thread
+/// reads all the time, so that nothing that waits for an answer stops the next message. Another
+/// goes on with what the browser does not take at once.
 class Link
 {
   public:
-    /// Both are called on the link's thread: with each message, and once with how the link ended.
+    /// Both are called on the reading thread: with each message, and once with how the link ended.
     using OnMessage = std::function<void(const std::string& text)>;
     using OnEnd = std::function<void(const std::string& reason)>;
 
-    Link() = default;
+    /// Throws tvn::Win32Exception, or std::system_error, when the system lacks what is needed.
+    Link(Pipes pipes, OnMessage onMessage, OnEnd onEnd);
 
-    /// Closes the link and waits for its thread. Not to be called on that thread.
-    virtual ~Link() = default;
+    /// Closes the link and waits for its threads. Not to be called on either.
+    ~Link();
 
     Link(const Link&) = delete;
     Link& operator=(const Link&) = delete;
 
-    /// Queues a message; from any thread. After the end it goes nowhere.
-    virtual void Send(std::string text) = 0;
+    /// Writes a message, or queues it; waits for nobody, from any thread. After the end it goes
+    /// nowhere.
+    void Send(std::string text);
 
-    /// The longest message that is read: a page that is drawn as a whole can be large.
-    static constexpr std::size_t kLongestMessage = std::size_t{256} << 20;
+  private:
+    void Read();
+    std::string ReadToEnd();
+    void WriteQueued();
+    void BeginWrites();
+    bool EndsBeforeClose(const tvn::PipeOperation& operation) const;
+
+    const Pipes m_pipes;
+    const OnMessage m_onMessage;
+    const OnEnd m_onEnd;
+    const tvn::Handle m_closing;  ///< an event
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_isClosing = false;
+    std::deque<std::string> m_queue;  ///< the first one is being written
+    tvn::PipeOperation m_write;
+    std::thread m_writer;
+    std::thread m_reader;
 };
-
-/// Makes the link to a browser; throws BrowserError when there is none to be had.
-using Connector = std::function<std::unique_ptr<Link>(Link::OnMessage, Link::OnEnd)>;
 
 }  // namespace browser

@@ -102,6 +102,7 @@ TEST_F(BrowserEnds, AnInstanceEndedByForceIsClearedAwayByTheNext)
 {
     Begin();
     EndBrowsers();
+    EXPECT_TRUE(Eventually([] { return BrowserProcesses().empty(); })) << "the real one stays";
     EXPECT_EQ(app.Exit(), sOk);
     EXPECT_EQ(ProfileFolders().size(), 1U);
     std::filesystem::create_directory(FreshProfiles() + "\\of one that never came up");
