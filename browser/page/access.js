@@ -122,8 +122,8 @@ class FrameAccess {
   }
 
   // Where to put the mouse on the element. A frame from another site is drawn by another process.
-  // Until the browser knows where the frame lies, a click there goes to the page around it: the
-  // mouse is moved until the frame has seen it.
+  // Until the browser knows where the frame lies, also after it was scrolled, a click there goes
+  // elsewhere: the mouse is moved until the element has seen it.
   async reach(question, selector, deadline) {
     const { x, y } = await this.#aim(question, selector, deadline);
     const { tab, frame } = await this.where(deadline);

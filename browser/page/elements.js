@@ -249,14 +249,19 @@ function elementsInPage(own) {
       });
     },
 
-    // Waits until the mouse moves over this document, which is where `selector` is.
-    mouse: (selector, timeout) =>
+    // Waits until the mouse moves over the element.
+    mouse: (text, timeout) =>
       new Promise((resolve) => {
         const end = (answer) => {
           removeEventListener("mousemove", seen, true);
           resolve(answer);
         };
-        const seen = (event) => event.isTrusted && end({ value: true });
+        const seen = (event) => {
+          const element = new own.Selector(text).first();
+          if (event.isTrusted && element && isHitBy(element, event.composedPath()[0])) {
+            end({ value: true });
+          }
+        };
         addEventListener("mousemove", seen, true);
         if (timeout !== null) {
           setTimeout(end, timeout, { against: "is not where the mouse reaches it" });
