@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "basicslib/Exceptions.h"
+#include "basicslib/Log.h"
+#include "browser/BrowserError.h"
 
 namespace browser
 {
@@ -26,7 +28,8 @@ Link::Link(Pipes pipes, OnMessage onMessage, OnEnd onEnd)
       m_write(m_pipes.toBrowser->Get())
 {
     if (!m_closing.IsValid()) {
-        throw tvn::Win32Exception(GetLastError(), __FILE__, __LINE__);
+        throw BrowserError("The connection to the browser cannot be made (error " +
+                           std::to_string(GetLastError()) + ").");
     }
     m_writer = std::thread([this] { WriteQueued(); });
     m_reader = std::thread([this] { Read(); });
@@ -58,7 +61,11 @@ void Link::BeginWrites()
 {
     while (!m_queue.empty()) {
         const std::string& text = m_queue.front();
-        m_write.Write(text.c_str(), static_cast<DWORD>(text.size() + 1));
+        try {
+            m_write.Write(text.c_str(), static_cast<DWORD>(text.size() + 1));
+        } catch (const tvn::BaseException&) {
+            tvn::LogError("A command is not run, because it cannot be queued");
+        }
         if (m_write.IsPending()) {
             m_changed.notify_all();
             return;

@@ -33,7 +33,7 @@ class Link
     using OnMessage = std::function<void(const std::string& text)>;
     using OnEnd = std::function<void(const std::string& reason)>;
 
-    /// Throws tvn::Win32Exception, or std::system_error, when the system lacks what is needed.
+    /// Throws BrowserError, or std::system_error, when the system lacks what is needed.
     Link(Pipes pipes, OnMessage onMessage, OnEnd onEnd);
 
     /// Closes the link and waits for its threads. Not to be called on either.
