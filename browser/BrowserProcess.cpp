@@ -87,14 +87,16 @@ Pipes BrowserProcess::StartOnHost(DWORD timeout)
     if (!browser::StartOnHost(m_profile, line)) {
         throw CannotBeStarted(m_choice.program);
     }
-    Pipes pipes;
-    while (pipes = OpenHostPipes(m_profile), !pipes.toBrowser) {
+    for (;;) {
+        Pipes pipes = OpenHostPipes(m_profile);
+        if (pipes.toBrowser) {
+            return pipes;
+        }
         if (budget.Remaining() == 0 || HasEnded()) {
             throw BrowserError(DescribeFailure("It is not given its pipes."));
         }
         Sleep(kStartPause);
     }
-    return pipes;
 }
 
 Pipes BrowserProcess::StartOnWindows()
