@@ -13,6 +13,7 @@
 #include "tests/messages.h"
 #include "tests/moments.h"
 #include "tests/surroundings.h"
+#include "tests/texts.h"
 
 namespace tvn::tests
 {
@@ -106,6 +107,22 @@ TEST_F(BrowserClients, AWebPageReachesNothingOfTheMacrosPageAndNobodyElseTheBrow
     for (const char* way : {"DevToolsActivePort", "input", "output"}) {
         EXPECT_THAT(names, testing::Not(testing::Contains(way)));
     }
+}
+
+TEST_F(BrowserClients, ARunnerServiceStartsAndFindsAndEndsOne)
+{
+    const auto service = Started("standins\\runner.exe");
+    EXPECT_TRUE(Eventually([] { return WaitNamedPipeA(Narrow(RunnerPipeName()).c_str(), 1); }));
+    const std::string visit = "await page.goto(options.site + '/second.html'); ";
+    ASSERT_EQ(app.Init("-runner", true, 60), sOk);
+    EXPECT_EQ(Plays(visit + "await page.evaluate(() => { document.cookie = 'a=1'; })"), "1||");
+    app.Release();
+    AppClient next;
+    EXPECT_TRUE(Eventually([&] { return next.Init("-runner", false, 60) == sOk; }));
+    EXPECT_EQ(Plays(next, "extract(await page.evaluate(() => document.cookie))"), "1||a=1");
+    EXPECT_EQ(next.Exit(), sOk);
+    ExpectNothingLeft();
+    EXPECT_EQ(service->Terminate(5000), sOk);
 }
 
 TEST_F(BrowserClients, TwoBrowsersKnowNothingOfEachOther)
