@@ -76,43 +76,67 @@ function selectorsInPage(own) {
     cell: "td",
     checkbox: typed("checkbox"),
     columnheader: "th:not([scope=row])",
-    combobox: "select:not([multiple], [size]), input[list]",
+    blockquote: "blockquote",
+    combobox: "select:not([multiple]):is(:not([size]), [size='1']), input[list]",
     complementary: "aside",
     contentinfo: "footer",
+    definition: "dd",
     dialog: "dialog",
+    figure: "figure",
     form: "form",
-    group: "fieldset, optgroup",
+    group: "fieldset, optgroup, details",
     heading: "h1, h2, h3, h4, h5, h6",
-    img: "img",
+    img: "img:not([alt=''])",
     link: "a[href], area[href]",
     list: "ul, ol, menu",
-    listbox: "select[multiple], select[size]",
+    listbox: "select[multiple], select[size]:not([size='1'])",
     listitem: "li",
     main: "main",
+    meter: "meter",
     navigation: "nav",
     option: "option",
+    paragraph: "p",
     progressbar: "progress",
     radio: typed("radio"),
+    region: "section:is([aria-label], [aria-labelledby])",
     row: "tr",
+    rowgroup: "thead, tbody, tfoot",
     rowheader: "th[scope=row]",
+    search: "search",
     searchbox: "input[type=search]:not([list])",
+    separator: "hr",
     slider: typed("range"),
     spinbutton: typed("number"),
+    status: "output",
     table: "table",
+    term: "dt",
     textbox: `textarea, input:not([type], [list]), :is(${texts}):not([list])`,
   };
 
   // What is read out of a node: no icons and the like that are hidden, and nothing from elements that
-  // match `without`.
+  // match `without`. What stands in a line of its own is a word of its own.
   function spoken(node, without) {
-    const read = (child) =>
-      child.nodeType === Node.TEXT_NODE ? child.data
-        : child.nodeType !== Node.ELEMENT_NODE || child.matches(without) ? ""
-        : getComputedStyle(child).display === "none" ? ""
-        : child.matches("img") ? child.alt : spoken(child, without);
+    const read = (child) => {
+      if (child.nodeType === Node.TEXT_NODE) {
+        return child.data;
+      }
+      if (child.nodeType !== Node.ELEMENT_NODE || child.matches(without)) {
+        return "";
+      }
+      const { display, visibility } = getComputedStyle(child);
+      if (display === "none" || visibility !== "visible") {
+        return "";
+      }
+      const said = child.getAttribute("aria-label") || child.getAttribute("alt");
+      const text = said || spoken(child, without);
+      return display === "inline" && child.localName !== "br" ? text : ` ${text} `;
+    };
     return Array.from(node.childNodes, read).join("");
   }
   const unspoken = "[aria-hidden=true], script, style";
+
+  const titleOf = { fieldset: "legend", figure: "figcaption", svg: "title", table: "caption" };
+  const valueOf = { submit: "Submit", reset: "Reset" };
 
   // The name by which an element is read out.
   function nameOf(element) {
@@ -126,7 +150,10 @@ function selectorsInPage(own) {
       // Without what the controls inside a label hold.
       () => texts(element.labels, (label) => spoken(label, `${unspoken}, select, textarea, button`)),
       () => (element.matches(typed("button", "submit", "reset")) ? element.value : ""),
+      () => (element.matches("input") ? valueOf[element.type] ?? "" : ""),
+      () => element.querySelector(`:scope > ${titleOf[element.localName]}`)?.textContent ?? "",
       () => attribute("alt"),
+      () => (element.localName === "optgroup" ? element.label : ""),
       () => (element.matches("input, select, textarea") ? "" : spoken(element, unspoken)),
       () => attribute("title"),
       () => attribute("placeholder"),

@@ -87,10 +87,11 @@ await page.setInputFiles("#name", file).catch(({ message }) => extract(message))
 //> everyday.html
 await page.evaluate(() => {
   document.body.innerHTML = `<form><input name=children><button id=a><i aria-hidden=true>save</i><b style="display: none">Wait</b> Save</button>
-    <button id=b><img alt=Open> it</button></form>`;
+    <button id=b><img alt=Open> it</button><button id=c>Two<br>lines</button><button id=d><i aria-label=Close>x</i></button>
+    <input type=submit id=e><fieldset id=f><legend>Where</legend>x</fieldset></form>`;
 });
-for (const one of ["role=button[name=Save]", 'role=button[name="Open it"]', 'text=" it"']) extract(await page.getAttribute(one, "id", { timeout: 100 }));
-//= 1||a[EXTRACT]b[EXTRACT]b
+for (const one of ["role=button[name=Save]", 'role=button[name="Open it"]', 'text=" it"', 'role=button[name="Two lines"]', "role=button[name=Close]", "role=button[name=Submit]", "role=group[name=Where]"]) extract(await page.getAttribute(one, "id", { timeout: 100 }));
+//= 1||a[EXTRACT]b[EXTRACT]b[EXTRACT]c[EXTRACT]d[EXTRACT]e[EXTRACT]f
 // What a page has agreed to, what a script gives as a text, and what comes from a page with another "Array.from".
 //> everyday.html
 page.onDialog(true);
