@@ -138,8 +138,9 @@ function selectorsInPage(own) {
   const titleOf = { fieldset: "legend", figure: "figcaption", svg: "title", table: "caption" };
   const valueOf = { submit: "Submit", reset: "Reset" };
 
-  // The name by which an element is read out.
-  function nameOf(element) {
+  // The name by which an element is read out. `labels` are those of each control: to ask a control
+  // for its own takes a walk through the whole document.
+  function nameOf(element, labels) {
     const root = element.getRootNode();
     const attribute = (name) => element.getAttribute(name) ?? "";
     const texts = (elements, textOf) => Array.from(elements ?? [], textOf).join(" ");
@@ -148,7 +149,7 @@ function selectorsInPage(own) {
       () => texts(named, (id) => root.getElementById(id)?.textContent ?? ""),
       () => attribute("aria-label"),
       // Without what the controls inside a label hold.
-      () => texts(element.labels, (label) => spoken(label, `${unspoken}, select, textarea, button`)),
+      () => texts(labels.get(element), (label) => spoken(label, `${unspoken}, select, textarea, button`)),
       () => (element.matches(typed("button", "submit", "reset")) ? element.value : ""),
       () => (element.matches("input") ? valueOf[element.type] ?? "" : ""),
       () => element.querySelector(`:scope > ${titleOf[element.localName]}`)?.textContent ?? "",
@@ -176,11 +177,13 @@ function selectorsInPage(own) {
     const hasName = name && matcherOf(name, (text) => (found) => found === text);
     const said = `[role~=${CSS.escape(role)}]`;
     const css = Object.hasOwn(elementsOf, role) ? `${said}, ${elementsOf[role]}` : said;
-    return (root) =>
-      allIn(root, css).filter((element) => {
+    return (root) => {
+      const labels = hasName && Map.groupBy(allIn(document, "label"), (label) => label.control);
+      return allIn(root, css).filter((element) => {
         const given = element.getAttribute("role")?.trim().split(/\s+/)[0];
-        return (!given || given === role) && (!hasName || hasName(nameOf(element)));
+        return (!given || given === role) && (!hasName || hasName(nameOf(element, labels)));
       });
+    };
   }
 
   function finderOf(part) {
