@@ -79,20 +79,6 @@ TEST_F(Scripting, AnIndexMayBeAReferenceAndAResultMayHaveNoPlace)
     EXPECT_EQ(watch.OpenBlocks(), 0);
 }
 
-TEST_F(Scripting, AnIndexIsANumberUpTo32767)
-{
-    std::string macro = "!reply ";
-    for (int separators = 0; separators < 32766; ++separators) {
-        macro += "[EXTRACT]";
-    }
-    ASSERT_EQ(app.Init(), sOk);
-    EXPECT_EQ(app.Play(macro + "last[EXTRACT]one more"), sOk);
-    EXPECT_EQ(app.Extract(_variant_t(32767L)), "last");
-    for (const double index : {32768.0, 65536.0, 98303.0, 2147483647.0, 4294967297.0, -1.0}) {
-        EXPECT_EQ(app.Extract(_variant_t(index)), "NODATA") << index;
-    }
-}
-
 TEST(ScriptingTime, AnExitGivesAThirdOfItsTimeToTheCommandAndHalfOfTheRestToTheWait)
 {
     OtherSide other;
@@ -177,47 +163,6 @@ TEST_F(Scripting, AnExceptionEndsAsAStatusWithItsText)
     watch.Fail("MsgWaitForMultipleObjectsEx", ERROR_NO_SYSTEM_RESOURCES);
     EXPECT_EQ(app.Exit(), sFail);
     EXPECT_EQ(app.Exit(), sNotStarted) << "detached all the same";
-}
-
-TEST(ScriptingMemory, ThatStaysShortFromAnyMomentOnFailsTheMethodAndSparesItsCaller)
-{
-    OtherSide other;
-    other.ListInstance(false);
-    AppClient app;
-    IApp& raw = *app.Get();
-    const _variant_t line = "-runner";
-    const _variant_t none = AppClient::LeftOut();
-    const _variant_t index = 1L;
-    const _bstr_t text = L"longer than what a string holds without memory";
-    int status = 0;
-    auto* const result = reinterpret_cast<Status*>(&status);
-    BSTR value = nullptr;
-    const auto tries = [&](const char* name, const auto& method, bool attaches = false) {
-        bool failed = true;
-        for (unsigned int block = 1; failed; ++block) {
-            if (attaches) {
-                app.Init(line, false);
-            }
-            status = 0;
-            value = nullptr;
-            {
-                ImportWatch watch;
-                watch.Fail(kMemory, ERROR_NOT_ENOUGH_MEMORY, block, Fails::kFromHereOn);
-                EXPECT_EQ(method(), S_OK);
-                failed = watch.Failed() != nullptr;
-            }
-            EXPECT_EQ(status != sOk && value == nullptr, failed) << name << ", block " << block;
-            SysFreeString(value);
-        }
-    };
-    tries("init", [&] { return raw.tvnInit(line, VARIANT_FALSE, none, none, none, 20, result); });
-    tries("set", [&] { return raw.tvnSet(text, text, result); });
-    tries("display", [&] { return raw.tvnDisplay(text, 20, result); });
-    tries("play", [&] { return raw.tvnPlay(text, 20, result); });
-    tries("error", [&] { return raw.tvnGetLastError(&value); });
-    tries("extract", [&] { return raw.tvnGetLastExtract(index, &value); });
-    tries(
-        "exit", [&] { return raw.tvnExit(20, result); }, true);
 }
 
 TEST(ScriptingMemory, ThatIsShortForTheTextOfAFailureLeavesItsStatus)

@@ -48,6 +48,9 @@ TEST(LongTexts, ArriveWholeAndTakeNoMoreThanFourTimesTheirRoom)
     EXPECT_TRUE(app.LastExtract() == std::wstring(reply.begin(), reply.end()));
     const std::size_t last = std::min<std::size_t>(pieces, 0x7FFF);
     EXPECT_EQ(app.Extract(_variant_t(static_cast<long>(last))), piece(last - 1));
+    for (const double index : {32768.0, 65536.0, 98303.0, 2147483647.0, 4294967297.0, -1.0}) {
+        EXPECT_EQ(app.Extract(_variant_t(index)), "NODATA") << index;
+    }
     EXPECT_LE(peak, 4 * sizeof(wchar_t) * reply.size());
     RecordProperty("bytes_of_each", std::to_string(reply.size() * sizeof(wchar_t)));
     RecordProperty("peak_bytes", std::to_string(peak));
