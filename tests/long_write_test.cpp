@@ -158,8 +158,10 @@ TEST_F(LongWrite, IsCancelledWithItsClientOnAnyThread)
         const NoHandleStaysOpen handles;
         client = boost::make_shared<MacrosClient>("\\\\.\\pipe\\Talvern_long_write_other",
                                                   boost::shared_ptr<Handle>(), true);
-        EXPECT_EQ(Run(0, L"L", longText), sTimeout);
-        EXPECT_TRUE(other.HasMessage()) << "it is under way";
+        EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Run(300, L"L", longText), sTimeout); }),
+                    Within(250, 1500));
+        EXPECT_TRUE(other.HasMessage() && other.ReadPart(4)) << "it is under way";
+        EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Run(300, L"refused"), sTimeout); }), Within(250, 1500));
         const auto release = [this] {
             client.reset();
         };

@@ -24,16 +24,19 @@ const std::map<std::wstring, Stage> kCommands = {{L"tvnAuxAttachIfFree", Stage::
 
 }  // namespace
 
+bool Hold(Turn& turn)
+{
+    turn.peer.Hold();
+    return false;
+}
+
 OtherSide::OtherSide(Pipes pipes, std::size_t ends)
 {
     if (pipes != Pipes::kRunnerOnly) {
         m_commands.emplace(std::string(kPipePrefix) + std::to_string(static_cast<int>(kWindow)),
                            ends, [this](BytePeer& peer) { ServeCommands(peer); });
     }
-    if (pipes != Pipes::kCommandsOnly) {
-        m_runner.emplace(R"(\\.\pipe\tvnRunner)", ends,
-                         [this](BytePeer& peer) { ServeRunner(peer); });
-    }
+    m_runner.emplace(R"(\\.\pipe\tvnRunner)", ends, [this](BytePeer& peer) { ServeRunner(peer); });
 }
 
 void OtherSide::Next(Stage stage, Act act)
@@ -54,12 +57,6 @@ OtherSide::Act OtherSide::Expects(const Bytes& request, const Bytes& answer)
         EXPECT_EQ(turn.request, request);
         return turn.peer.Write(answer);
     };
-}
-
-void OtherSide::ListInstance(bool listed)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_listed = listed;
 }
 
 bool OtherSide::Answer(Stage stage, Turn& turn)
@@ -115,12 +112,11 @@ void OtherSide::ServeRunner(BytePeer& peer)
 
 Bytes OtherSide::RunnerAnswer(std::uint32_t type, std::uint32_t id)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
     switch (type) {
         case 1:
             return Message(2, id, 1, 4711, "key");
         case 9:
-            return m_listed ? Message(10, id, 1, 1, 4711, "key", kWindow) : Message(10, id, 1, 0);
+            return Message(10, id, 1, 1, 4711, "key", kWindow);
         case 7:
             return Message(8, id, 1, 0);
         default:

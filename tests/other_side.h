@@ -38,6 +38,9 @@ struct Turn
     Bytes request = {};          ///< to the runner, with 0 in the place of its id
 };
 
+/// In the place of an answer: reads no further until the other side closes.
+bool Hold(Turn& turn);
+
 /// Does all that it is asked and answers at once, in threads of this process, unless it is told to
 /// do something else. The machine has one runner's pipe, so there can be one of these at a time.
 class OtherSide
@@ -50,7 +53,7 @@ class OtherSide
     static constexpr const char* kPlayed = "played[EXTRACT]well";
     static constexpr std::uint32_t kWindow = 0x7A110001;
 
-    enum class Pipes { kBoth, kRunnerOnly, kCommandsOnly };
+    enum class Pipes { kBoth, kRunnerOnly };
     explicit OtherSide(Pipes pipes = Pipes::kBoth, std::size_t ends = 6);
 
     /// Does `act` the next time that `stage` comes, once. `Stage::kRunner` comes when a client has
@@ -63,19 +66,15 @@ class OtherSide
     /// Expects this request, with 0 in the place of its id, and gives this answer.
     static Act Expects(const Bytes& request, const Bytes& answer);
 
-    /// Whether the runner lists an instance; without one, a start follows. True at first.
-    void ListInstance(bool listed);
-
   private:
     void ServeRunner(BytePeer& peer);
     void ServeCommands(BytePeer& peer);
     void CallBack(const std::wstring& commandLine, BytePeer& runner);
     bool Answer(Stage stage, Turn& turn);
-    Bytes RunnerAnswer(std::uint32_t type, std::uint32_t id);
+    static Bytes RunnerAnswer(std::uint32_t type, std::uint32_t id);
 
     std::mutex m_mutex;
     std::map<Stage, Act> m_next;
-    bool m_listed = true;
     std::optional<PeerHost> m_commands;
     std::optional<PeerHost> m_runner;
 };

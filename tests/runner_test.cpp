@@ -167,10 +167,7 @@ TEST(RunnerInstances, AreListedForAQuarterOfTheTimeHoweverManyThereAre)
         EXPECT_EQ(AppClient().Init("-runner", false, seconds), -7)
             << "of the start that comes then";
     };
-    service.Next(Stage::kList, [](Turn& turn) {
-        turn.peer.Hold();
-        return false;
-    });
+    service.Next(Stage::kList, &Hold);
     EXPECT_THAT(Elapsed([&] { inits(4); }), Within(950, 1900));
 
     constexpr DWORD kCount = 20000;

@@ -114,10 +114,7 @@ TEST(Ends, OfProcessesComeAtOnceWithAnObjectInUse)
         for (std::uint64_t round = 0; round < 2 * Scale(); ++round) {
             otherSide.Oblige();
             if (*child == 'D') {
-                otherSide.Next(Stage::kPlay, [](Turn& turn) {
-                    turn.peer.Hold();
-                    return false;
-                });
+                otherSide.Next(Stage::kPlay, &Hold);
             }
             const auto process = StartedInto(
                 nullptr, BuildFolder() +
