@@ -6,7 +6,7 @@ import test from "node:test";
 String.prototype.toWellFormed ??= String.prototype.toString; // of a browser, and of newer Nodes
 const files = process.argv.slice(2).filter((file) => !/(main|puppeteer)\.js$/.test(file));
 const names = ["addressMatcher", "Deadline", "Downloads", "Frames", "keyEvents", "packed", "Page",
-  "Play", "Protocol", "sourceOf", "unpacked"];
+  "Play", "Protocol", "unpacked"];
 const source = files.map((file) => fs.readFileSync(file, "utf8")).join("");
 const page = new Function(`"use strict"; ${source}; return { ${names.join(", ")} };`)();
 const soon = new AbortController().signal;
@@ -57,15 +57,6 @@ test("values cross as they are, and what cannot cross as undefined", () => {
   assert.deepEqual(page.unpacked(page.packed(circle)), { name: "x", self: undefined, call: undefined });
   const same = {};
   assert.deepEqual(page.unpacked(page.packed([same, same])), [{}, {}]);
-});
-
-test("a function's source is one that can be called", () => {
-  const { method, late } = { method(x) { return x + 1; }, async late() { return 2; } };
-  for (const work of [method, (x) => x + 1, function (x) { return x + 1; }]) {
-    assert.equal(new Function(`return ${page.sourceOf(work)}(1)`)(), 2);
-  }
-  assert.match(page.sourceOf(late), /async/);
-  assert.throws(() => page.sourceOf(Math.max), /no source/);
 });
 
 test("a play tells the first operation that nobody has awaited", async () => {

@@ -56,3 +56,9 @@ extract(await page.evaluate(() => clicked));
 //> form.html
 extract(...(await page.evaluate((given) => [given instanceof Date, new URL("https://example.com/a"), window, 10n, { a: undefined }, new Map([[1, 2]]).get(1)], new Date(5))));
 //= 1||true[EXTRACT]https://example.com/a[EXTRACT][EXTRACT]10[EXTRACT]{}[EXTRACT]2
+// A function of any kind can be called in the page, but none that has no source.
+//> -
+const { method, late } = { method(x) { return x + 1; }, async late() { return 2; } };
+extract(await page.evaluate(method, 1), await page.evaluate(late), await page.evaluate(function (x) { return x + 1; }, 1));
+await page.evaluate(Math.max).catch(({ message }) => extract(/no source/.test(message)));
+//= 1||2[EXTRACT]2[EXTRACT]2[EXTRACT]true

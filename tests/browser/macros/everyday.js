@@ -22,8 +22,7 @@ await page.waitForFunction(() => ready === 8, undefined, { timeout: 100 });
 await page.goto(options.site + "/late_network.html", { waitUntil: "commit" });
 await page.waitForLoadState("networkidle", { timeout: 20000 });
 extract(await page.textContent("#loaded"));
-await page.waitForLoadState("idle").catch(({ message }) => extract(message));
-//= 1||three pieces[EXTRACT]there is no state "idle" to wait for
+//= 1||three pieces
 // Elements by their text and their role, one below the other, and through open shadow roots.
 //> everyday.html
 for (const selector of ["text=two", 'text="Tw"', "text=/^th/i", "role=button[name=\"Save all\"]", "role=textbox[name=Name]", "role=heading", "#list >> text=One", "role=list >> li", "my-part >> button", "text=In the shadow", "#inside", "role=checkbox[name=/agree/]", ".twice"]) {

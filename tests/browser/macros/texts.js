@@ -28,15 +28,12 @@ extract("a"); throw new Error("b[tvn!E!tvn]c");
 //= -100|b[ tvn!E!tvn]c (line 1) (-100)|a
 //+ two words=1
 //> -
-extract(1);
 //= -100|A variable's name holds a blank, which tvnSet cannot send; use another name. (-100)|
 //+ a b c=1
 //> -
-extract(1);
 //= -100|A variable's name holds a blank, which tvnSet cannot send; use another name. (-100)|
 //+ -two words=1
 //> -
-extract(1);
 //= -100|A variable's name holds a blank, which tvnSet cannot send; use another name. (-100)|
 // What a macro throws comes with its line, and with the extracts until then.
 //> -
