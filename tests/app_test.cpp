@@ -1,4 +1,7 @@
-// The scripting object's methods with a browser that behaves, and with one that does not.
+// The scripting object's methods with a browser that behaves, and with one that does not; what one
+// play costs in calls of the platform and in blocks of memory.
+
+#include <map>
 
 #include "Interface/AutomationValue.h"
 #include "Interface/ServerModule.h"
@@ -32,7 +35,7 @@ class Scripting : public testing::Test
     {
         app.Exit();
         EndBrowsers();
-        SetRegistryValue(kProductKey, "PathBasic", StandinFolder());
+        SetRegistryValue(kProductKey, "PathBasic", kStandinFolder);
         EXPECT_EQ(app.Init(), sOk);
         EXPECT_EQ(app.Played("m"), "1||m|m");
         EXPECT_EQ(app.Exit(), sOk);
@@ -44,7 +47,7 @@ class Scripting : public testing::Test
     std::optional<NoHandleStaysOpen> m_handles;
 };
 
-// What plays, replies and indexes give is with the scripts of script_host_test.cpp.
+// What plays, replies and indexes give is with the scripts script_host_test.*.
 
 TEST_F(Scripting, AnIndexMayBeAReferenceAndAResultMayHaveNoPlace)
 {
@@ -76,7 +79,7 @@ TEST_F(Scripting, AnIndexMayBeAReferenceAndAResultMayHaveNoPlace)
         EXPECT_TRUE(TextOf(each, copy));
         EXPECT_EQ(copy, own);
     }
-    EXPECT_EQ(watch.OpenBlocks(), 0);
+    EXPECT_EQ(watch.IsOpen().blocks, 0);
 }
 
 TEST(ScriptingTime, AnExitGivesAThirdOfItsTimeToTheCommandAndHalfOfTheRestToTheWait)
@@ -120,7 +123,7 @@ TEST_F(Scripting, AnInitThatFailsEndsOnTimeWithItsStatusAndTrace)
     fails("-standin=no-answer", 1, sFail, refused);
     SetRegistryValue(kProductKey, "PathBasic", "C:\\nowhere");
     fails("", 20, sFail, kTrace + "FFFFFFFF = createProcess(");
-    DeleteRegistryKey(kProductKey);
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, kProductKey.c_str());
     fails("", 20, sFail, kDebug + "CreateAndAttach, [1]");
 }
 
@@ -186,6 +189,34 @@ TEST(ScriptingMemory, ThatIsShortForTheTextOfAFailureLeavesItsStatus)
     EXPECT_THAT(failedInit(false), testing::StartsWith("-1" + line + "ReadPipeError( 0x"));
     EXPECT_EQ(failedInit(false), "-1" + line + "ReadPipeError");
     EXPECT_EQ(failedInit(true), "-3" + line + "ReadPipeTimeout");
+}
+
+// A number that grows fails this; one that has shrunk is entered here, so that it stays.
+TEST(Costs, APlayCostsNoMoreThanItDid)
+{
+    const std::map<std::string, unsigned int> most = {
+        {"GetLastError", 4},       {"GetOverlappedResult", 1},
+        {"GetTickCount", 10},      {"MsgWaitForMultipleObjectsEx", 1},
+        {"OutputDebugStringA", 5}, {"ReadFile", 3},
+        {"SysStringLen", 1},       {"WideCharToMultiByte", 1},
+        {"WriteFile", 1},          {"new", 8}};
+    AppClient app;
+    ASSERT_EQ(app.Init(), sOk);
+    // The reply comes after the wait for it has begun, in every run.
+    const _bstr_t macro = L"!wait 30\n!reply text";
+    int status = 0;
+    std::map<std::string, unsigned int> cost;
+    for (int plays = 0; plays < 3; ++plays) {  // the first makes what is kept for later ones
+        const ImportWatch watch;
+        app.Get()->tvnPlay(macro, 20, reinterpret_cast<Status*>(&status));
+        cost = watch.Calls();
+    }
+    EXPECT_EQ(status, sOk);
+    for (const auto& [what, number] : cost) {
+        const auto before = most.find(what);
+        EXPECT_LE(number, before == most.end() ? 0 : before->second) << what;
+    }
+    app.Exit();
 }
 
 }  // namespace tvn::tests

@@ -5,13 +5,10 @@
 #include <regex>
 
 #include "basicslib/StatusCode.h"
-#include "process/Instance.h"
-#include "process/InstancesMgr.h"
 #include "tests/app_client.h"
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
-#include "tests/replaced_imports.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
 
@@ -37,21 +34,17 @@ class Attach : public testing::Test
     ~Attach() override
     {
         SetEnvironmentVariableA("TALVERN_STANDIN", nullptr);
-        SetRegistryValue(kProductKey, "PathBasic", StandinFolder());
+        SetRegistryValue(kProductKey, "PathBasic", kStandinFolder);
         EndBrowsers();
     }
 
     /// A Firefox that runs already, found by its window.
     static boost::shared_ptr<IProcess> RunningFirefox(const std::string& arguments = "")
     {
-        const auto count = [] {
-            std::vector<boost::shared_ptr<Instance>> list;
-            InstancesMgr().GetInstancesByName(list, L"firefox.exe", 0);
-            return list.size();
-        };
-        const std::size_t before = count();
+        const wchar_t* const firefox = L"firefox.exe";
+        const std::size_t before = InstancesOf(firefox).size();
         auto process = Started("standins\\firefox.exe", arguments);
-        EXPECT_TRUE(Eventually([&] { return count() > before; }));
+        EXPECT_TRUE(Eventually([&] { return InstancesOf(firefox).size() > before; }));
         Sleep(200);  // the pipe comes after the window
         return process;
     }
@@ -72,7 +65,7 @@ class Attach : public testing::Test
         return WithoutIds(commandLine, log);
     }
 
-    const std::string folder = StandinFolder();
+    const std::string folder = kStandinFolder;
     AppClient app;
 };
 
@@ -196,7 +189,7 @@ TEST_F(Attach, EachKindOfBrowserGetsItsCommandLineToTheLetter)
     for (const auto& [options, expected] : cases) {
         EXPECT_EQ(Starts(options), folder + expected);
     }
-    DeleteRegistryKey(kProductKey);
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, kProductKey.c_str());
     EXPECT_EQ(Starts("-ie"), folder + "\\iexplore.exe  \"about:blank?authorizeAll=false" + url);
 }
 

@@ -18,13 +18,13 @@ using testing::ElementsAre;
 class BrowserLocation : public testing::Test
 {
   protected:
-    BrowserLocation() { DeleteRegistryKey(firefox); }
+    BrowserLocation() { RegDeleteTreeA(HKEY_LOCAL_MACHINE, firefox.c_str()); }
     ~BrowserLocation() override
     {
-        DeleteRegistryKey(firefox);
-        AddFirefox("3.6.8 (en-US)", StandinFolder() + "\\firefox.exe");
-        SetRegistryValue(kProductKey, "PathBasic", StandinFolder());
-        SetRegistryValue(explorer32, "", "\"" + StandinFolder() + "\\iexplore.exe\"");
+        RegDeleteTreeA(HKEY_LOCAL_MACHINE, firefox.c_str());
+        AddFirefox("3.6.8 (en-US)", kStandinFolder + "\\firefox.exe");
+        SetRegistryValue(kProductKey, "PathBasic", kStandinFolder);
+        SetRegistryValue(explorer32, "", "\"" + kStandinFolder + "\\iexplore.exe\"");
     }
     void AddFirefox(const std::string& name, const std::string& path, DWORD type = REG_SZ) const
     {
@@ -61,13 +61,13 @@ TEST_F(BrowserLocation, PathsComeFromThe32BitViewAndExplorersIsExpandedAndUnquot
         EXPECT_EQ(Narrow(GetPathBasic()), folder);
         EXPECT_EQ(Narrow(GetInternetExplorerPath()), program);
     }
-    DeleteRegistryKey(kProductKey);
-    DeleteRegistryKey(explorer32);
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, kProductKey.c_str());
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, explorer32.c_str());
     SetRegistryValue("SOFTWARE\\Talvern", "PathBasic", "C:\\64");
     SetRegistryValue("SOFTWARE\\Classes\\" + explorer, "", "C:\\64.exe");
     EXPECT_EQ(Narrow(GetPathBasic()), "");
     EXPECT_EQ(Narrow(GetInternetExplorerPath()), "");
-    DeleteRegistryKey("SOFTWARE\\Talvern");
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Talvern");
     EXPECT_EQ(access, static_cast<REGSAM>(KEY_READ | KEY_WOW64_32KEY)) << "what every account may";
 }
 
@@ -79,7 +79,7 @@ TEST_F(BrowserLocation, TheFirefoxAskedForOrElseTheGreatestIsChosen)
                                          kDebug + "mzFX key access failed"));
     AddFirefox(std::string(60, '0') + " (de)", "C:\\long");
     EXPECT_TRUE(EnumFirefoxVersions().empty()) << "a name too long for its buffer ends the list";
-    DeleteRegistryKey(firefox);
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, firefox.c_str());
 
     const std::string longest(511, 'l');
     const std::pair<const char*, std::string> installed[] = {

@@ -79,12 +79,6 @@ bool BytePeer::Write(const Bytes& message, DWORD timeout)
     return Complete(write, timeout, count) == ERROR_SUCCESS && count == message.size();
 }
 
-bool BytePeer::HasMessage() const
-{
-    DWORD left = 0;
-    return PeekNamedPipe(m_end->Get(), nullptr, 0, nullptr, nullptr, &left) && left != 0;
-}
-
 void BytePeer::Hold()
 {
     // The end of a pipe cannot be awaited without reading from it.
@@ -92,12 +86,6 @@ void BytePeer::Hold()
         if (WaitForSingleObject(m_stop, 5) == WAIT_OBJECT_0) {
             return;
         }
-    }
-}
-
-void BytePeer::Drain()
-{
-    while (ReadPart(4096)) {
     }
 }
 

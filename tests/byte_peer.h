@@ -47,14 +47,8 @@ class BytePeer
     /// One message. False when nobody has taken it.
     bool Write(const Bytes& message, DWORD timeout = INFINITE);
 
-    /// Whether a message, or the rest of one, is there to be read.
-    bool HasMessage() const;
-
     /// Reads nothing, and does nothing, until the other side closes.
     void Hold();
-
-    /// Reads and drops everything until the other side closes.
-    void Drain();
 
   private:
     template <class Start>

@@ -110,7 +110,7 @@ TEST(Callback, WhatTheSystemRefusesIsTheReasonThatIsGiven)
     watch.Fail("CreateEventA", ERROR_NO_SYSTEM_RESOURCES);
     EXPECT_FALSE(PipeServer::ConnectPipe(pipe.Get(), 50, nullptr, error));
     EXPECT_EQ(error, static_cast<DWORD>(ERROR_NO_SYSTEM_RESOURCES));
-    EXPECT_EQ(watch.OpenHandles(), 1) << "the pipe";
+    EXPECT_EQ(watch.IsOpen().handles, 1) << "the pipe";
     const auto connects = TVN_REPLACE_IMPORT(ConnectNamedPipe, [](HANDLE, OVERLAPPED*) -> BOOL {
         SetLastError(ERROR_PIPE_LISTENING);
         return TRUE;
@@ -147,11 +147,7 @@ TEST(Callback, APipeIsOpenToEveryAccountWhenThatIsAskedFor)
     EXPECT_EQ(made, "40000003 6 255 1024 1024 5000");
     const Handle open(PipeServer::CreatePipe(kCallbackPipe, TRUE, error));
     EXPECT_EQ(made, "40000003 6 255 1024 1024 5000 inheritable, null list");
-    const Handle other(PipeServer::CreatePipe(
-        "\\\\.\\pipe\\Talvern_callback_other",
-        {FILE_FLAG_FIRST_PIPE_INSTANCE, PIPE_REJECT_REMOTE_CLIENTS, nullptr}, error));
-    EXPECT_EQ(made, "40080003 e 255 1024 1024 5000");
-    EXPECT_TRUE(own.IsValid() && open.IsValid() && other.IsValid());
+    EXPECT_TRUE(own.IsValid() && open.IsValid());
     const std::string line =
         kDebug + "CreateNamedPipe, " + kCallbackPipe + ", allowAllToAccessPipe = ";
     EXPECT_THAT(log.Lines(), ElementsAre(line + "0", line + "1"));

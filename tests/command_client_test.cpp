@@ -10,7 +10,6 @@
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
-#include "tests/replaced_imports.h"
 #include "tests/resources.h"
 #include "tests/scripted_peer.h"
 #include "tests/texts.h"
@@ -67,35 +66,13 @@ TEST_F(Commands, AFailureOfTheOtherSideIsAStatus)
     instance.reset();
     EXPECT_EQ(Run(INFINITE), sFail);
     EXPECT_EQ(log.Count(kFailed), 4) << "the write and the read fail each";
-}
-
-TEST_F(Commands, AnyImportThatFailsIsAStatusOrAnExceptionAndLeavesNoHandleOpen)
-{
-    int status = 0;
-    const auto before = [&] {
+    for (const char* call : {"CreateFileA", "SetNamedPipeHandleState", "ReadFile"}) {
         instance.emplace(kCommandPipe);
-        instance->Perform({{std::nullopt, {Message(1, sOk, "")}}});
-    };
-    const auto run = [&] {
-        status = sFail;
-        try {
-            status = CommandClient(kCommandPipe, interrupt, false).Execute(1000, L"C", L"").status;
-        } catch (const BaseException&) {
-        } catch (const _com_error&) {
-        } catch (const std::bad_alloc&) {
-        }
-    };
-    for (const Fails how : {Fails::kOnce, Fails::kFromHereOn}) {
-        FailEach(how, before, run, [&](const Failure& failure) {
-            // This instance answers without being asked, so a failed write is harmless; so is a
-            // failed look whether the answer has come, because the read tells it, too.
-            constexpr std::string_view kHarmless[] = {"CloseHandle", "GetOverlappedResult",
-                                                      "WriteFile"};
-            EXPECT_EQ(status == sOk, testing::Matches(testing::AnyOfArray(kHarmless))(failure.what))
-                << failure.what;
-            EXPECT_EQ(failure.handles, 0) << failure.what;
-            BytePeer::Open(kCommandPipe);  // the instance waits for a client
-        });
+        ImportWatch watch;
+        watch.Fail(call, ERROR_ACCESS_DENIED);
+        EXPECT_EQ(CommandClient(kCommandPipe, {}, false).Execute(0, L"C", L"").status, sFail)
+            << call;
+        EXPECT_EQ(watch.IsOpen().handles, 0) << call;
     }
 }
 

@@ -7,8 +7,6 @@
 
 #include "basicslib/StatusCode.h"
 #include "process/AppWindowIterator.h"
-#include "process/Instance.h"
-#include "process/InstancesMgr.h"
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
@@ -20,7 +18,6 @@ namespace tvn::tests
 {
 
 using testing::ElementsAre;
-using Instances = std::vector<boost::shared_ptr<Instance>>;
 
 /// A process that owns windows, under the executable name "iexplore.exe" or its own. A "=*" stands
 /// for the title by which instances are found.
@@ -35,12 +32,7 @@ static boost::shared_ptr<IProcess> Owner(std::string windows,
     return owner;
 }
 
-static Instances Found(const wchar_t* name = L"iexplore.exe")
-{
-    Instances instances(3);  // what is in the list before goes
-    EXPECT_EQ(InstancesMgr().GetInstancesByName(instances, name, 0), sOk);
-    return instances;
-}
+static const wchar_t* const kExplorer = L"iexplore.exe";
 
 static std::string ClassOf(HWND window)
 {
@@ -50,7 +42,7 @@ static std::string ClassOf(HWND window)
 }
 
 /// The classes of the windows found, in their order.
-static std::string Classes(const Instances& instances = Found())
+static std::string Classes(const Instances& instances = InstancesOf(kExplorer))
 {
     std::string classes;
     for (const auto& instance : instances) {
@@ -66,7 +58,7 @@ TEST(Discovery, AnInstanceIsAHiddenWindowOfTheRightTitleAndExecutable)
         "hidden=* visible=* hidden=\"talvern INSTANCE window\" hidden=\"Talvern Instance Window 2\""
         " message=*");
     const auto other = Owner("hidden=*", "window_owner.exe");
-    const Instances instances = Found(L"IExplore.EXE");
+    const Instances instances = InstancesOf(L"IExplore.EXE");
     ASSERT_EQ(Classes(instances), " W3 W1");
     EXPECT_EQ(instances[0]->pid, owner->GetPid());
     EXPECT_EQ(instances[1]->process->GetPid(), owner->GetPid());
@@ -80,7 +72,7 @@ TEST(Discovery, AChildOfAWindowThatDoesNotMatchIsFound)
     const auto owner =
         Owner("visible=other child=* showchild=* hidden=* child=* hidden=other showchild=*");
     EXPECT_EQ(Classes(), " W4 W2");
-    CAppWindowIterator any(L"iexplore.exe", L"", true);
+    CAppWindowIterator any(kExplorer, L"", true);
     EXPECT_EQ(ClassOf(any.First()), "W7") << "an empty title matches any";
     EXPECT_EQ(ClassOf(any.Next()), "W1");
     EXPECT_EQ(any.Next(), nullptr);
@@ -97,7 +89,7 @@ TEST(Discovery, TheSearchDoesNotWaitForAThreadOfItsOwnProcess)
         Sleep(1000);
     });
     WaitForSingleObject(made->Get(), 5000);
-    EXPECT_THAT(Elapsed([] { Found(); }), Within(0, 800));
+    EXPECT_THAT(Elapsed([] { InstancesOf(kExplorer); }), Within(0, 800));
 }
 
 TEST(Discovery, InstancesAreListedInTheirZOrder)
@@ -105,10 +97,10 @@ TEST(Discovery, InstancesAreListedInTheirZOrder)
     const auto first = Owner("hidden=*");
     const auto second = Owner("hidden=* hidden=*");
     EXPECT_EQ(Classes(), " W2 W1 W1");
-    HWND last = Found().at(2)->hwnd;
+    HWND last = InstancesOf(kExplorer).at(2)->hwnd;
     EXPECT_TRUE(SetWindowPos(last, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE));
     EXPECT_EQ(Classes(), " W1 W2 W1");
-    EXPECT_EQ(Found()[0]->hwnd, last);
+    EXPECT_EQ(InstancesOf(kExplorer)[0]->hwnd, last);
 }
 
 TEST(Discovery, TheSearchEndsAfter1024WindowsAndAsManyDescendants)
@@ -147,10 +139,10 @@ TEST(Discovery, AProcessThatCannotBeOpenedOrIsAnotherByThenIsLeftOut)
 {
     const auto owner = Owner("hidden=*");
     const auto denied = Owner("hidden=* deny");
-    Found();
+    InstancesOf(kExplorer);
     const LogCapture log;
     const NoHandleStaysOpen handles;
-    EXPECT_EQ(Found().at(0)->pid, owner->GetPid());
+    EXPECT_EQ(InstancesOf(kExplorer).at(0)->pid, owner->GetPid());
     const std::string pid = std::to_string(denied->GetPid());
     EXPECT_THAT(log.Lines(kDebug), ElementsAre(kDebug + "Cann't open process, pid = " + pid));
     static int asked;

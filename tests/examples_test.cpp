@@ -16,36 +16,31 @@
 #include "basicslib/InstanceProtocol.h"
 #include "basicslib/StatusCode.h"
 #include "pipeutils/PipeNames.h"
-#include "process/Instance.h"
-#include "process/InstancesMgr.h"
 #include "tests/app_client.h"
 #include "tests/byte_peer.h"
 #include "tests/moments.h"
-#include "tests/pipe_accounts.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
 
 namespace tvn::tests
 {
-namespace
-{
 
 using testing::HasSubstr;
 using testing::StartsWith;
 
-std::string RunOf(const std::string& name)
-{
-    return "cscript.exe //nologo \"" + Examples() + name + "\" ";
-}
+const std::string kExamples = TreeFolder() + "\\examples\\";
 
-}  // namespace
+static std::string RunOf(const std::string& name)
+{
+    return "cscript.exe //nologo \"" + kExamples + name + "\" ";
+}
 
 TEST(Examples, EveryLanguagePrintsTheSameAndTellsEachStatusInTheWordsOfTheReference)
 {
     const std::string reference = Contents(TreeFolder() + "\\docs\\scripting-reference.md");
     const std::string notRunHere[] = {
-        Contents(Examples() + "play.bas"), Contents(Examples() + "play.ps1"),
-        Contents(Examples() + "play.py"), Contents(Examples() + "play.cs")};
+        Contents(kExamples + "play.bas"), Contents(kExamples + "play.ps1"),
+        Contents(kExamples + "play.py"), Contents(kExamples + "play.cs")};
     const std::string programs[] = {RunOf("play.vbs"), RunOf("play.js"),
                                     BuildFolder() + "\\examples\\play.exe ",
                                     BuildFolder() + "\\examples\\play_c.exe "};
@@ -156,7 +151,7 @@ TEST(Examples, EveryScriptInTheDocumentsRunsToItsEnd)
     std::size_t count = 0;
     for (const char* name : {"README.md", "docs\\scripting-reference.md", "docs\\cheat-sheet.md",
                              "docs\\macros.md", "docs\\first-macro.md"}) {
-        const std::string text = Contents(Examples() + "..\\" + name);
+        const std::string text = Contents(TreeFolder() + "\\" + name);
         const std::string opening = "```vbs\n";
         for (std::size_t at = 0; (at = text.find(opening, at)) != std::string::npos; ++count) {
             at += opening.size();
@@ -181,8 +176,7 @@ TEST(Examples, TheInstanceInCIsStartedFoundReservedKeptAndEnded)
     AppClient creator;
     AppClient other;
     ASSERT_EQ(creator.Init(lookAlikes.c_str()), sOk);
-    std::vector<boost::shared_ptr<Instance>> list;
-    InstancesMgr().GetInstancesByName(list, L"talvern.exe", 0);
+    const Instances list = InstancesOf(L"talvern.exe");
     ASSERT_EQ(list.size(), 1U);
     const auto pipe = BytePeer::Open(Narrow(InstancePipeName(WindowValue(list[0]->hwnd))), 5000);
     EXPECT_EQ(AccountsOf(pipe->Get()), "D:P(A;;GA;;;OW)(A;;GA;;;SY)(A;;GA;;;BA)");
@@ -209,7 +203,7 @@ TEST(Examples, TheInstanceInCIsStartedFoundReservedKeptAndEnded)
     EXPECT_EQ(other.Init("", false), sOk);
     EXPECT_EQ(Running("talvern.exe").size(), 2U) << "the first waits for its creator";
     EXPECT_EQ(other.Exit(), sOk);
-    SetRegistryValue(kProductKey, "PathBasic", StandinFolder());
+    SetRegistryValue(kProductKey, "PathBasic", kStandinFolder);
 }
 
 }  // namespace tvn::tests

@@ -185,7 +185,7 @@ TEST_F(Framing, AWriteThatEndsOnTimeOrWithTheInterruptLeavesNothingPending)
     EXPECT_THAT(Elapsed([&] { EXPECT_EQ(error(300), 258U); }), Within(250, 3000));
     SetEvent(interrupt->Get());
     EXPECT_EQ(error(INFINITE), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
-    EXPECT_EQ(watch.OpenHandles(), 0);
+    EXPECT_EQ(watch.IsOpen().handles, 0);
     {
         const auto less = TVN_REPLACE_IMPORT(WriteFile,
                                              [](HANDLE file, const void* bytes, DWORD count,

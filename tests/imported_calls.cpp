@@ -14,15 +14,75 @@
 #include <array>
 #include <cstdlib>
 #include <iterator>
+#include <sstream>
 #include <type_traits>
 #include <utility>
 
-#include "tests/import_kinds.h"
+#include "tools/lib/count_request.h"
 
 namespace tvn::tests
 {
 namespace
 {
+
+// What the platform's functions open, close and take, told by their names.
+
+/// Whether a name is among names that are divided by blanks, with one at either end.
+constexpr bool IsOneOf(std::string_view name, std::string_view names)
+{
+    for (std::size_t at = 0; (at = names.find(name, at)) != std::string_view::npos; ++at) {
+        if (names[at - 1] == ' ' && names[at + name.size()] == ' ') {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// How many handles this call opens when it succeeds; negative for one that closes them.
+constexpr int HandlesOpenedBy(std::string_view name)
+{
+    constexpr std::string_view kOpening =
+        " CreateEventA CreateFileA CreateNamedPipeA DuplicateHandle OpenProcess ";
+    const int closed = name == "CloseHandle" ? 1 : 0;
+    return name == "CreateProcessA" ? 2 : IsOneOf(name, kOpening) - closed;
+}
+
+constexpr int TextsOpenedBy(std::string_view name)
+{
+    return name == "SysFreeString" ? -1 : name.starts_with("SysAlloc");
+}
+
+constexpr bool IsMemory(std::string_view name)
+{
+    return TextsOpenedBy(name) > 0 || IsOneOf(name, " malloc new ");
+}
+
+/// Whoever closes or cancels has nobody left to try it again: it is done, and may report a failure.
+constexpr bool GivesBack(std::string_view name)
+{
+    return IsOneOf(name, " CancelIo CancelIoEx CloseHandle RegCloseKey RpcStringFreeW ");
+}
+
+/// Whether a call can fail in this way so that its caller sees it.
+constexpr bool CanFail(std::string_view name, Fails how)
+{
+    constexpr std::string_view kCannot =
+        " CoTaskMemFree DefWindowProcW DeleteCriticalSection DispatchMessageA DispatchMessageW "
+        "EnterCriticalSection GetCurrentProcess GetCurrentThreadId GetLastError GetTickCount "
+        "InitializeCriticalSection LeaveCriticalSection LocalFree OutputDebugStringA PeekMessageA "
+        "PostQuitMessage SetLastError Sleep SysFreeString SysStringByteLen SysStringLen "
+        "TranslateMessage VariantClear VariantInit ";
+    if (IsOneOf(name, kCannot)) {
+        return false;
+    }
+    // What opens something and says that it did not leaves that open by itself.
+    constexpr std::string_view kOpening[] = {
+        "Create",   "Open",       "Duplicate",    "RegOpen", "RegCreate", "SysAlloc",   "malloc",
+        "operator", "StringFrom", "UuidToString", "Load",    "Variant",   "CommandLine"};
+    return how != Fails::kThoughDone ||
+           std::none_of(std::begin(kOpening), std::end(kOpening),
+                        [name](std::string_view start) { return name.starts_with(start); });
+}
 
 enum ImportIndex : std::size_t {
 #define TVN_IMPORT(name) k##name,
@@ -79,10 +139,7 @@ constinit DWORD g_watchedThread = 0;
 struct Counts
 {
     std::array<unsigned int, kPointCount> calls = {};
-    int openHandles = 0;
-    int openBlocks = 0;
-    std::size_t openBytes = 0;
-    std::size_t peakBytes = 0;
+    Open open;
 };
 constinit Counts g_counts;
 constinit Plan g_plan;
@@ -156,8 +213,8 @@ template <ImportIndex kIndex, class Result>
 Result Counted(Result result)
 {
     const int times = HasSucceeded<kIndex>(result) ? 1 : 0;
-    g_counts.openHandles += times * HandlesOpenedBy(kNames[kIndex]);
-    g_counts.openBlocks += times * TextsOpenedBy(kNames[kIndex]);
+    g_counts.open.handles += times * HandlesOpenedBy(kNames[kIndex]);
+    g_counts.open.blocks += times * TextsOpenedBy(kNames[kIndex]);
     return result;
 }
 
@@ -191,7 +248,7 @@ struct Entry<kIndex, Result(Arguments...)>
         if constexpr (HandlesOpenedBy(kName) == 0 && TextsOpenedBy(kName) == 0) {
             return function(arguments...);
         } else if constexpr (std::is_void_v<Result>) {
-            g_counts.openBlocks += (... && (arguments != nullptr)) ? TextsOpenedBy(kName) : 0;
+            g_counts.open.blocks += (... && (arguments != nullptr)) ? TextsOpenedBy(kName) : 0;
             function(arguments...);
         } else {
             return Counted<kIndex>(function(arguments...));
@@ -273,19 +330,9 @@ unsigned int ImportWatch::CallsThatCanFail(Fails how) const noexcept
     return calls;
 }
 
-int ImportWatch::OpenHandles() const noexcept
+const Open& ImportWatch::IsOpen() const noexcept
 {
-    return g_counts.openHandles;
-}
-
-int ImportWatch::OpenBlocks() const noexcept
-{
-    return g_counts.openBlocks;
-}
-
-std::size_t ImportWatch::PeakBytes() const noexcept
-{
-    return g_counts.peakBytes;
+    return g_counts.open;
 }
 
 bool BlockFails(std::size_t size) noexcept
@@ -297,37 +344,17 @@ bool BlockFails(std::size_t size) noexcept
     if (g_plan.Strikes(kOperatorNew)) {
         return true;
     }
-    ++g_counts.openBlocks;
-    g_counts.openBytes += size;
-    g_counts.peakBytes = std::max(g_counts.peakBytes, g_counts.openBytes);
+    ++g_counts.open.blocks;
+    g_counts.open.bytes += size;
+    g_counts.open.mostBytes = std::max(g_counts.open.mostBytes, g_counts.open.bytes);
     return false;
 }
 
 void BlockIsFreed(std::size_t size) noexcept
 {
     if (IsWatched()) {
-        --g_counts.openBlocks;
-        g_counts.openBytes -= std::min(g_counts.openBytes, size);  // it may be an older one
-    }
-}
-
-void FailEach(Fails how, const std::function<void()>& before, const std::function<void()>& work,
-              const std::function<void(const Failure& failure)>& after)
-{
-    unsigned int last = 0;
-    for (unsigned int call = 0; call <= last; ++call) {
-        before();
-        Failure failure;
-        {
-            ImportWatch watch;
-            watch.Fail(kAnything, ERROR_ACCESS_DENIED, call, how);
-            work();
-            failure = {watch.Failed() == nullptr ? "" : watch.Failed(), watch.OpenHandles()};
-            last = call == 0 ? watch.CallsThatCanFail(how) : last;
-        }
-        if (!failure.what.empty()) {  // a wait may be needed only now and then
-            after(failure);
-        }
+        --g_counts.open.blocks;
+        g_counts.open.bytes -= std::min(g_counts.open.bytes, size);  // it may be an older one
     }
 }
 
@@ -344,6 +371,46 @@ ReplacedImport::~ReplacedImport()
 {
     m_place = m_before;
 }
+
+ReplacedImports g_imports;
+
+static const ReplacedImport g_replaced[] = {
+    TVN_REPLACE_IMPORT(GetTickCount,
+                       [] { return TVN_REAL_IMPORT(GetTickCount)() + g_imports.tickOffset; }),
+    TVN_REPLACE_IMPORT(MsgWaitForMultipleObjectsEx,
+                       [](DWORD count, const HANDLE* handles, DWORD time, DWORD mask, DWORD flags) {
+                           g_imports.lastWait = time;
+                           return TVN_REAL_IMPORT(MsgWaitForMultipleObjectsEx)(count, handles, time,
+                                                                               mask, flags);
+                       }),
+    // What the product ends by force is counted too, where the build counts.
+    TVN_REPLACE_IMPORT(TerminateProcess,
+                       [](HANDLE process, UINT code) -> BOOL {
+                           return coverage::EndWithCounts(process) ||
+                                  TVN_REAL_IMPORT(TerminateProcess)(process, code);
+                       }),
+    TVN_REPLACE_IMPORT(
+        CreateProcessWithLogonW,
+        [](LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD logonFlags, LPCWSTR application,
+           LPWSTR commandLine, DWORD flags, void* environment, LPCWSTR directory,
+           STARTUPINFOW* startup, PROCESS_INFORMATION* process) -> BOOL {
+            std::wostringstream text;
+            const LPCWSTR values[] = {user, domain, password, application, commandLine, directory};
+            for (LPCWSTR value : values) {
+                text << (value == nullptr ? L"(null)" : value) << '|';
+            }
+            text << logonFlags << '|' << flags << '|' << environment << '|'
+                 << startup->cb - sizeof *startup << '|' << startup->dwFlags << '|'
+                 << startup->wShowWindow;
+            g_imports.logon = text.str();
+            if (g_imports.logonSucceeds) {
+                process->hProcess = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+                process->dwProcessId = 4711;
+            }
+            SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+            return g_imports.logonSucceeds;
+        }),
+};
 
 // The names under which the linker looks for the imports' addresses, and for those functions that
 // are called by a jump.

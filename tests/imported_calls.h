@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <boost/noncopyable.hpp>
 #include <functional>
 #include <map>
@@ -26,6 +27,14 @@ enum class Fails : unsigned char {
 /// the three that make COM strings), and whatever can fail at all.
 inline constexpr const char* kMemory = "memory";
 inline constexpr const char* kAnything = "anything";
+
+struct Open
+{
+    int handles = 0;
+    int blocks = 0;             ///< of memory, with the COM strings
+    std::size_t bytes = 0;      ///< of the blocks without these
+    std::size_t mostBytes = 0;  ///< at a time
+};
 
 /// Counts the calls and the blocks of memory of the thread that makes this, until it is destroyed,
 /// and lets them fail. One at a time.
@@ -49,26 +58,9 @@ class ImportWatch : boost::noncopyable
     /// Those of them that can fail in this way.
     unsigned int CallsThatCanFail(Fails how) const noexcept;
 
-    /// What was opened by these calls less what was closed: handles, and blocks of memory with the
-    /// COM strings.
-    int OpenHandles() const noexcept;
-    int OpenBlocks() const noexcept;
-
-    /// The most bytes of blocks that were allocated at a time.
-    std::size_t PeakBytes() const noexcept;
+    /// What was opened by these calls less what was closed.
+    const Open& IsOpen() const noexcept;
 };
-
-/// What one failure led to.
-struct Failure
-{
-    std::string_view what;  ///< the import, or "new"
-    int handles = 0;        ///< that the work has left open
-};
-
-/// Does `work`, and then again for each call and each block of memory in it, which then fails. What
-/// comes before and after each of these is not part of it.
-void FailEach(Fails how, const std::function<void()>& before, const std::function<void()>& work,
-              const std::function<void(const Failure& failure)>& after);
 
 /// For operator new and delete, which are defined elsewhere.
 bool BlockFails(std::size_t size) noexcept;
@@ -94,5 +86,17 @@ void* RealImport(const char* import);
 #define TVN_REPLACE_IMPORT(name, ...) \
     tvn::tests::ReplacedImport(       \
         #name, reinterpret_cast<void*>(static_cast<decltype(&(name))>(__VA_ARGS__)))
+
+/// This program's own entries stand in the place of some of the platform's imports, for the
+/// statically linked product as well. They pass every call on unless a test sets something here.
+struct ReplacedImports
+{
+    DWORD tickOffset = 0;             ///< added to GetTickCount
+    std::atomic<DWORD> lastWait = 0;  ///< the milliseconds of the last MsgWaitForMultipleObjectsEx
+    bool logonSucceeds = false;       ///< CreateProcessWithLogonW gives a process with the id 4711
+    std::wstring logon;               ///< its last arguments, divided by bars
+};
+
+extern ReplacedImports g_imports;
 
 }  // namespace tvn::tests

@@ -5,13 +5,11 @@
 
 namespace tvn::tests
 {
-namespace
-{
 
-std::mutex g_mutex;
-std::vector<std::string> g_lines;
+static std::mutex g_mutex;
+static std::vector<std::string> g_lines;
 
-LONG CALLBACK SeeLine(EXCEPTION_POINTERS* exception)
+static LONG CALLBACK SeeLine(EXCEPTION_POINTERS* exception)
 {
     constexpr DWORD kPrintException = 0x40010006;  // what OutputDebugStringA raises
     const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
@@ -21,8 +19,6 @@ LONG CALLBACK SeeLine(EXCEPTION_POINTERS* exception)
     }
     return EXCEPTION_CONTINUE_SEARCH;
 }
-
-}  // namespace
 
 LogCapture::LogCapture()
     : m_handler(AddVectoredExceptionHandler(1, &SeeLine), &RemoveVectoredExceptionHandler)
@@ -41,8 +37,7 @@ std::vector<std::string> LogCapture::Lines(const std::string& start) const
 
 std::ptrdiff_t LogCapture::Count(const std::string& line) const
 {
-    const auto lines = Lines(line);
-    return std::count(lines.begin(), lines.end(), line);
+    return std::ranges::count(Lines(line), line);
 }
 
 }  // namespace tvn::tests

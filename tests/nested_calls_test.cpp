@@ -141,7 +141,7 @@ TEST_F(NestedCalls, OfEveryMethodDuringEachWaitOfEachOther)
 {
     OtherSide otherSide;
     const std::size_t inners = 2 * std::size(kInners);  // each is called of both objects
-    Cases::ForEach(std::size(kOuters) * inners, [&](std::uint64_t number, auto&) {
+    ForEachCase(std::size(kOuters) * inners, [&](std::uint64_t number, auto&) {
         const Outer& outer = kOuters[number / inners];
         const std::size_t which = number % inners / 2;
         const Inner& inner = kInners[which];

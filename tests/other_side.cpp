@@ -6,8 +6,6 @@
 
 namespace tvn::tests
 {
-namespace
-{
 
 constexpr std::string_view kPipePrefix = R"(\\.\pipe\Talvern_)";
 
@@ -21,8 +19,6 @@ const std::map<std::wstring, Stage> kCommands = {{L"tvnAuxAttachIfFree", Stage::
                                                  {L"PLAY", Stage::kPlay},
                                                  {L"appSendText", Stage::kDisplay},
                                                  {L"appEnd", Stage::kEnd}};
-
-}  // namespace
 
 bool Hold(Turn& turn)
 {
@@ -107,7 +103,7 @@ void OtherSide::ServeRunner(BytePeer& peer)
         fields.Text();  // the program
         CallBack(fields.Text(), peer);
     }
-    peer.Drain();  // the client is the one that closes
+    peer.Hold();  // the client is the one that closes
 }
 
 Bytes OtherSide::RunnerAnswer(std::uint32_t type, std::uint32_t id)
@@ -138,7 +134,7 @@ void OtherSide::CallBack(const std::wstring& commandLine, BytePeer& runner)
     Turn turn = {starter};
     turn.answer = Message(kWindow);
     if (starter.IsValid() && Answer(Stage::kCallback, turn)) {
-        runner.Drain();
+        runner.Hold();
     }
 }
 

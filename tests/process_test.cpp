@@ -10,7 +10,6 @@
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
-#include "tests/replaced_imports.h"
 #include "tests/resources.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
@@ -31,7 +30,7 @@ TEST(Processes, AStartedProcessIsAwaitedAndEnded)
         EXPECT_EQ(invalid.WaitForExit(0), sFail);
         EXPECT_EQ(invalid.Terminate(0), sFail);
     }
-    const std::string path = StandinFolder() + "\\iexplore.exe";
+    const std::string path = kStandinFolder + "\\iexplore.exe";
     const char* const name = "tvn_inheritable";
     SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
     std::optional<Handle> own(std::in_place, CreateEventA(&inheritable, TRUE, FALSE, name));

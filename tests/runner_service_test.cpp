@@ -13,7 +13,6 @@
 #include "runner/RunnerMessages.h"
 #include "runner/RunnerProtocol.h"
 #include "tests/moments.h"
-#include "tests/pipe_accounts.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
 
@@ -56,7 +55,7 @@ TEST_F(RunnerService, OneThatCannotServeEndsWithTheSentenceThatSaysWhy)
         {"/keep=", unknown + "'/keep='" + known},
     };
     for (const auto& [arguments, says] : cases) {
-        EXPECT_EQ(Ran("\"" + StandinFolder() + "\\runner.exe\" " + arguments), says);
+        EXPECT_EQ(Ran("\"" + kStandinFolder + "\\runner.exe\" " + arguments), says);
     }
 }
 

@@ -4,14 +4,13 @@
 
 #include "basicslib/StatusCode.h"
 #include "pipeutils/PipeNames.h"
-#include "process/Instance.h"
 #include "runner/RunnerInstancesMgr.h"
 #include "runner/RunnerProcess.h"
 #include "tests/app_client.h"
+#include "tests/imported_calls.h"
 #include "tests/log_capture.h"
 #include "tests/moments.h"
 #include "tests/other_side.h"
-#include "tests/replaced_imports.h"
 #include "tests/resources.h"
 #include "tests/surroundings.h"
 #include "tests/texts.h"
@@ -21,7 +20,6 @@ namespace tvn::tests
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using Instances = std::vector<boost::shared_ptr<Instance>>;
 
 const std::string kPipe = Narrow(RunnerPipeName());
 
@@ -84,10 +82,10 @@ TEST(RunnerRequests, CarryWhatTheyAreAboutAndAFailedStartKeepsItsKeyAndId)
     RunnerProcess process;
     EXPECT_EQ(process.GetPid(), 0U);
     const auto start = [&process] {
-        return process.Start(L"app", L"cmd", L"user", L"domain", L"password", 1000);
+        return process.Start(L"app", L"cmd", L"user", kNone, L"password", 1000);
     };
     service.Next(Stage::kStart,
-                 OtherSide::Expects(Message(1, 0, "app", "cmd", "user", "domain", "password"),
+                 OtherSide::Expects(Message(1, 0, "app", "cmd", "user", "", "password"),
                                     Message(2, 0, sFail, 99, "AB")));
     EXPECT_EQ(start(), sFail);
     service.Next(Stage::kTerminate, OtherSide::Expects(Message(3, 0, "AB"), Message(4, 0, sFail)));
@@ -114,19 +112,6 @@ TEST(RunnerRequests, CarryWhatTheyAreAboutAndAFailedStartKeepsItsKeyAndId)
     EXPECT_EQ(listed[1]->GetPid(), 22U);
     service.Next(Stage::kTerminate, OtherSide::Expects(Message(3, 0, "D"), Message(4, 0, sOk)));
     EXPECT_EQ(listed[1]->Terminate(1000), sOk);
-}
-
-TEST(RunnerFailures, TheServicesCodesReachTheScript)
-{
-    AppClient app;
-    EXPECT_EQ(app.Init("-runner", true, 1), sRunnerNotReachable);
-    OtherSide service(OtherSide::Pipes::kRunnerOnly);
-    for (const int code : {+sInstancesCountLimitReached, 4711}) {
-        service.Next(Stage::kStart,
-                     [code](Turn& turn) { return turn.peer.Write(Message(2, 0, code, 0, "")); });
-        EXPECT_EQ(app.Init("", true, 5), code);
-    }
-    EXPECT_EQ(app.Texts(), "|");
 }
 
 TEST(RunnerInstances, InstancesAreAskedInTheOrderOfTheReply)
@@ -161,14 +146,14 @@ TEST(RunnerInstances, InstancesAreAskedInTheOrderOfTheReply)
 TEST(RunnerInstances, AreListedForAQuarterOfTheTimeHoweverManyThereAre)
 {
     OtherSide service(OtherSide::Pipes::kRunnerOnly);
-    const auto inits = [&service](LONG seconds) {
+    const auto inits = [&service](LONG seconds, int code) {
         service.Next(Stage::kStart,
-                     [](Turn& turn) { return turn.peer.Write(Message(2, 0, -7, 0, "")); });
-        EXPECT_EQ(AppClient().Init("-runner", false, seconds), -7)
+                     [code](Turn& turn) { return turn.peer.Write(Message(2, 0, code, 0, "")); });
+        EXPECT_EQ(AppClient().Init("-runner", false, seconds), code)
             << "of the start that comes then";
     };
     service.Next(Stage::kList, &Hold);
-    EXPECT_THAT(Elapsed([&] { inits(4); }), Within(950, 1900));
+    EXPECT_THAT(Elapsed([&] { inits(4, sInstancesCountLimitReached); }), Within(950, 1900));
 
     constexpr DWORD kCount = 20000;
     Bytes list = Words({4 * (5 + 3 * kCount), 10, 0, 1, kCount});
@@ -177,7 +162,7 @@ TEST(RunnerInstances, AreListedForAQuarterOfTheTimeHoweverManyThereAre)
         list.insert(list.end(), instance.begin(), instance.end());
     }
     service.Next(Stage::kList, [&list](Turn& turn) { return turn.peer.Write(list); });
-    EXPECT_THAT(Elapsed([&] { inits(1); }), Within(400, 1250));
+    EXPECT_THAT(Elapsed([&] { inits(1, 4711); }), Within(400, 1250));
 }
 
 // ---- a real service

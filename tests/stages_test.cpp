@@ -11,13 +11,8 @@
 namespace tvn::tests
 {
 
-constexpr long long kSlack = 1500;  ///< milliseconds that a busy machine may take
-
-/// Milliseconds in which a call with a time-out of so many seconds is back.
-static long long Latest(LONG seconds)
-{
-    return 1000LL * seconds + kSlack;
-}
+/// Milliseconds behind its time-out in which a call is back on a busy machine.
+constexpr long long kSlack = 1500;
 
 /// The call that comes to this stage.
 static int Call(AppClient& app, Stage stage, LONG seconds)
@@ -151,7 +146,7 @@ class CallStages : public testing::TestWithParam<Moment>
             });
             int status = 0;
             EXPECT_LT(Elapsed([&] { status = Call(app, GetParam().stage, seconds); }),
-                      Latest(seconds));
+                      1000LL * seconds + kSlack);
             EXPECT_EQ(status, statuses[static_cast<std::size_t>(way.kind)]);
             ASSERT_NE(places, 0) << "the moment has not come";
         }
@@ -170,7 +165,7 @@ TEST_P(CallStages, EndInTimeWithTheirStatusInWhateverWayTheAnswerIsWrong)
     }
     Begin();
     other.Next(stage, &Hold);
-    EXPECT_LT(Elapsed([&] { Call(app, stage, 0); }), Latest(0));
+    EXPECT_LT(Elapsed([&] { Call(app, stage, 0); }), kSlack);
     ExpectItWorks();
 }
 

@@ -1,15 +1,19 @@
 #include "tests/surroundings.h"
 
+#include <aclapi.h>
 #include <gtest/gtest.h>
+#include <sddl.h>
 
 #include <boost/make_shared.hpp>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 
 #include "basicslib/Handle.h"
 #include "basicslib/StatusCode.h"
 #include "pipeutils/PipeNames.h"
+#include "process/InstancesMgr.h"
 #include "process/Process.h"
 #include "tests/byte_peer.h"
 #include "tests/texts.h"
@@ -23,11 +27,6 @@ void SetRegistryValue(const std::string& key, const char* name, const std::strin
 {
     const auto size = static_cast<DWORD>(value.size() + 1);
     EXPECT_EQ(RegSetKeyValueA(HKEY_LOCAL_MACHINE, key.c_str(), name, type, value.c_str(), size), 0);
-}
-
-void DeleteRegistryKey(const std::string& key)
-{
-    RegDeleteTreeA(HKEY_LOCAL_MACHINE, key.c_str());
 }
 
 std::string TreeFolder()
@@ -45,11 +44,6 @@ std::string BuildFolder()
 std::string TempFile(const std::string& name)
 {
     return (std::filesystem::temp_directory_path() / name).string();
-}
-
-std::string StandinFolder()
-{
-    return BuildFolder() + "\\standins";
 }
 
 /// By force; the build that counts what runs gets the counts of the process before.
@@ -129,6 +123,21 @@ boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program)
     return process;
 }
 
+std::string AccountsOf(HANDLE pipe)
+{
+    void* descriptor = nullptr;
+    char* text = nullptr;
+    GetSecurityInfo(pipe, SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, nullptr,
+                    nullptr, &descriptor);
+    ConvertSecurityDescriptorToStringSecurityDescriptorA(descriptor, SDDL_REVISION_1,
+                                                         DACL_SECURITY_INFORMATION, &text, nullptr);
+    std::string accounts = text == nullptr ? "" : text;
+    LocalFree(text);
+    LocalFree(descriptor);
+    ReplaceAll(accounts, "GWGR", "GRGW");  // not every system begins with the same letter
+    return std::regex_replace(accounts, std::regex("S-1-5-21[-0-9]+"), "own");
+}
+
 Processes Running(const char* exe)
 {
     Processes list;
@@ -143,6 +152,13 @@ void EndBrowsers()
             End(*process);
         }
     }
+}
+
+Instances InstancesOf(const wchar_t* program)
+{
+    Instances instances(3);  // what is in the list before goes
+    EXPECT_EQ(InstancesMgr().GetInstancesByName(instances, program, 0), sOk);
+    return instances;
 }
 
 }  // namespace tvn::tests

@@ -9,33 +9,28 @@
 
 #include "basicslib/Handle.h"
 #include "process/IProcess.h"
+#include "process/Instance.h"
 
 namespace tvn::tests
 {
 
 using Processes = std::vector<boost::shared_ptr<IProcess>>;
+using Instances = std::vector<boost::shared_ptr<Instance>>;
 
 /// Keys below HKEY_LOCAL_MACHINE; those of the 32-bit view have their whole path.
 inline const std::string kSoftware32 = "SOFTWARE\\WOW6432Node\\";
 inline const std::string kProductKey = kSoftware32 + "Talvern";
 void SetRegistryValue(const std::string& key, const char* name, const std::string& value,
                       DWORD type = REG_SZ);
-void DeleteRegistryKey(const std::string& key);
 
 /// The tree, the folder of this program's build in it, and the one below that with the stand-ins.
 std::string TreeFolder();
 std::string BuildFolder();
-std::string StandinFolder();
+inline const std::string kStandinFolder = BuildFolder() + "\\standins";
 
 /// A file for as long as a test needs it. The folder of the build serves several Wine prefixes at
 /// once, in which ids of processes and threads are the same; this one is the prefix's own.
 std::string TempFile(const std::string& name);
-
-/// The examples, with a separator behind them.
-inline std::string Examples()
-{
-    return TreeFolder() + "\\examples\\";
-}
 
 /// Starts a program of the build folder, which is ended with the last pointer to it.
 boost::shared_ptr<IProcess> Started(const std::string& program, const std::string& arguments = "");
@@ -58,8 +53,15 @@ std::string Printed(const std::string& path);
 /// Starts one as an instance whose starter goes away while it calls back.
 boost::shared_ptr<IProcess> StartedAndLeft(const std::string& program);
 
+/// The list of the accounts that may open an open pipe, as a text in the system's own form for it,
+/// with "own" in the place of a person's account: "D:P(A;;GA;;;own)(A;;GA;;;SY)".
+std::string AccountsOf(HANDLE pipe);
+
 /// The running processes of an executable, and the end of those of all browsers.
 Processes Running(const char* exe);
 void EndBrowsers();
+
+/// The instances that are found by their windows, of programs of one name.
+Instances InstancesOf(const wchar_t* program);
 
 }  // namespace tvn::tests

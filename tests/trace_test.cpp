@@ -13,20 +13,16 @@
 
 namespace tvn::tests
 {
-namespace
-{
 
 using testing::HasSubstr;
 using testing::StartsWith;
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
 /// "EXIT CODE|TEXT" of a viewer that ends by itself.
-std::string Trace(const std::string& arguments)
+static std::string Trace(const std::string& arguments)
 {
     return Ran(ViewerLine(arguments));
 }
-
-}  // namespace
 
 TEST(TraceViewer, ShowsTheLinesOfAllProcessesThatItIsAskedFor)
 {

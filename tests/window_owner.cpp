@@ -11,7 +11,7 @@
 
 #include <windows.h>
 
-#include <aclapi.h>
+#include <sddl.h>
 #include <string>
 
 namespace
@@ -29,15 +29,12 @@ HWND MakeWindow(const std::string& className, const std::string& title, DWORD st
 
 void AllowOnlyQueries()
 {
-    alignas(ACL) char memory[256];
-    auto* acl = reinterpret_cast<ACL*>(memory);
-    SID everyone = {SID_REVISION, 1, SECURITY_WORLD_SID_AUTHORITY, {SECURITY_WORLD_RID}};
-    InitializeAcl(acl, sizeof memory, ACL_REVISION);
-    AddAccessAllowedAce(
-        acl, ACL_REVISION,
-        PROCESS_QUERY_INFORMATION | PROCESS_QUERY_LIMITED_INFORMATION | PROCESS_VM_READ, &everyone);
-    SetSecurityInfo(GetCurrentProcess(), SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
-                    nullptr, acl, nullptr);
+    // PROCESS_QUERY_INFORMATION, PROCESS_QUERY_LIMITED_INFORMATION and PROCESS_VM_READ, to
+    // everyone.
+    void* descriptor = nullptr;
+    ConvertStringSecurityDescriptorToSecurityDescriptorA("D:(A;;0x1410;;;WD)", SDDL_REVISION_1,
+                                                         &descriptor, nullptr);
+    SetKernelObjectSecurity(GetCurrentProcess(), DACL_SECURITY_INFORMATION, descriptor);
 }
 
 }  // namespace

@@ -19,27 +19,6 @@ namespace tvn::tests
 
 using testing::ElementsAre;
 
-static Bytes LaidOut(Serializer& serializer)
-{
-    serializer.Serialize();
-    const MessageBuffer buffer = serializer.GetBuffer();
-    return {buffer.get(), buffer.get() + serializer.GetSize()};
-}
-
-TEST(Wire, FieldsLieBackToBackBehindTheLength)
-{
-    Serializer serializer;
-    serializer.AddUInt(0x102);
-    EXPECT_EQ(LaidOut(serializer), Words({8, 0x102}));
-    serializer.AddInt(-1);
-    serializer.AddString(L"ab");
-    serializer.AddUInt(0xFFFFFFFF);
-    serializer.AddString(ComString());
-    serializer.AddString(L"");
-    EXPECT_EQ(LaidOut(serializer), Words({28, 0xFFFFFFFF, 4, 0x00620061, 0xFFFFFFFF, 0, 0}));
-    EXPECT_EQ(LaidOut(serializer), Words({4})) << "the fields are used up";
-}
-
 TEST(Wire, CommandsRepliesAndCallbacksHaveTheirBytes)
 {
     ScriptedPeer peer;
@@ -130,7 +109,7 @@ TEST(RunnerWire, IdsGrowByOneAndDifferOnAllThreads)
     EXPECT_THAT(written, ElementsAre(1, 1, 2)) << "the first messages of the process";
 
     std::set<std::uint32_t> ids[4];
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (auto& own : ids) {
         threads.emplace_back([&own] {
             while (own.size() < 2000) {
@@ -140,10 +119,10 @@ TEST(RunnerWire, IdsGrowByOneAndDifferOnAllThreads)
             }
         });
     }
+    threads.clear();
     std::set<std::uint32_t> all;
-    for (std::size_t index = 0; index < threads.size(); ++index) {
-        threads[index].join();
-        all.merge(ids[index]);
+    for (auto& own : ids) {
+        all.merge(own);
     }
     EXPECT_EQ(all.size(), 8000U);
     EXPECT_EQ(*all.rbegin(), 8002U);

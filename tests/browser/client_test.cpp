@@ -7,8 +7,6 @@
 #include "pipeutils/CommandsProtocol.h"
 #include "pipeutils/PipeNames.h"
 #include "pipeutils/RemotePipeClient.h"
-#include "process/Instance.h"
-#include "process/InstancesMgr.h"
 #include "tests/browser/real_browser.h"
 #include "tests/messages.h"
 #include "tests/moments.h"
@@ -58,12 +56,11 @@ static std::string Replies(CommandsProtocol& protocol, int count)
 TEST_F(BrowserClients, APlayGivesWayToTheNextAndLongCommandsWaitForOneAnother)
 {
     const auto running = Started("browser\\talvern.exe");
-    std::vector<boost::shared_ptr<Instance>> instances;
-    ASSERT_TRUE(Eventually([&] {
-        InstancesMgr().GetInstancesByName(instances, L"talvern.exe", 5000);
-        return instances.size() == 1;
-    }));
-    RemotePipeClient client(InstancePipeName(WindowValue(instances[0]->hwnd)));
+    const auto found = [] {
+        return InstancesOf(L"talvern.exe");
+    };
+    ASSERT_TRUE(Eventually([&] { return found().size() == 1; }));
+    RemotePipeClient client(InstancePipeName(WindowValue(found().at(0)->hwnd)));
     const auto pipe = client.OpenPipe(5000);
     CommandsProtocol protocol(pipe->Get(), nullptr);
     Sends(protocol, 1, "PLAY", "");

@@ -12,11 +12,9 @@
 
 namespace tvn::tests
 {
-namespace
-{
 
 /// The block number `index`, from 0, of those in a language.
-std::string Block(const std::string& document, const std::string& language, int index = 0)
+static std::string Block(const std::string& document, const std::string& language, int index = 0)
 {
     const std::string text = Contents(TreeFolder() + "\\" + document);
     const std::string opening = "\n```" + language + "\n";
@@ -29,7 +27,7 @@ std::string Block(const std::string& document, const std::string& language, int 
     return text.substr(at, text.find("```", at) - at);
 }
 
-std::string Replaced(std::string text, const std::string& from, const std::string& to)
+static std::string Replaced(std::string text, const std::string& from, const std::string& to)
 {
     EXPECT_THAT(text, testing::HasSubstr(from));
     ReplaceAll(text, from, to);
@@ -37,15 +35,13 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
 }
 
 /// What a script prints, without blanks at the ends of lines, when it is started by `starter`.
-std::string ScriptRan(const std::string& script, const std::string& starter = "")
+static std::string ScriptRan(const std::string& script, const std::string& starter = "")
 {
     const std::string file = BuildFolder() + "\\document.vbs";
     std::ofstream(file) << script;
     const std::string ran = Ran(starter + "cscript.exe //nologo \"" + file + "\"");
     return std::regex_replace(ran, std::regex(" +\n"), "\n");
 }
-
-}  // namespace
 
 using BrowserDocuments = RealBrowser;
 

@@ -25,7 +25,7 @@ class FalseBrowser : public RealBrowser
   protected:
     ~FalseBrowser() override
     {
-        DeleteRegistryKey(kAppPath);
+        RegDeleteTreeA(HKEY_LOCAL_MACHINE, kAppPath.c_str());
         SetRegistryValue(kProductKey, "Browser", "");
         SetRegistryValue(kProductKey, "BrowserArguments", "");
         Choose(nullptr, nullptr);  // the next test begins afresh
@@ -51,11 +51,6 @@ class FalseBrowser : public RealBrowser
         const std::string heard = Heard();
         const std::regex one(word);
         return std::distance(std::sregex_iterator(heard.begin(), heard.end(), one), {});
-    }
-
-    static bool HaveAllEnded()
-    {
-        return Running("talvern.exe").empty() && Running("false_browser.exe").empty();
     }
 
     inline static const std::string kAppPath =
@@ -170,7 +165,8 @@ TEST_F(FalseBrowser, EndsWithAnInstanceThatIsEndedByForceAndTheNextClearsUpWitho
     ASSERT_EQ(app.Init("", true, 60), sOk);
     ASSERT_EQ(Running("false_browser.exe").size(), 1U);
     EXPECT_EQ(Running("talvern.exe").at(0)->Terminate(5000), sOk);
-    EXPECT_TRUE(Eventually(HaveAllEnded));
+    EXPECT_TRUE(Eventually(
+        [] { return Running("talvern.exe").empty() && Running("false_browser.exe").empty(); }));
     EXPECT_EQ(app.Exit(), sOk);
     ASSERT_EQ(ProfileFolders().size(), 1U);
 

@@ -31,7 +31,7 @@ RealBrowser::~RealBrowser()
 {
     app.Exit();
     EndBrowsers();
-    SetRegistryValue(kProductKey, "PathBasic", StandinFolder());
+    SetRegistryValue(kProductKey, "PathBasic", kStandinFolder);
 }
 
 void RealBrowser::SetUp()

@@ -9,10 +9,8 @@
 
 namespace tvn::tests
 {
-namespace
-{
 
-std::uint64_t FromEnvironment(const char* name, std::uint64_t otherwise)
+static std::uint64_t FromEnvironment(const char* name, std::uint64_t otherwise)
 {
     const char* const text = std::getenv(name);
     return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
@@ -20,9 +18,9 @@ std::uint64_t FromEnvironment(const char* name, std::uint64_t otherwise)
 
 const std::uint64_t g_seed = FromEnvironment("TALVERN_SEED", 1);
 const std::uint64_t g_onlyCase = FromEnvironment("TALVERN_CASE", UINT64_MAX);
-std::uint64_t g_case = 0;
+static std::uint64_t g_case = 0;
 
-void PrintHowToRepeat()
+static void PrintHowToRepeat()
 {
     const auto& test = *testing::UnitTest::GetInstance()->current_test_info();
     std::printf("REPEAT tools/soak --seed %llu --case %llu %s.%s\n", g_seed, g_case,
@@ -30,20 +28,18 @@ void PrintHowToRepeat()
     std::fflush(stdout);
 }
 
-LONG WINAPI OnCrash(EXCEPTION_POINTERS* /*crash*/)
+static LONG WINAPI OnCrash(EXCEPTION_POINTERS* /*crash*/)
 {
     PrintHowToRepeat();
     return EXCEPTION_CONTINUE_SEARCH;
 }
-
-}  // namespace
 
 std::uint64_t Scale()
 {
     return FromEnvironment("TALVERN_SCALE", 1);
 }
 
-void Cases::ForEach(std::uint64_t count, const Case& test)
+void ForEachCase(std::uint64_t count, const Case& test)
 {
     SetUnhandledExceptionFilter(&OnCrash);
     std::uint64_t done = 0;

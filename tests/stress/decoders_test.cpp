@@ -259,7 +259,7 @@ TEST(BrokenMessages, AreReadOrRefusedAsTheirGrammarSaysAndTakeNoMoreRoomThanThey
         g_largestAllocation = std::max<std::size_t>(g_largestAllocation, size);
         return TVN_REAL_IMPORT(SysAllocStringByteLen)(text, size);
     });
-    Cases::ForEach(50'000 * Scale(), [&](std::uint64_t /*number*/, std::mt19937& random) {
+    ForEachCase(50'000 * Scale(), [&](std::uint64_t /*number*/, std::mt19937& random) {
         const Shape& shape = kShapes[random() % std::size(kShapes)];
         const Bytes fields = Generator(random).Message(shape);
         const MessageBuffer buffer(room.Copy(fields), [](unsigned char*) {});  // not to be freed
@@ -267,7 +267,7 @@ TEST(BrokenMessages, AreReadOrRefusedAsTheirGrammarSaysAndTakeNoMoreRoomThanThey
         g_largestAllocation = 0;
         const ImportWatch watch;
         const bool isRead = IsRead(shape, boost::make_shared<Deserializer>(size, buffer));
-        EXPECT_EQ(watch.OpenBlocks(), 0);
+        EXPECT_EQ(watch.IsOpen().blocks, 0);
         EXPECT_EQ(isRead, Grammar(fields).HoldsMessage(shape));
         EXPECT_LE(g_largestAllocation, size + kRoomOfItsOwn);
         read += isRead ? 1U : 0U;

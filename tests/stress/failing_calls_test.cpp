@@ -155,15 +155,14 @@ Course CourseOf(const Route& route, unsigned int call, const Fault& fault)
     kAttached[1](*app, At(course.after[1]));
     Exit(*app, At(course.after[2]));
     app->Release();
-    course.handles = watch.OpenHandles();
-    course.blocks = watch.OpenBlocks();
+    course.handles = watch.IsOpen().handles;
+    course.blocks = watch.IsOpen().blocks;
     return course;
 }
 
 }  // namespace
 
-class FailingCalls : public testing::TestWithParam<Fault>
-{};
+using FailingCalls = testing::TestWithParam<Fault>;
 
 TEST_P(FailingCalls, EndAMethodWithItsStatusAndLeaveItsObjectOfUse)
 {
@@ -171,7 +170,7 @@ TEST_P(FailingCalls, EndAMethodWithItsStatusAndLeaveItsObjectOfUse)
         testing::AnyOf("new", testing::StartsWith("SysAlloc"));
     OtherSide otherSide;
     std::map<std::string, int> tally;
-    Cases::ForEach(std::size(kRoutes), [&](std::uint64_t number, auto&) {
+    ForEachCase(std::size(kRoutes), [&](std::uint64_t number, auto&) {
         const Route& route = kRoutes[number];
         if (route.startsProcesses && Scale() == 1) {
             return;

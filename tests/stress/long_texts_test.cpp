@@ -41,7 +41,7 @@ TEST(LongTexts, ArriveWholeAndTakeNoMoreThanFourTimesTheirRoom)
     const auto milliseconds = Elapsed([&] {
         const ImportWatch watch;
         app.Get()->tvnPlay(text.Get(), 120, reinterpret_cast<Status*>(&status));
-        peak = watch.PeakBytes();
+        peak = watch.IsOpen().mostBytes;
     });
     EXPECT_EQ(status, sOk);
     EXPECT_TRUE(played == L" -macro " + macro + L" ");

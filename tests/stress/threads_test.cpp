@@ -68,7 +68,7 @@ TEST(Threads, AnotherApartmentCallsAnObjectByTheNamesOfItsMethods)
                           S_OK);
                 return result;
             };
-            Cases::ForEach(20 * Scale(), [&](std::uint64_t, auto&) {
+            ForEachCase(20 * Scale(), [&](std::uint64_t, auto&) {
                 EXPECT_EQ(call(L"tvnInit", {false, L"-runner"}), _variant_t(1L));
                 EXPECT_EQ(call(L"tvnSet", {L"New York", L"city"}), _variant_t(1L));
                 EXPECT_EQ(call(L"tvnPlay", {L"macro"}), _variant_t(1L));
