@@ -132,11 +132,6 @@ PeerHost::PeerHost(std::string name, std::size_t ends, Session session)
     }
 }
 
-PeerHost::~PeerHost()
-{
-    SetEvent(m_stop.Get());
-}
-
 void PeerHost::Serve(BytePeer end)
 {
     while (WaitForSingleObject(m_stop.Get(), 0) == WAIT_TIMEOUT) {

@@ -72,7 +72,7 @@ class PeerHost : boost::noncopyable
     PeerHost(std::string name, std::size_t ends, Session session);
 
     /// Ends every session and waits for the threads.
-    ~PeerHost();
+    ~PeerHost() { SetEvent(m_stop.Get()); }
 
   private:
     void Serve(BytePeer end);

@@ -22,10 +22,7 @@ namespace tvn::tests
 using Microsoft::WRL::ComPtr;
 using testing::ElementsAre;
 
-static std::string DllPath()
-{
-    return BuildFolder() + "\\talvern.dll";
-}
+static const std::string kDll = BuildFolder() + "\\talvern.dll";
 
 /// The default value of a key, "(none)" without the key.
 static std::string ValueOf(const std::string& key, HKEY root = HKEY_CLASSES_ROOT)
@@ -65,7 +62,7 @@ class ComServer : public testing::Test
     }
 
     const LogCapture log;
-    const std::shared_ptr<HINSTANCE__> m_dll{LoadLibraryA(DllPath().c_str()), &FreeLibrary};
+    const std::shared_ptr<HINSTANCE__> m_dll{LoadLibraryA(kDll.c_str()), &FreeLibrary};
     decltype(DllGetClassObject)* m_getClassObject =
         Export<decltype(DllGetClassObject)>("DllGetClassObject");
     ComPtr<IClassFactory> factory;
@@ -75,7 +72,7 @@ TEST(DllFile, NamesNoPathOfTheMachineThatBuiltIt)
 {
     std::string root = TreeFolder().substr(2) + "/";
     ReplaceAll(root, "\\", "/");
-    const std::string bytes = Contents(BuildFolder() + "\\talvern.dll");
+    const std::string bytes = Contents(kDll);
     EXPECT_NE(bytes.find("pipeutils/Overlapped.cpp"), std::string::npos);
     const auto occurrences = [&bytes](const std::string& part) {
         std::string others = bytes;
@@ -116,8 +113,8 @@ TEST_F(ComServer, TheServerIsInUseWhileSomethingOfItIs)
     factory.Detach()->Release();
     EXPECT_EQ(Call("DllCanUnloadNow"), S_OK);
     EXPECT_TRUE(FreeLibrary(m_dll.get()) && FreeLibrary(m_dll.get()));
-    EXPECT_NE(GetModuleHandleA(DllPath().c_str()), nullptr) << "stays once it was used";
-    LoadLibraryA(DllPath().c_str());  // for the fixture to give back
+    EXPECT_NE(GetModuleHandleA(kDll.c_str()), nullptr) << "stays once it was used";
+    LoadLibraryA(kDll.c_str());  // for the fixture to give back
 }
 
 TEST_F(ComServer, AnObjectHasThreeInterfacesAndOneIdentity)
@@ -266,11 +263,11 @@ TEST_F(ComServer, RegistrationWritesOneCopyAndUnregistrationTakesItBack)
         {classKey + "\\ProgID", "talvern.1"},
         {classKey + "\\VersionIndependentProgID", "talvern"},
         {classKey + "\\Programmable", ""},
-        {classKey + "\\InprocServer32", DllPath()},
+        {classKey + "\\InprocServer32", kDll},
         {classKey + "\\TypeLib", Guid(LIBID_Talvern)},
         {classKey + "\\Stale", "(none)"},
         {libraryKey + "\\1.0", "Talvern Scripting Interface"},
-        {libraryKey + "\\1.0\\409\\win64", DllPath()},
+        {libraryKey + "\\1.0\\409\\win64", kDll},
         {"Interface\\" + Guid(IID_IApp), "IApp"},
     };
     for (const auto& [key, value] : values) {
@@ -358,14 +355,14 @@ TEST(UnusedServer, ARegistrationThatFailsLeavesNothingWhenItIsUnloaded)
     RegOverridePredefKey(HKEY_LOCAL_MACHINE, nothing);
     std::set<DWORD> freeIndexes;
     for (int round = 0; round < 10; ++round) {
-        HMODULE dll = LoadLibraryA(DllPath().c_str());
+        HMODULE dll = LoadLibraryA(kDll.c_str());
         for (const char* name : {"DllRegisterServer", "DllUnregisterServer"}) {
             const auto call = reinterpret_cast<HRESULT(WINAPI*)()>(
                 reinterpret_cast<void*>(GetProcAddress(dll, name)));
             EXPECT_EQ(call(), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) << name;
         }
         FreeLibrary(dll);
-        EXPECT_EQ(GetModuleHandleA(DllPath().c_str()), nullptr) << "nothing has used it";
+        EXPECT_EQ(GetModuleHandleA(kDll.c_str()), nullptr) << "nothing has used it";
         const DWORD index = TlsAlloc();
         TlsFree(index);
         freeIndexes.insert(index);

@@ -148,13 +148,12 @@ TEST_F(Framing, WhatATornMessageLeavesIsTakenOut)
             SetLastError(error);
             return success;
         });
-    const auto sized = [](std::size_t size) {
-        return Message(std::string(size, 'm'));
-    };
-    const Step takenBack = {std::nullopt, {sized(3000)}, 0, 100};
+    const Step takenBack = {std::nullopt, {Message(std::string(3000, 'm'))}, 0, 100};
     peer->Perform({takenBack});
     EXPECT_THAT(Elapsed([&] { EXPECT_THROW(Read(5000), ReadPipeError); }), Within(0, 3000));
-    peer->Perform({takenBack, {std::nullopt, {sized(8000)}}, {std::nullopt, {Words({8, 7})}}});
+    peer->Perform({takenBack,
+                   {std::nullopt, {Message(std::string(8000, 'm'))}},
+                   {std::nullopt, {Words({8, 7})}}});
     Read(5000);
     EXPECT_EQ(Read(5000), Words({8, 7}));
 }

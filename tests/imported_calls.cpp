@@ -367,11 +367,6 @@ ReplacedImport::ReplacedImport(const char* import, void* replacement)
     : m_place(g_replacements[IndexOf(import)]), m_before(std::exchange(m_place, replacement))
 {}
 
-ReplacedImport::~ReplacedImport()
-{
-    m_place = m_before;
-}
-
 ReplacedImports g_imports;
 
 static const ReplacedImport g_replaced[] = {

@@ -72,7 +72,7 @@ class ReplacedImport : boost::noncopyable
 {
   public:
     ReplacedImport(const char* import, void* replacement);
-    ~ReplacedImport();
+    ~ReplacedImport() { m_place = m_before; }
 
   private:
     void*& m_place;

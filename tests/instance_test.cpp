@@ -263,11 +263,8 @@ TEST(Instance, ReadsNoMoreCommandsFromAClientThatReadsNoReplies)
 TEST(Instance, WhatIsTooMuchForItEndsOneClientAndTheNextIsServed)
 {
     const Served served(L"/creatorUuid=creator");
-    const auto newClient = [&] {
-        return Client(served.name);
-    };
     EXPECT_TRUE(served.service.IsReserved());
-    EXPECT_EQ(newClient().Attaches(L"other"), "-1 ");
+    EXPECT_EQ(Client(served.name).Attaches(L"other"), "-1 ");
     int clients = 0;
     for (const auto& [macro, says] :
          {std::pair(L"memory", "gone"), {L"text", "gone"}, {L"m", "1 m"}}) {
@@ -275,13 +272,14 @@ TEST(Instance, WhatIsTooMuchForItEndsOneClientAndTheNextIsServed)
             Client client(served.name);
             EXPECT_EQ(client.Asks(kCommandAttachedCount), "1 0");
             EXPECT_EQ(client.Attaches(L"creator"), "1 ");
-            EXPECT_EQ(newClient().Attaches(L"creator"), "-1 ");
-            EXPECT_EQ(newClient().Asks(kCommandAttachedCount), "1 1");
+            EXPECT_EQ(Client(served.name).Attaches(L"creator"), "-1 ");
+            EXPECT_EQ(Client(served.name).Asks(kCommandAttachedCount), "1 1");
             EXPECT_EQ(client.Plays(macro), says);
         }
         ++clients;
         EXPECT_TRUE(Eventually([&] { return served.commands.detached == clients; }));
-        EXPECT_TRUE(Eventually([&] { return newClient().Asks(kCommandAttachedCount) == "1 0"; }));
+        EXPECT_TRUE(
+            Eventually([&] { return Client(served.name).Asks(kCommandAttachedCount) == "1 0"; }));
     }
     EXPECT_FALSE(served.service.IsReserved());
 }

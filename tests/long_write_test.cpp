@@ -161,10 +161,9 @@ TEST_F(LongWrite, IsCancelledWithItsClientOnAnyThread)
                     Within(250, 1500));
         EXPECT_TRUE(other.ReadPart(4)) << "it is under way";
         EXPECT_THAT(Elapsed([&] { EXPECT_EQ(Run(300, L"refused"), sTimeout); }), Within(250, 1500));
-        const auto release = [this] {
-            client.reset();
-        };
-        EXPECT_THAT(Elapsed([&] { elsewhere ? std::thread(release).join() : release(); }),
+        EXPECT_THAT(Elapsed([&] {
+                        elsewhere ? std::thread([&] { client.reset(); }).join() : client.reset();
+                    }),
                     Within(0, 1000));
     }
 }

@@ -113,8 +113,6 @@ Bytes OtherSide::RunnerAnswer(std::uint32_t type, std::uint32_t id)
             return Message(2, id, 1, 4711, "key");
         case 9:
             return Message(10, id, 1, 1, 4711, "key", kWindow);
-        case 7:
-            return Message(8, id, 1, 0);
         default:
             return Message(type + 1, id, 1);
     }

@@ -19,19 +19,6 @@
 namespace tvn::tests
 {
 
-static int CountThreads(DWORD pid)
-{
-    const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
-    THREADENTRY32 thread = {};
-    thread.dwSize = sizeof thread;
-    int count = 0;
-    for (BOOL more = Thread32First(snapshot.Get(), &thread); more;
-         more = Thread32Next(snapshot.Get(), &thread)) {
-        count += thread.th32OwnerProcessID == pid ? 1 : 0;
-    }
-    return count;
-}
-
 class RunnerService : public testing::Test
 {
   protected:
@@ -39,6 +26,19 @@ class RunnerService : public testing::Test
     {
         const std::string pipe = Narrow(RunnerPipeName());
         EXPECT_TRUE(Eventually([&] { return WaitNamedPipeA(pipe.c_str(), 1) != FALSE; }));
+    }
+
+    int CountThreads() const
+    {
+        const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+        THREADENTRY32 thread = {};
+        thread.dwSize = sizeof thread;
+        int count = 0;
+        for (BOOL more = Thread32First(snapshot.Get(), &thread); more;
+             more = Thread32Next(snapshot.Get(), &thread)) {
+            count += thread.th32OwnerProcessID == service->GetPid() ? 1 : 0;
+        }
+        return count;
     }
 
     const boost::shared_ptr<IProcess> service = Started("standins\\runner.exe");
@@ -73,18 +73,15 @@ TEST_F(RunnerService, ServesItsOwnAccountAndAWaitWithoutLimitEndsWithItsClient)
     wait->processKey = static_cast<MsgGetProcessesByNameComplete&>(*reply).processKeys.at(0);
     wait->timeout = INFINITE;
 
-    const auto threads = [pid = service->GetPid()] {
-        return CountThreads(pid);
-    };
-    const int before = threads();
+    const int before = CountThreads();
     std::vector<boost::shared_ptr<Handle>> waiting;
     for (int round = 0; round < 5; ++round) {
         waiting.push_back(RemotePipeClient(RunnerPipeName()).OpenPipe(5000));
         RunnerProtocol(waiting.back()->Get(), nullptr).WriteMsg(wait, nullptr, 5000);
     }
-    EXPECT_TRUE(Eventually([&] { return threads() > before + 3; })) << threads();
+    EXPECT_TRUE(Eventually([&] { return CountThreads() > before + 3; })) << CountThreads();
     waiting.clear();
-    EXPECT_TRUE(Eventually([&] { return threads() <= before; })) << threads();
+    EXPECT_TRUE(Eventually([&] { return CountThreads() <= before; })) << CountThreads();
 }
 
 }  // namespace tvn::tests

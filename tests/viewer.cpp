@@ -39,11 +39,6 @@ void Viewer::AskToEnd() const
     WaitForSingleObject(request.Get(), 5000);
 }
 
-DWORD Viewer::ExitCode() const
-{
-    return ExitCodeOf(m_process->Get(), 5000);
-}
-
 std::string Viewer::End() const
 {
     AskToEnd();

@@ -29,7 +29,7 @@ class Viewer
     void AskToEnd() const;
 
     /// Waits for its end.
-    DWORD ExitCode() const;
+    DWORD ExitCode() const { return ExitCodeOf(m_process->Get(), 5000); }
 
     /// What it has printed until now, and all when it has been asked to end.
     std::string Lines() const { return Printed(m_path); }

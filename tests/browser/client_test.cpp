@@ -56,11 +56,8 @@ static std::string Replies(CommandsProtocol& protocol, int count)
 TEST_F(BrowserClients, APlayGivesWayToTheNextAndLongCommandsWaitForOneAnother)
 {
     const auto running = Started("browser\\talvern.exe");
-    const auto found = [] {
-        return InstancesOf(L"talvern.exe");
-    };
-    ASSERT_TRUE(Eventually([&] { return found().size() == 1; }));
-    RemotePipeClient client(InstancePipeName(WindowValue(found().at(0)->hwnd)));
+    ASSERT_TRUE(Eventually([] { return InstancesOf(L"talvern.exe").size() == 1; }));
+    RemotePipeClient client(InstancePipeName(WindowValue(InstancesOf(L"talvern.exe").at(0)->hwnd)));
     const auto pipe = client.OpenPipe(5000);
     CommandsProtocol protocol(pipe->Get(), nullptr);
     Sends(protocol, 1, "PLAY", "");
@@ -101,9 +98,8 @@ TEST_F(BrowserClients, AWebPageReachesNothingOfTheMacrosPageAndNobodyElseTheBrow
         }
     }
     EXPECT_THAT(names, testing::Contains("Default"));
-    for (const char* way : {"DevToolsActivePort", "input", "output"}) {
-        EXPECT_THAT(names, testing::Not(testing::Contains(way)));
-    }
+    const auto isWay = testing::AnyOf("DevToolsActivePort", "input", "output");
+    EXPECT_THAT(names, testing::Not(testing::Contains(isWay)));
 }
 
 TEST_F(BrowserClients, ARunnerServiceStartsAndFindsAndEndsOne)
