@@ -1,5 +1,4 @@
-// The built DLL as a file, and as a COM server: exports, factory, identity, registration;
-// and scripts under the platform's own script host, which find it in the registry.
+// The built DLL as a COM server: exports, factory, identity, registration.
 
 #include <gmock/gmock.h>
 
@@ -9,7 +8,6 @@
 #include "Interface.h"
 #include "Interface/ServerModule.h"
 #include "basicslib/StatusCode.h"
-#include "comserver/RegistryScript.h"
 #include "tests/app_client.h"
 #include "tests/imported_calls.h"
 #include "tests/log_capture.h"
@@ -23,15 +21,6 @@ using Microsoft::WRL::ComPtr;
 using testing::ElementsAre;
 
 static const std::string kDll = BuildFolder() + "\\talvern.dll";
-
-/// The default value of a key, "(none)" without the key.
-static std::string ValueOf(const std::string& key, HKEY root = HKEY_CLASSES_ROOT)
-{
-    char text[512] = "";
-    LONG size = sizeof text;
-    const auto status = RegQueryValueA(root, key.c_str(), text, &size);
-    return status == ERROR_SUCCESS ? text : "(none)";
-}
 
 static std::string Guid(REFGUID guid)
 {
@@ -67,21 +56,6 @@ class ComServer : public testing::Test
         Export<decltype(DllGetClassObject)>("DllGetClassObject");
     ComPtr<IClassFactory> factory;
 };
-
-TEST(DllFile, NamesNoPathOfTheMachineThatBuiltIt)
-{
-    std::string root = TreeFolder().substr(2) + "/";
-    ReplaceAll(root, "\\", "/");
-    const std::string bytes = Contents(kDll);
-    EXPECT_NE(bytes.find("pipeutils/Overlapped.cpp"), std::string::npos);
-    const auto occurrences = [&bytes](const std::string& part) {
-        std::string others = bytes;
-        ReplaceAll(others, part, "");
-        return (bytes.size() - others.size()) / part.size();
-    };
-    // A build that counts what runs, and only that one, names the files into which it counts.
-    EXPECT_EQ(occurrences(root), occurrences(".gcda")) << root;
-}
 
 TEST_F(ComServer, TheServerIsInUseWhileSomethingOfItIs)
 {
@@ -214,26 +188,6 @@ TEST_F(ComServer, AnObjectCanBeAPartOfAnother)
 
 // ---- registration
 
-TEST(RegistryScript, ThatCannotBeParsedIsRefused)
-{
-    for (const char* script : {"", "HKCU { }", "HKCR {", "HKCR { a = s 'x }", "HKCR { a = x 'y' }",
-                               "HKCR { a { val b } }", "HKCR { } more"}) {
-        const comserver::RegistryScript broken(HKEY_CURRENT_USER, script, L"");
-        EXPECT_EQ(broken.Register(), E_INVALIDARG) << script;
-        EXPECT_EQ(broken.Unregister(), E_INVALIDARG) << script;
-    }
-}
-
-TEST(RegistryScript, HasQuotesInItsTextsAndPutsThePathIn)
-{
-    const comserver::RegistryScript quoted(HKEY_CURRENT_USER,
-                                           "HKCR { tvn_test = s 'it''s %MODULE%' }", L"C:\\o'm");
-    EXPECT_EQ(quoted.Register(), S_OK);
-    EXPECT_EQ(ValueOf("tvn_test", HKEY_CURRENT_USER), "it's C:\\o'm");
-    EXPECT_EQ(quoted.Unregister(), S_OK);
-    EXPECT_EQ(ValueOf("tvn_test", HKEY_CURRENT_USER), "(none)");
-}
-
 TEST_F(ComServer, RegistrationWritesOneCopyAndUnregistrationTakesItBack)
 {
     const std::string clsid = Guid(CLSID_App);
@@ -271,7 +225,7 @@ TEST_F(ComServer, RegistrationWritesOneCopyAndUnregistrationTakesItBack)
         {"Interface\\" + Guid(IID_IApp), "IApp"},
     };
     for (const auto& [key, value] : values) {
-        EXPECT_EQ(ValueOf(key), value) << key;
+        EXPECT_EQ(RegistryValue(key), value) << key;
     }
     char model[8] = "";
     DWORD size = sizeof model;
@@ -281,9 +235,9 @@ TEST_F(ComServer, RegistrationWritesOneCopyAndUnregistrationTakesItBack)
     EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
     EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
     for (const auto& [key, value] : values) {
-        EXPECT_EQ(ValueOf(key), "(none)") << key;
+        EXPECT_EQ(RegistryValue(key), "(none)") << key;
     }
-    EXPECT_NE(ValueOf("CLSID"), "(none)");
+    EXPECT_NE(RegistryValue("CLSID"), "(none)");
     ASSERT_EQ(Call("DllRegisterServer"), S_OK);
 }
 
@@ -333,7 +287,7 @@ TEST_F(ComServer, AnyImportThatFailsIsTheResultOfARegistration)
         ImportWatch watch;
         watch.Fail("LoadTypeLibEx", ERROR_FILE_NOT_FOUND);
         EXPECT_TRUE(FAILED(g_module.RegisterServer()));
-        EXPECT_EQ(ValueOf("CLSID\\" + Guid(CLSID_App) + "\\InprocServer32").size(), 400U);
+        EXPECT_EQ(RegistryValue("CLSID\\" + Guid(CLSID_App) + "\\InprocServer32").size(), 400U);
     }
     const auto registers = [] {
         for (int round = 0; round < 10; ++round) {
@@ -344,41 +298,6 @@ TEST_F(ComServer, AnyImportThatFailsIsTheResultOfARegistration)
     registers();  // each waits for the other
     other.join();
     EXPECT_EQ(classes, nullptr) << "HKEY_CLASSES_ROOT is as it was";
-}
-
-TEST(UnusedServer, ARegistrationThatFailsLeavesNothingWhenItIsUnloaded)
-{
-    // An account that may not write there fails at the same call.
-    HKEY nothing = nullptr;
-    ASSERT_EQ(RegCreateKeyA(HKEY_CURRENT_USER, "Software\\TalvernNothing", &nothing),
-              ERROR_SUCCESS);
-    RegOverridePredefKey(HKEY_LOCAL_MACHINE, nothing);
-    std::set<DWORD> freeIndexes;
-    for (int round = 0; round < 10; ++round) {
-        HMODULE dll = LoadLibraryA(kDll.c_str());
-        for (const char* name : {"DllRegisterServer", "DllUnregisterServer"}) {
-            const auto call = reinterpret_cast<HRESULT(WINAPI*)()>(
-                reinterpret_cast<void*>(GetProcAddress(dll, name)));
-            EXPECT_EQ(call(), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) << name;
-        }
-        FreeLibrary(dll);
-        EXPECT_EQ(GetModuleHandleA(kDll.c_str()), nullptr) << "nothing has used it";
-        const DWORD index = TlsAlloc();
-        TlsFree(index);
-        freeIndexes.insert(index);
-    }
-    RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
-    RegCloseKey(nothing);
-    RegDeleteKeyA(HKEY_CURRENT_USER, "Software\\TalvernNothing");
-    EXPECT_EQ(freeIndexes.size(), 1U) << "each round has taken one";
-}
-
-TEST(ScriptHost, AScriptInEitherLanguagePrintsWhatIsWrittenBesideIt)
-{
-    for (const char* name : {"script_host_test.vbs", "script_host_test.js"}) {
-        const std::string path = TreeFolder() + "\\tests\\" + name;
-        EXPECT_EQ(Ran("cscript.exe //nologo \"" + path + "\""), "0|" + Contents(path + ".txt"));
-    }
 }
 
 }  // namespace tvn::tests

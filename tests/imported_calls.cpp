@@ -14,75 +14,15 @@
 #include <array>
 #include <cstdlib>
 #include <iterator>
-#include <sstream>
 #include <type_traits>
 #include <utility>
 
-#include "tools/lib/count_request.h"
+#include "tests/import_kinds.h"
 
 namespace tvn::tests
 {
 namespace
 {
-
-// What the platform's functions open, close and take, told by their names.
-
-/// Whether a name is among names that are divided by blanks, with one at either end.
-constexpr bool IsOneOf(std::string_view name, std::string_view names)
-{
-    for (std::size_t at = 0; (at = names.find(name, at)) != std::string_view::npos; ++at) {
-        if (names[at - 1] == ' ' && names[at + name.size()] == ' ') {
-            return true;
-        }
-    }
-    return false;
-}
-
-/// How many handles this call opens when it succeeds; negative for one that closes them.
-constexpr int HandlesOpenedBy(std::string_view name)
-{
-    constexpr std::string_view kOpening =
-        " CreateEventA CreateFileA CreateNamedPipeA DuplicateHandle OpenProcess ";
-    const int closed = name == "CloseHandle" ? 1 : 0;
-    return name == "CreateProcessA" ? 2 : IsOneOf(name, kOpening) - closed;
-}
-
-constexpr int TextsOpenedBy(std::string_view name)
-{
-    return name == "SysFreeString" ? -1 : name.starts_with("SysAlloc");
-}
-
-constexpr bool IsMemory(std::string_view name)
-{
-    return TextsOpenedBy(name) > 0 || IsOneOf(name, " malloc new ");
-}
-
-/// Whoever closes or cancels has nobody left to try it again: it is done, and may report a failure.
-constexpr bool GivesBack(std::string_view name)
-{
-    return IsOneOf(name, " CancelIo CancelIoEx CloseHandle RegCloseKey RpcStringFreeW ");
-}
-
-/// Whether a call can fail in this way so that its caller sees it.
-constexpr bool CanFail(std::string_view name, Fails how)
-{
-    constexpr std::string_view kCannot =
-        " CoTaskMemFree DefWindowProcW DeleteCriticalSection DispatchMessageA DispatchMessageW "
-        "EnterCriticalSection GetCurrentProcess GetCurrentThreadId GetLastError GetTickCount "
-        "InitializeCriticalSection LeaveCriticalSection LocalFree OutputDebugStringA PeekMessageA "
-        "PostQuitMessage SetLastError Sleep SysFreeString SysStringByteLen SysStringLen "
-        "TranslateMessage VariantClear VariantInit ";
-    if (IsOneOf(name, kCannot)) {
-        return false;
-    }
-    // What opens something and says that it did not leaves that open by itself.
-    constexpr std::string_view kOpening[] = {
-        "Create",   "Open",       "Duplicate",    "RegOpen", "RegCreate", "SysAlloc",   "malloc",
-        "operator", "StringFrom", "UuidToString", "Load",    "Variant",   "CommandLine"};
-    return how != Fails::kThoughDone ||
-           std::none_of(std::begin(kOpening), std::end(kOpening),
-                        [name](std::string_view start) { return name.starts_with(start); });
-}
 
 enum ImportIndex : std::size_t {
 #define TVN_IMPORT(name) k##name,
@@ -366,46 +306,6 @@ void* RealImport(const char* import)
 ReplacedImport::ReplacedImport(const char* import, void* replacement)
     : m_place(g_replacements[IndexOf(import)]), m_before(std::exchange(m_place, replacement))
 {}
-
-ReplacedImports g_imports;
-
-static const ReplacedImport g_replaced[] = {
-    TVN_REPLACE_IMPORT(GetTickCount,
-                       [] { return TVN_REAL_IMPORT(GetTickCount)() + g_imports.tickOffset; }),
-    TVN_REPLACE_IMPORT(MsgWaitForMultipleObjectsEx,
-                       [](DWORD count, const HANDLE* handles, DWORD time, DWORD mask, DWORD flags) {
-                           g_imports.lastWait = time;
-                           return TVN_REAL_IMPORT(MsgWaitForMultipleObjectsEx)(count, handles, time,
-                                                                               mask, flags);
-                       }),
-    // What the product ends by force is counted too, where the build counts.
-    TVN_REPLACE_IMPORT(TerminateProcess,
-                       [](HANDLE process, UINT code) -> BOOL {
-                           return coverage::EndWithCounts(process) ||
-                                  TVN_REAL_IMPORT(TerminateProcess)(process, code);
-                       }),
-    TVN_REPLACE_IMPORT(
-        CreateProcessWithLogonW,
-        [](LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD logonFlags, LPCWSTR application,
-           LPWSTR commandLine, DWORD flags, void* environment, LPCWSTR directory,
-           STARTUPINFOW* startup, PROCESS_INFORMATION* process) -> BOOL {
-            std::wostringstream text;
-            const LPCWSTR values[] = {user, domain, password, application, commandLine, directory};
-            for (LPCWSTR value : values) {
-                text << (value == nullptr ? L"(null)" : value) << '|';
-            }
-            text << logonFlags << '|' << flags << '|' << environment << '|'
-                 << startup->cb - sizeof *startup << '|' << startup->dwFlags << '|'
-                 << startup->wShowWindow;
-            g_imports.logon = text.str();
-            if (g_imports.logonSucceeds) {
-                process->hProcess = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-                process->dwProcessId = 4711;
-            }
-            SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
-            return g_imports.logonSucceeds;
-        }),
-};
 
 // The names under which the linker looks for the imports' addresses, and for those functions that
 // are called by a jump.

@@ -29,6 +29,14 @@ void SetRegistryValue(const std::string& key, const char* name, const std::strin
     EXPECT_EQ(RegSetKeyValueA(HKEY_LOCAL_MACHINE, key.c_str(), name, type, value.c_str(), size), 0);
 }
 
+std::string RegistryValue(const std::string& key, HKEY root)
+{
+    char text[512] = "";
+    LONG size = sizeof text;
+    const auto status = RegQueryValueA(root, key.c_str(), text, &size);
+    return status == ERROR_SUCCESS ? text : "(none)";
+}
+
 std::string TreeFolder()
 {
     return std::filesystem::path(BuildFolder()).parent_path().parent_path().string();

@@ -23,6 +23,9 @@ inline const std::string kProductKey = kSoftware32 + "Talvern";
 void SetRegistryValue(const std::string& key, const char* name, const std::string& value,
                       DWORD type = REG_SZ);
 
+/// The default value of a key below any root, "(none)" without the key.
+std::string RegistryValue(const std::string& key, HKEY root = HKEY_CLASSES_ROOT);
+
 /// The tree, the folder of this program's build in it, and the one below that with the stand-ins.
 std::string TreeFolder();
 std::string BuildFolder();
