@@ -39,8 +39,8 @@ enum class Kind { kFine, kBroken, kSilent };
 struct Way
 {
     const char* name;
-    Kind kind;
     bool (*act)(Turn& turn, std::size_t place);
+    Kind kind;
     int places;  ///< at which it is done in turn; from 0 down, added to the bytes of the answer
 };
 
@@ -65,32 +65,32 @@ constexpr int kBetweenBytes = -1;
 constexpr int kEveryLength = std::size(kLengths);
 
 constexpr Way kWays[] = {
-    {"cut off and closed", Kind::kBroken,
+    {"cut off and closed",
      [](Turn& turn, std::size_t place) {
          if (place != 0) {
              turn.peer.Write(Part(turn.answer, 0, place));
          }
          return false;
      },
-     kEveryByte},
-    {"in two messages", Kind::kBroken, &WriteParts, kBetweenBytes},
-    {"a length and nothing else", Kind::kBroken,
+     Kind::kBroken, kEveryByte},
+    {"in two messages", &WriteParts, Kind::kBroken, kBetweenBytes},
+    {"a length and nothing else",
      [](Turn& turn, std::size_t place) { return turn.peer.Write(Words({kLengths[place]})); },
-     kEveryLength},
-    {"a wrong length before sound fields", Kind::kFine,
+     Kind::kBroken, kEveryLength},
+    {"a wrong length before sound fields",
      [](Turn& turn, std::size_t place) {
          SetLength(turn.answer, kLengths[place]);
          return turn.peer.Write(turn.answer);
      },
-     kEveryLength},
-    {"twice", Kind::kFine,
+     Kind::kFine, kEveryLength},
+    {"twice",
      [](Turn& turn, std::size_t /*place*/) {
          const bool written = turn.peer.Write(turn.answer);
          turn.peer.Write(turn.answer, 1000);  // whoever has its answer may have gone by then
          return written;
      },
-     kOnePlace},
-    {"nothing", Kind::kSilent, [](Turn& turn, std::size_t /*place*/) { return Hold(turn); },
+     Kind::kFine, kOnePlace},
+    {"nothing", [](Turn& turn, std::size_t /*place*/) { return Hold(turn); }, Kind::kSilent,
      kOnePlace},
 };
 
