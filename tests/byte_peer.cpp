@@ -89,6 +89,12 @@ void BytePeer::Hold()
     }
 }
 
+void BytePeer::Drain()
+{
+    while (ReadPart(4096)) {
+    }
+}
+
 DWORD BytePeer::ReadInto(unsigned char* bytes, std::size_t size, DWORD timeout, DWORD& count)
 {
     const auto read = [&](OVERLAPPED* block) {

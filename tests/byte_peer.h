@@ -50,6 +50,10 @@ class BytePeer
     /// Reads nothing, and does nothing, until the other side closes.
     void Hold();
 
+    /// Reads and drops everything until the other side closes, which is noticed at once: the pipe
+    /// has few ends, and the next client needs one.
+    void Drain();
+
   private:
     template <class Start>
     DWORD Complete(Start start, DWORD timeout, DWORD& bytes);

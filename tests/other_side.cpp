@@ -103,7 +103,7 @@ void OtherSide::ServeRunner(BytePeer& peer)
         fields.Text();  // the program
         CallBack(fields.Text(), peer);
     }
-    peer.Hold();  // the client is the one that closes
+    peer.Drain();  // the client is the one that closes
 }
 
 Bytes OtherSide::RunnerAnswer(std::uint32_t type, std::uint32_t id)
@@ -132,7 +132,7 @@ void OtherSide::CallBack(const std::wstring& commandLine, BytePeer& runner)
     Turn turn = {starter};
     turn.answer = Message(kWindow);
     if (starter.IsValid() && Answer(Stage::kCallback, turn)) {
-        runner.Hold();
+        runner.Drain();
     }
 }
 
