@@ -102,6 +102,19 @@ TEST_F(BrowserClients, AWebPageReachesNothingOfTheMacrosPageAndNobodyElseTheBrow
     EXPECT_THAT(names, testing::Not(testing::Contains(isWay)));
 }
 
+TEST_F(BrowserClients, AVisibleBrowserAsksNobodyForAPasswordAndPrintsNothing)
+{
+    // It has windows as on a desktop; they are drawn nowhere.
+    ASSERT_EQ(app.Init("--browser-arguments \"--no-sandbox --ozone-platform=headless\"", true, 60),
+              sOk);
+    EXPECT_EQ(
+        Plays("page.setDefaultTimeout(5000); await page.goto(options.site + '/frames.html'); "
+              "const ask = () => fetch('/secret').then(({ status }) => status); extract(await "
+              "page.evaluate(ask), await page.frame('**?far').evaluate(ask)); await "
+              "page.evaluate(() => print()); extract(await page.title())"),
+        "1||401[EXTRACT]401[EXTRACT]Frames");
+}
+
 TEST_F(BrowserClients, ARunnerServiceStartsAndFindsAndEndsOne)
 {
     const auto service = Started("standins\\runner.exe");

@@ -33,6 +33,9 @@ static std::string Answer(std::string path)
         Sleep(500);
         path = "/second.html";
     }
+    if (path == "/secret") {
+        return Response("401 Unauthorized", "WWW-Authenticate: Basic realm=\"x\"\r\n", "");
+    }
     if (path == "/prices.csv") {
         return Response("200 OK", "Content-Disposition: attachment\r\n", "Single;80");
     }
