@@ -108,7 +108,7 @@ TEST_F(BrowserClients, AVisibleBrowserAsksNobodyForAPasswordAndPrintsNothing)
     ASSERT_EQ(app.Init("--browser-arguments \"--no-sandbox --ozone-platform=headless\"", true, 60),
               sOk);
     EXPECT_EQ(
-        Plays("page.setDefaultTimeout(5000); await page.goto(options.site + '/frames.html'); "
+        Plays("page.setDefaultTimeout(20000); await page.goto(options.site + '/frames.html'); "
               "const ask = () => fetch('/secret').then(({ status }) => status); extract(await "
               "page.evaluate(ask), await page.frame('**?far').evaluate(ask)); await "
               "page.evaluate(() => print()); extract(await page.title())"),
